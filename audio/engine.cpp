@@ -1,0 +1,2 @@
+#include "audio/engine.h"
+#include "audio/null_engine.h"

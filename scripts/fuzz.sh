@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang and runs each for SECONDS (default 30) on its seed corpus.
+#   scripts/fuzz.sh [SECONDS] [TARGET...]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+secs=${1:-30}
+shift || true
+scripts/build.sh build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTW_FUZZ=ON -DTW_BUILD_VIEW=OFF \
+    -DTW_BUILD_TESTS=OFF -DTW_BUILD_BENCH=OFF -DCMAKE_CXX_COMPILER=clang++-14
+targets=("$@")
+if [ ${#targets[@]} -eq 0 ]; then
+    mapfile -t targets < <(find build-fuzz/fuzz -maxdepth 1 -type f -name 'fuzz_*' -perm -u+x -printf '%f\n' | sort)
+fi
+for t in "${targets[@]}"; do
+    work=$(mktemp -d)
+    seeds=fuzz/corpus/${t#fuzz_}
+    echo "== $t for ${secs}s (seeds: $seeds)"
+    "build-fuzz/fuzz/$t" -max_total_time="$secs" -timeout=10 -rss_limit_mb=2048 \
+        -artifact_prefix="build-fuzz/$t-" "$work" "$seeds" 2>&1 | tail -n 3
+    rm -rf "$work"
+done

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the console needs to build, run and test.
+# Safe to run again: packages already present are left alone.
+set -euo pipefail
+
+packages=(
+    build-essential cmake ninja-build pkg-config clang-14 libclang-rt-14-dev
+    qt6-base-dev qt6-base-dev-tools
+    libmpg123-dev libsoxr-dev portaudio19-dev libcurl4-openssl-dev libshout-dev libsndfile1-dev
+    libespeak-ng-dev espeak-ng lame ffmpeg mpg123 sox icecast2
+    libgtest-dev libgmock-dev libbenchmark-dev libtag1-dev
+)
+
+missing=()
+for p in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+
+if [ ${#missing[@]} -gt 0 ]; then
+    SUDO=""
+    [ "$(id -u)" -ne 0 ] && SUDO="sudo"
+    echo "Installing: ${missing[*]}"
+    $SUDO apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
