@@ -4,10 +4,18 @@
 
 namespace tw::core {
 
-void failOverflow() { throw Failure(kErrOverflow, "Overflow"); }
-void failDivisionByZero() { throw Failure(kErrDivisionByZero, "Division by zero"); }
-void failTypeMismatch() { throw Failure(kErrTypeMismatch, "Type mismatch"); }
-void failSubscript() { throw Failure(kErrSubscript, "Subscript out of range"); }
+void failOverflow() {
+    throw Failure(kErrOverflow, "Overflow");
+}
+void failDivisionByZero() {
+    throw Failure(kErrDivisionByZero, "Division by zero");
+}
+void failTypeMismatch() {
+    throw Failure(kErrTypeMismatch, "Type mismatch");
+}
+void failSubscript() {
+    throw Failure(kErrSubscript, "Subscript out of range");
+}
 
 FailureInfo describeFailure(const std::exception& e) {
     if (const auto* f = dynamic_cast<const Failure*>(&e)) {

@@ -22,7 +22,7 @@ inline constexpr int kErrInvalidCall = 5;
 inline constexpr const char* kFailureSource = "TarnWave";
 
 class Failure : public std::runtime_error {
-public:
+  public:
     Failure(int number, const std::string& description, std::string source = kFailureSource)
         : std::runtime_error(description), number_(number), source_(std::move(source)) {}
 
@@ -30,7 +30,7 @@ public:
     const std::string& source() const { return source_; }
     std::string description() const { return what(); }
 
-private:
+  private:
     int number_;
     std::string source_;
 };

@@ -10,9 +10,9 @@
 //
 // Files are kept parsed in memory. A file changed on disk by anyone else is read again; every write
 // is visible to the next read at once. Writes are gathered while a console event runs (see
-// EventScope) and written when the outermost event ends, or at once when no event is open. A file is
-// replaced atomically: a temporary file in the same folder is written, flushed and renamed over it,
-// so that a crash never leaves half a file.
+// EventScope) and written when the outermost event ends, or at once when no event is open. A file
+// is replaced atomically: a temporary file in the same folder is written, flushed and renamed over
+// it, so that a crash never leaves half a file.
 //
 // Thread contract: console thread only. The store holds no lock.
 
@@ -25,7 +25,7 @@
 namespace tw::core {
 
 class SettingsStore {
-public:
+  public:
     SettingsStore();
     ~SettingsStore();
     SettingsStore(const SettingsStore&) = delete;
@@ -56,20 +56,20 @@ public:
     // Forgets every cached file (the next read goes to disk). Unwritten changes are flushed first.
     void dropCache();
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
 
 // Opens an event on the store for the life of the scope.
 class EventScope {
-public:
+  public:
     explicit EventScope(SettingsStore& store) : store_(store) { store_.beginEvent(); }
     ~EventScope() { store_.endEvent(); }
     EventScope(const EventScope&) = delete;
     EventScope& operator=(const EventScope&) = delete;
 
-private:
+  private:
     SettingsStore& store_;
 };
 
