@@ -1,0 +1,54 @@
+#pragma once
+// Date values as the console has always kept them: a day count since 1899-12-30 with the time of
+// day as its fraction, in local time. A time of day with no date part is a date in the last days of
+// 1899. Before the base date the whole part counts days back and the fraction still counts the time
+// forward (-1.25 is 1899-12-29 06:00).
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <string_view>
+
+namespace tw::core {
+
+using DateValue = double;
+
+struct DateParts {
+    int year = 1899, month = 12, day = 30;
+    int hour = 0, minute = 0, second = 0;
+    int weekday = 7;  // 1 Sunday .. 7 Saturday
+};
+
+DateValue dateSerial(int year, int month, int day);
+DateValue timeSerial(int hour, int minute, int second);
+DateValue makeDate(const DateParts& p);
+// The parts of a date, to the nearest second.
+DateParts dateParts(DateValue d);
+
+// Local time of the machine.
+DateValue fromUnixTime(std::time_t t, long nanoseconds = 0);
+std::time_t toUnixTime(DateValue d);
+
+// Seconds, minutes and day count from the start of the day, of a date value.
+double secondsSinceMidnight(DateValue d);
+
+// The general date text: "11/22/2026 1:19:57 AM". The date part is left out for a value with no
+// date part, the time part for a value at exactly midnight.
+std::string generalDate(DateValue d);
+
+// Reads back everything generalDate writes, a date alone, a time alone (12- or 24-hour clock), and
+// "YYYY-MM-DD HH:MM:SS". Blanks around the text are ignored. False when the text is no date.
+bool parseDate(std::string_view text, DateValue& out);
+// The same, failing with "Type mismatch" when the text is no date.
+DateValue cDate(std::string_view text);
+
+DateValue addSeconds(DateValue d, double seconds);
+// Whole seconds and whole minutes from a to b (b later gives a positive count), from the parts
+// of both dates to the nearest second.
+std::int64_t diffSeconds(DateValue a, DateValue b);
+std::int64_t diffMinutes(DateValue a, DateValue b);
+// Calendar-year boundaries between a and b: year of b minus year of a.
+int diffYears(DateValue a, DateValue b);
+int weekday(DateValue d);  // 1 Sunday .. 7 Saturday
+
+}  // namespace tw::core

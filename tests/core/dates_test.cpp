@@ -1,0 +1,155 @@
+#include "core/dates.h"
+
+#include <gtest/gtest.h>
+
+#include "core/failure.h"
+#include "core/format.h"
+
+namespace tw::core {
+namespace {
+
+TEST(DateValueTest, DayCountFromTheBaseDate) {
+    EXPECT_DOUBLE_EQ(dateSerial(1899, 12, 30), 0.0);
+    EXPECT_DOUBLE_EQ(dateSerial(1900, 1, 1), 2.0);
+    EXPECT_DOUBLE_EQ(dateSerial(2026, 11, 22), 46348.0);
+    EXPECT_DOUBLE_EQ(timeSerial(6, 0, 0), 0.25);
+}
+
+TEST(DateValueTest, BeforeTheBaseDateTheTimeStillCountsForward) {
+    DateParts p = dateParts(-1.25);
+    EXPECT_EQ(p.year, 1899);
+    EXPECT_EQ(p.month, 12);
+    EXPECT_EQ(p.day, 29);
+    EXPECT_EQ(p.hour, 6);
+    EXPECT_DOUBLE_EQ(makeDate(p), -1.25);
+}
+
+TEST(DateValueTest, PartsRoundToTheNearestSecondAcrossMidnight) {
+    DateValue almost = dateSerial(2026, 12, 31) + (86400.0 - 0.4) / 86400.0;
+    DateParts p = dateParts(almost);
+    EXPECT_EQ(p.year, 2027);
+    EXPECT_EQ(p.month, 1);
+    EXPECT_EQ(p.day, 1);
+    EXPECT_EQ(p.hour, 0);
+}
+
+TEST(DateValueTest, WeekdayCountsSundayAsOne) {
+    EXPECT_EQ(weekday(dateSerial(2026, 11, 22)), 1);  // a Sunday
+    EXPECT_EQ(weekday(dateSerial(2026, 11, 28)), 7);  // a Saturday
+    EXPECT_EQ(weekday(0.0), 7);                        // 1899-12-30 was a Saturday
+    EXPECT_EQ(weekday(-1.0), 6);
+}
+
+TEST(GeneralDateTest, DateAndTimeOnTheTwelveHourClock) {
+    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(1, 19, 57)), "11/22/2026 1:19:57 AM");
+    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(13, 5, 0)), "11/22/2026 1:05:00 PM");
+    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(12, 0, 1)), "11/22/2026 12:00:01 PM");
+}
+
+TEST(GeneralDateTest, MidnightLeavesOutTheTime) {
+    EXPECT_EQ(generalDate(dateSerial(2026, 1, 1)), "1/1/2026");
+}
+
+TEST(GeneralDateTest, TimeOnlyValueLeavesOutTheDate) {
+    EXPECT_EQ(generalDate(timeSerial(0, 30, 0)), "12:30:00 AM");
+    EXPECT_EQ(generalDate(0.0), "12:00:00 AM");
+}
+
+class DateRoundTripTest : public ::testing::TestWithParam<double> {};
+
+TEST_P(DateRoundTripTest, ParserReadsBackWhatTheWriterWrites) {
+    DateValue d = GetParam();
+    DateValue back = -99;
+    ASSERT_TRUE(parseDate(generalDate(d), back)) << generalDate(d);
+    EXPECT_EQ(generalDate(back), generalDate(d));
+    EXPECT_EQ(diffSeconds(d, back), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, DateRoundTripTest,
+    ::testing::Values(dateSerial(2026, 11, 22) + timeSerial(1, 19, 57),
+                      dateSerial(2026, 12, 31) + timeSerial(23, 59, 59), dateSerial(2000, 2, 29),
+                      timeSerial(12, 0, 0), timeSerial(0, 0, 1), dateSerial(1999, 1, 1) + 0.5,
+                      -1.25));
+
+TEST(ParseDateTest, AcceptsIsoFormAndTwentyFourHourTimes) {
+    DateValue d = 0;
+    ASSERT_TRUE(parseDate("2026-11-22 13:05:09", d));
+    EXPECT_EQ(generalDate(d), "11/22/2026 1:05:09 PM");
+    ASSERT_TRUE(parseDate(" 7:30 PM ", d));
+    EXPECT_EQ(generalDate(d), "7:30:00 PM");
+    ASSERT_TRUE(parseDate("12:00:00 AM", d));
+    EXPECT_DOUBLE_EQ(d, 0.0);
+}
+
+TEST(ParseDateTest, RejectsWhatIsNoDate) {
+    DateValue d = 0;
+    EXPECT_FALSE(parseDate("", d));
+    EXPECT_FALSE(parseDate("none", d));
+    EXPECT_FALSE(parseDate("2/30/2026", d));
+    EXPECT_FALSE(parseDate("13/1/2026", d));
+    EXPECT_FALSE(parseDate("11/22/2026 25:00:00", d));
+    EXPECT_FALSE(parseDate("11/22/2026 1:19:57 AM x", d));
+    EXPECT_FALSE(parseDate("empty", d));
+    try {
+        cDate("no");
+        FAIL();
+    } catch (const Failure& f) {
+        EXPECT_EQ(f.number(), kErrTypeMismatch);
+    }
+}
+
+TEST(DateDiffTest, SecondsAndMinutesBetweenDates) {
+    DateValue a = dateSerial(2026, 11, 22) + timeSerial(10, 0, 59);
+    DateValue b = dateSerial(2026, 11, 22) + timeSerial(10, 1, 0);
+    EXPECT_EQ(diffSeconds(a, b), 1);
+    EXPECT_EQ(diffMinutes(a, b), 1);  // minute boundaries, not elapsed minutes
+    EXPECT_EQ(diffSeconds(b, a), -1);
+    EXPECT_EQ(diffMinutes(dateSerial(2026, 1, 1), dateSerial(2026, 1, 2)), 1440);
+}
+
+TEST(DateDiffTest, YearBoundariesCountChangesOfTheYearNumber) {
+    EXPECT_EQ(diffYears(dateSerial(2026, 12, 31) + timeSerial(23, 59, 59), dateSerial(2027, 1, 1)), 1);
+    EXPECT_EQ(diffYears(dateSerial(2026, 1, 1), dateSerial(2026, 12, 31)), 0);
+    // A time of day alone lies in 1899.
+    EXPECT_EQ(diffYears(timeSerial(14, 0, 0), dateSerial(2026, 11, 22)), 127);
+}
+
+TEST(DateAddTest, AddsWholeSecondsAcrossDays) {
+    DateValue d = addSeconds(dateSerial(2026, 12, 31) + timeSerial(23, 59, 30), 45);
+    EXPECT_EQ(generalDate(d), "1/1/2027 12:00:15 AM");
+    EXPECT_EQ(generalDate(addSeconds(d, -45)), "12/31/2026 11:59:30 PM");
+}
+
+TEST(FormatDateTest, ClockPictures) {
+    DateValue d = dateSerial(2026, 11, 22) + timeSerial(13, 5, 9);
+    EXPECT_EQ(formatDate(d, "ddd mmm dd, yyyy"), "Sun Nov 22, 2026");
+    EXPECT_EQ(formatDate(d, "HH:MM:SS AMPM"), "01:05:09 PM");
+    EXPECT_EQ(formatDate(d, "HH:MM.SS AMPM"), "01:05.09 PM");
+    EXPECT_EQ(formatDate(d, "mmm HH:MM.SS AMPM AMPM"), "Nov 01:05.09 PM PM");
+    EXPECT_EQ(formatDate(dateSerial(2026, 3, 1), "HH:MM:SS AMPM"), "12:00:00 AM");
+    EXPECT_EQ(formatDate(d, "hh:nn"), "13:05");
+    EXPECT_EQ(formatDate(d, "dddd d/m/yy"), "Sunday 22/11/26");
+}
+
+TEST(FormatNumberTest, Pictures) {
+    EXPECT_EQ(formatNumber(5, "0#"), "05");
+    EXPECT_EQ(formatNumber(123, "0#"), "123");
+    EXPECT_EQ(formatNumber(0, "0#"), "00");
+    EXPECT_EQ(formatNumber(3.25, "0#.0"), "03.3");
+    EXPECT_EQ(formatNumber(59.96, "0#.0"), "60.0");
+    EXPECT_EQ(formatNumber(12.34, "#.0"), "12.3");
+    EXPECT_EQ(formatNumber(0.5, "#.0"), ".5");
+    EXPECT_EQ(formatNumber(-12.25, "#.0"), "-12.3");
+    EXPECT_EQ(formatNumber(7, "00"), "07");
+    EXPECT_EQ(formatNumber(2.675, "0.00"), "2.68");
+}
+
+TEST(FormatNumberTest, HalvesRoundAwayFromZero) {
+    EXPECT_EQ(formatNumber(2.5, "0"), "3");
+    EXPECT_EQ(formatNumber(-2.5, "0"), "-3");
+    EXPECT_EQ(formatNumber(0.05, "#.0"), ".1");
+}
+
+}  // namespace
+}  // namespace tw::core
