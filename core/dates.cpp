@@ -90,7 +90,8 @@ struct Cursor {
     }
     bool number(int& out, int maxDigits) {
         int n = 0, digits = 0;
-        while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i])) && digits < maxDigits) {
+        while (i < s.size() && std::isdigit(static_cast<unsigned char>(s[i])) &&
+               digits < maxDigits) {
             n = n * 10 + (s[i] - '0');
             ++i;
             ++digits;
@@ -140,9 +141,8 @@ bool parseTime(Cursor& c, int& h, int& mi, int& se) {
 }  // namespace
 
 DateValue dateSerial(int year, int month, int day) {
-    return static_cast<double>(daysFromCivil(year, static_cast<unsigned>(month),
-                                             static_cast<unsigned>(day)) -
-                               kBaseDay);
+    return static_cast<double>(
+        daysFromCivil(year, static_cast<unsigned>(month), static_cast<unsigned>(day)) - kBaseDay);
 }
 
 DateValue timeSerial(int hour, int minute, int second) {
@@ -150,9 +150,9 @@ DateValue timeSerial(int hour, int minute, int second) {
 }
 
 DateValue makeDate(const DateParts& p) {
-    std::int64_t day = daysFromCivil(p.year, static_cast<unsigned>(p.month),
-                                     static_cast<unsigned>(p.day)) -
-                       kBaseDay;
+    std::int64_t day =
+        daysFromCivil(p.year, static_cast<unsigned>(p.month), static_cast<unsigned>(p.day)) -
+        kBaseDay;
     return join(day, p.hour * 3600.0 + p.minute * 60.0 + p.second);
 }
 
@@ -172,10 +172,9 @@ DateParts dateParts(DateValue d) {
 DateValue fromUnixTime(std::time_t t, long nanoseconds) {
     std::tm tm{};
     localtime_r(&t, &tm);
-    std::int64_t day =
-        daysFromCivil(tm.tm_year + 1900, static_cast<unsigned>(tm.tm_mon + 1),
-                      static_cast<unsigned>(tm.tm_mday)) -
-        kBaseDay;
+    std::int64_t day = daysFromCivil(tm.tm_year + 1900, static_cast<unsigned>(tm.tm_mon + 1),
+                                     static_cast<unsigned>(tm.tm_mday)) -
+                       kBaseDay;
     double secs = tm.tm_hour * 3600.0 + tm.tm_min * 60.0 + tm.tm_sec + nanoseconds / 1e9;
     return join(day, secs);
 }
@@ -283,15 +282,21 @@ DateValue addSeconds(DateValue d, double seconds) {
     return fromSerialSeconds(serialSeconds(d) + static_cast<std::int64_t>(std::nearbyint(seconds)));
 }
 
-std::int64_t diffSeconds(DateValue a, DateValue b) { return serialSeconds(b) - serialSeconds(a); }
+std::int64_t diffSeconds(DateValue a, DateValue b) {
+    return serialSeconds(b) - serialSeconds(a);
+}
 
 std::int64_t diffMinutes(DateValue a, DateValue b) {
     auto floorDiv = [](std::int64_t x) { return x >= 0 ? x / 60 : -((-x + 59) / 60); };
     return floorDiv(serialSeconds(b)) - floorDiv(serialSeconds(a));
 }
 
-int diffYears(DateValue a, DateValue b) { return dateParts(b).year - dateParts(a).year; }
+int diffYears(DateValue a, DateValue b) {
+    return dateParts(b).year - dateParts(a).year;
+}
 
-int weekday(DateValue d) { return dateParts(d).weekday; }
+int weekday(DateValue d) {
+    return dateParts(d).weekday;
+}
 
 }  // namespace tw::core

@@ -12,9 +12,9 @@ namespace tw::core {
 
 namespace {
 
-const char* const kMonthNames[] = {"January", "February", "March",     "April",
-                                   "May",     "June",     "July",      "August",
-                                   "September", "October", "November", "December"};
+const char* const kMonthNames[] = {"January",   "February", "March",    "April",
+                                   "May",       "June",     "July",     "August",
+                                   "September", "October",  "November", "December"};
 const char* const kDayNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                  "Thursday", "Friday", "Saturday"};
 
@@ -41,8 +41,8 @@ std::string twoDigits(int v) {
 std::string formatDate(DateValue d, std::string_view picture) {
     const DateParts p = dateParts(d);
     // The 12-hour clock applies to the whole picture when it holds an AM/PM token anywhere.
-    const bool twelveHour = containsText(toUpper(picture), "AMPM") ||
-                            containsText(toUpper(picture), "AM/PM");
+    const bool twelveHour =
+        containsText(toUpper(picture), "AMPM") || containsText(toUpper(picture), "AM/PM");
     const int hour = twelveHour ? (p.hour % 12 == 0 ? 12 : p.hour % 12) : p.hour;
     std::string out;
     bool afterHour = false;
@@ -63,10 +63,14 @@ std::string formatDate(DateValue d, std::string_view picture) {
         switch (c) {
             case 'd':
                 n = runOf(picture, i, 'd');
-                if (n == 1) out += std::to_string(p.day);
-                else if (n == 2) out += twoDigits(p.day);
-                else if (n == 3) out += std::string(kDayNames[p.weekday - 1]).substr(0, 3);
-                else out += kDayNames[p.weekday - 1];
+                if (n == 1)
+                    out += std::to_string(p.day);
+                else if (n == 2)
+                    out += twoDigits(p.day);
+                else if (n == 3)
+                    out += std::string(kDayNames[p.weekday - 1]).substr(0, 3);
+                else
+                    out += kDayNames[p.weekday - 1];
                 afterHour = false;
                 break;
             case 'm':

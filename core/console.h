@@ -1,0 +1,157 @@
+#pragma once
+// The console: the run-time state of frmTarnDesk, its surface, and the services it works with.
+// It is the one object the console's logic works on; every module is a set of functions (or a
+// small class) taking the Console it acts on.
+//
+// Thread contract: console thread only, every member. Work from other threads (engine syncs)
+// reaches the console only through services.loop->post().
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "audio/engine.h"
+#include "autodj/track_listing.h"
+#include "core/clock.h"
+#include "core/cue_record.h"
+#include "core/event_loop.h"
+#include "core/forms.h"
+#include "core/paths.h"
+#include "core/prompter.h"
+#include "core/settings_store.h"
+#include "core/trash.h"
+
+namespace tw::core {
+
+// The services a console is handed. None is owned by the console.
+struct Services {
+    Clock* clock = nullptr;
+    SettingsStore* settings = nullptr;
+    audio::Engine* engine = nullptr;
+    Prompter* prompter = nullptr;
+    EventLoop* loop = nullptr;
+    Trash* trash = nullptr;
+};
+
+// What the position monitor's tick calls in the rest of the console. The console's own
+// implementation forwards to the modules; tests of the tick put a recording double in its place.
+class TickCalls {
+  public:
+    virtual ~TickCalls() = default;
+    virtual void startNExt() = 0;
+    virtual void loadNextSong(std::int16_t flag) = 0;
+    virtual void playSweeper(const std::string& path) = 0;
+    virtual std::int32_t findSweeperIndex(std::int32_t sweeperIndex) = 0;
+    virtual bool checkRotationSchedule() = 0;
+    virtual bool getEncoderEnabled(int index) = 0;
+    virtual bool getStationAutoReConnect(int index) = 0;
+    // The server's answer ("" when not connected); writes listeners only on an answer.
+    virtual std::string checkStats(int index, std::int32_t& listeners) = 0;
+    virtual void castStart() = 0;
+};
+
+// Mode captions of cmdAutoManual.
+inline constexpr const char* kAutomated = "Automated";
+inline constexpr const char* kManual = "Manual";
+
+inline constexpr int kEncoderCount = 12;
+
+class Console {
+  public:
+    Console(std::string appFolder, Services services);
+    ~Console();
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    // --- services and places ---------------------------------------------------------------
+    std::string AppFolder;  // the station folder; every data path is a tail on it
+    Services svc;
+    std::unique_ptr<TickCalls> tickCalls;
+    std::string appSettingsPath() const { return AppFolder + "/appSettings.ini"; }
+    std::string playedIniPath() const { return AppFolder + "/played.ini"; }
+    std::string schedulePath() const { return AppFolder + "/rotationSchedule.ini"; }
+    std::string appLogPath() const { return AppFolder + "/app.log"; }
+    std::string playedLogPath() const { return AppFolder + "/Played.log"; }
+    audio::Engine& engine() { return *svc.engine; }
+    DateValue now() const { return svc.clock->now(); }
+
+    // --- the surface -----------------------------------------------------------------------
+    Surface ui;
+    MainForm& form() { return ui.main; }
+
+    // --- start-up and the beat -------------------------------------------------------------
+    bool loaded = false;    // Form_Load has run
+    bool unloaded = false;  // Form_Unload has run
+    bool tmrCheckPositionBool = false;
+    int positionTimerId = 0;  // the periodic timer, 0 when none
+    int fadeTimerId = 0;      // the loop's timer behind fadeTimer while it is enabled
+    int previewTimerId = 0;   // the loop's timer behind tmrPreviewUpdate
+    std::string version = TW_VERSION;
+    struct SavedPlace {
+        std::string name;
+        Rect rect;
+        int fontSize;
+    };
+    std::vector<SavedPlace> savedLayout;  // the layout as designed, recorded at start-up
+
+    // Settings read at start and when the settings dialog changes them.
+    float crossfadeTime = 1.5f;
+    float silenceTime = 1.5f;
+    float artistSeperationTime = 0;
+    std::string autoTrim = "0";
+    std::int32_t autoTrimThreshold = 1;
+
+    // --- players ---------------------------------------------------------------------------
+    std::int16_t activePlayer = 0;
+    audio::Handle player1Stream = 0, player2Stream = 0;
+    audio::Handle previewPlayer = 0, sweeperStream = 0;
+    audio::Handle mixerStream = 0, compressorId = 0;
+    audio::Handle sync1 = 0, sync2 = 0;
+    audio::Handle spotChannel = 0;
+    std::array<audio::Handle, kEncoderCount> encoderHandles{};
+    CueRecord cueRecord1, cueRecord2;
+    std::string nextSong1, nextSong2, nextSongName1, nextSongName2;
+    std::string currentTitle;
+    std::string defaultSweeper;
+    bool micOn = false;
+    bool muted = false;
+    std::string previewSong;
+
+    // --- the position monitor --------------------------------------------------------------
+    std::int32_t silenceTicks = 0;
+    std::int32_t statsTicks = 0;
+    std::int32_t flashTicks = 0;
+    std::int32_t barScale = 0;
+    float formScale = 1.0f;
+    float timeLeft1 = 0, timeLeft2 = 0;  // keep their last value on a tick that skips them
+    std::int32_t listenercount = 0;      // the poll's one listener variable
+    double playerBarWidth = 250, playerBarHeight = 50;  // reference sizes for seeking
+
+    // --- running list and library ----------------------------------------------------------
+    std::vector<autodj::clsTrackListing> trackList;
+    std::int16_t listMode = 0;
+    std::int32_t rotationPosition = -1;
+    std::string activeListName;
+    bool listLoading = false;
+    bool pickInProgress = false;
+    std::string activeDirectory;
+    std::int32_t activeCatagoryIndex = 0;
+    std::int32_t screenMode = 0;
+
+    // --- voice track recording -------------------------------------------------------------
+    std::vector<std::uint8_t> recordBuffer;
+    std::int32_t recordLength = 0;
+    std::int32_t recordStep = 200000;
+
+    // --- helpers with state ----------------------------------------------------------------
+    TokenReader tokens;    // getToken's kept position
+    double lastYield = 0;  // seconds since midnight of the last throttled yield
+    std::int32_t lastScheduleDay = 0;
+
+    // The mode: automatic exactly while cmdAutoManual reads "Automated".
+    bool automated() const { return ui.main.cmdAutoManual.caption == kAutomated; }
+};
+
+}  // namespace tw::core

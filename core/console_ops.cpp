@@ -1,0 +1,197 @@
+#include "core/console_ops.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "core/failure.h"
+#include "core/text.h"
+
+namespace tw::core {
+
+namespace {
+
+void appendLine(const std::string& path, const std::string& line) {
+    // Opened, written and closed for every line, so that nothing stays open between events and a
+    // failure (a full disk, a folder gone) costs only this line.
+    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        return;
+    }
+    const char* p = line.data();
+    std::size_t left = line.size();
+    while (left > 0) {
+        ssize_t n = ::write(fd, p, left);
+        if (n <= 0) {
+            break;
+        }
+        p += n;
+        left -= static_cast<std::size_t>(n);
+    }
+    ::close(fd);
+}
+
+bool matchesPattern(const std::string& name, const std::string& pattern) {
+    if (pattern.empty() || pattern == "*" || pattern == "*.*") {
+        return true;
+    }
+    if (pattern.rfind("*.", 0) == 0) {
+        std::string ext = pattern.substr(1);  // ".mp3"
+        return name.size() >= ext.size() &&
+               equalsNoCase(std::string_view(name).substr(name.size() - ext.size()), ext);
+    }
+    return equalsNoCase(name, pattern);
+}
+
+}  // namespace
+
+std::string readIni(Console& c, const std::string& file, std::string_view section,
+                    std::string_view key, std::string_view def) {
+    return c.svc.settings->read(file, section, key, def, 255);
+}
+
+void writeIni(Console& c, const std::string& file, std::string_view section, std::string_view key,
+              std::string& value) {
+    const std::string privateCopy = value;
+    for (char& ch : value) {
+        if (ch == '\r' || ch == '\n') {
+            ch = ' ';
+        }
+    }
+    c.svc.settings->write(file, section, key, privateCopy);
+}
+
+void writeIniValue(Console& c, const std::string& file, std::string_view section,
+                   std::string_view key, std::string_view value) {
+    std::string v(value);
+    writeIni(c, file, section, key, v);
+}
+
+void deleteIniKey(Console& c, const std::string& file, std::string_view section,
+                  std::string_view key) {
+    c.svc.settings->write(file, section, key, std::nullopt);
+}
+
+void logError(Console& c, const std::string& theError) {
+    try {
+        appendLine(c.appLogPath(), "#Time:" + generalDate(c.now()) + theError + "#\n");
+    } catch (...) {
+        // A log that cannot be written never stops the console.
+    }
+}
+
+void logPlayed(Console& c, const std::string& theTrack, DateValue theTime) {
+    try {
+        appendLine(c.playedLogPath(), theTrack + "," + generalDate(theTime) + "\n");
+    } catch (...) {
+    }
+}
+
+std::string failureText(const std::string& routine, const std::exception& e) {
+    FailureInfo f = describeFailure(e);
+    return routine + f.description + "  " + std::to_string(f.number);
+}
+
+void printMessageOnScreen(Console& c, const std::string& theMessage) {
+    Element& surface = c.ui.main.frmTarnDesk;
+    const Element& anchor = c.ui.main.frmTrackList;
+    surface.drawing.clear();
+    surface.drawing.texts.push_back(
+        {theMessage, anchor.rect.left, anchor.rect.top + anchor.rect.height, 0, 8, false});
+}
+
+void printOnButton(Element& thebutton, ImageRole theImage, std::string theCaption,
+                   const std::string& caption2, int fontSize) {
+    theCaption = trim(theCaption);
+    const double w = thebutton.scaleWidth();
+    const double h = thebutton.scaleHeight();
+    thebutton.drawing.clear();
+    thebutton.drawing.fills.push_back({0, 0, w, h, theImage, 0});
+    thebutton.image = theImage;
+    thebutton.caption = theCaption;
+    thebutton.caption2 = caption2;
+    const int lines = caption2.empty() ? 1 : 2;
+    if (fontSize == 0) {
+        fontSize = 10;
+    }
+    thebutton.fontSize = fontSize;
+    thebutton.fontBold = true;
+    // Centred by character count alone: no text is measured.
+    auto startX = [&](const std::string& s) {
+        return w / 2 - (static_cast<double>(charCount(s)) / 2.8) * fontSize;
+    };
+    thebutton.drawing.texts.push_back({theCaption, startX(theCaption),
+                                       h / 2 + 0.5 - static_cast<double>(fontSize) * lines,
+                                       thebutton.foreColor, fontSize, true});
+    if (lines == 2) {
+        thebutton.drawing.texts.push_back(
+            {caption2, startX(caption2), h / 2 + 0.5, thebutton.foreColor, fontSize, true});
+    }
+}
+
+void yieldUi(Console& c) {
+    const double t = c.svc.clock->timer();
+    if (t - c.lastYield >= 0.05) {
+        c.lastYield = t;
+        if (c.svc.loop) {
+            c.svc.loop->processPending();
+        }
+    }
+}
+
+int moveToRecycle(Console& c, const std::string& path, int flags, bool confirm) {
+    const int effective = confirm ? flags + 4 : 64;
+    if (c.svc.trash) {
+        c.svc.trash->moveToTrash(path);
+    }
+    return effective;
+}
+
+void ShowStatus(Console& c, double thePercentage) {
+    Element& form = c.ui.status.frmStatus;
+    form.visible = true;
+    Element& bar = c.ui.status.pctStatus;
+    bar.drawing.clear();
+    bar.drawing.fills.push_back(
+        {0, 0, bar.scaleWidth() * thePercentage, bar.scaleHeight(), ImageRole::GYR, 0});
+}
+
+void setStatusText(Console& c, const std::string& text) {
+    c.ui.status.frmStatus.visible = true;
+    c.ui.status.lblProgress.caption = text;
+}
+
+void closeStatus(Console& c) {
+    c.ui.status.frmStatus.visible = false;
+}
+
+void refreshFileList(Element& list) {
+    list.items.clear();
+    list.listIndex = -1;
+    std::error_code ec;
+    std::vector<std::string> names;
+    const bool folders = list.kind == ElementKind::DirList;
+    for (std::filesystem::directory_iterator it(list.path, ec), end; !ec && it != end;
+         it.increment(ec)) {
+        std::error_code typeError;
+        const bool isDir = it->is_directory(typeError);
+        if (folders != isDir) {
+            continue;
+        }
+        std::string name = it->path().filename().string();
+        if (folders || matchesPattern(name, list.pattern)) {
+            names.push_back(folders ? it->path().string() : name);
+        }
+    }
+    std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
+        std::string la = toLower(a), lb = toLower(b);
+        return la != lb ? la < lb : a < b;
+    });
+    for (auto& n : names) {
+        list.items.push_back({std::move(n), 0, {}, false});
+    }
+}
+
+}  // namespace tw::core

@@ -1,0 +1,64 @@
+#pragma once
+// The console's own small operations that every module uses: settings access, the logs, the
+// message line, painted buttons, the throttled yield, the trash, and the status window.
+//
+// Thread contract: console thread only.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/console.h"
+
+namespace tw::core {
+
+// Settings and history. readIni gives at most 255 characters.
+std::string readIni(Console& c, const std::string& file, std::string_view section,
+                    std::string_view key, std::string_view def);
+// Writes value to the file, then puts a blank in place of every CR and LF of the caller's value.
+// The file gets the value as it was given; the caller gets it cleaned.
+void writeIni(Console& c, const std::string& file, std::string_view section, std::string_view key,
+              std::string& value);
+// The same for a value the caller keeps no variable for.
+void writeIniValue(Console& c, const std::string& file, std::string_view section,
+                   std::string_view key, std::string_view value);
+// A write with no value: removes the key.
+void deleteIniKey(Console& c, const std::string& file, std::string_view section,
+                  std::string_view key);
+
+// app.log: "#Time:" + date text + text + "#". Failures are swallowed.
+void logError(Console& c, const std::string& theError);
+// Played.log: title + "," + date text.
+void logPlayed(Console& c, const std::string& theTrack, DateValue theTime);
+// The failure line most routines write: name + description + "  " + number + tail.
+std::string failureText(const std::string& routine, const std::exception& e);
+
+// The message line: clears the console's own surface and prints the message at the frame
+// frmTrackList's place. Each message replaces the last.
+void printMessageOnScreen(Console& c, const std::string& theMessage);
+
+// Paints a picture button: the image stretched over it, the captions at the positions that the
+// centring rule gives (by character count, fontSize 0 meaning 10), bold.
+void printOnButton(Element& thebutton, ImageRole theImage, std::string theCaption,
+                   const std::string& caption2 = "", int fontSize = 0);
+
+// Lets pending events run, at most once per 0.05 second of the clock's seconds since midnight.
+void yieldUi(Console& c);
+
+// Sends a file or folder to the trash. Returns the flags the console passes for the operation:
+// the given flags plus 4 with confirm set, else 64.
+int moveToRecycle(Console& c, const std::string& path, int flags, bool confirm);
+
+// The status window: shown (without blocking) with its bar painted to the fraction given.
+void ShowStatus(Console& c, double thePercentage);
+void setStatusText(Console& c, const std::string& text);
+void closeStatus(Console& c);
+
+// fadeTimer and tmrPreviewUpdate: enabling starts the loop's timer behind them.
+void setFadeTimerEnabled(Console& c, bool enabled);
+
+// Refreshes a file list from its folder: names matching its pattern without regard to case,
+// sorted without regard to case. A folder list lists the folders. A missing folder gives none.
+void refreshFileList(Element& list);
+
+}  // namespace tw::core

@@ -1,0 +1,12 @@
+#include "core/trash.h"
+
+#include <QFile>
+#include <QString>
+
+namespace tw::core {
+
+bool DesktopTrash::moveToTrash(const std::string& path) {
+    return QFile::moveToTrash(QString::fromStdString(path));
+}
+
+}  // namespace tw::core

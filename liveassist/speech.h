@@ -1,0 +1,12 @@
+#pragma once
+// The speech voice, created once at start-up.
+//
+// Thread contract: console thread only.
+
+#include "core/console.h"
+
+namespace tw::liveassist {
+
+void createVoice(core::Console& c);
+
+}  // namespace tw::liveassist
