@@ -1,0 +1,227 @@
+#include "tests/testlib/fake_engine.h"
+
+#include <cmath>
+
+namespace tw::test {
+
+FakeEngine::Channel* FakeEngine::find(audio::Handle h) {
+    auto it = channels_.find(h);
+    return it == channels_.end() ? nullptr : &it->second;
+}
+
+int FakeEngine::count(const std::string& prefix) const {
+    int n = 0;
+    for (const auto& c : calls) {
+        n += c.rfind(prefix, 0) == 0;
+    }
+    return n;
+}
+
+audio::Handle FakeEngine::addStream(double seconds, int state) {
+    Channel ch;
+    ch.length = static_cast<std::int64_t>(std::llround(seconds * 44100)) * 4;
+    ch.state = state;
+    const audio::Handle h = next_++;
+    channels_[h] = ch;
+    return h;
+}
+
+void FakeEngine::setPositionSeconds(audio::Handle h, double seconds) {
+    channels_.at(h).position = static_cast<std::int64_t>(std::llround(seconds * 44100)) * 4;
+}
+
+bool FakeEngine::init(int device, std::uint32_t freq, std::uint32_t flags) {
+    calls.push_back("init " + std::to_string(device) + " " + std::to_string(freq) + " " +
+                    std::to_string(flags));
+    return initOk;
+}
+
+bool FakeEngine::free() {
+    calls.push_back("free");
+    channels_.clear();
+    mixer = 0;
+    return true;
+}
+
+bool FakeEngine::setConfig(std::uint32_t option, std::uint32_t value) {
+    calls.push_back("setConfig " + std::to_string(option) + " " + std::to_string(value));
+    return true;
+}
+
+audio::DeviceInfo FakeEngine::getInfo() { return deviceInfo; }
+
+audio::Handle FakeEngine::streamCreateFile(const std::string& path, std::uint64_t, std::uint64_t,
+                                           std::uint32_t flags) {
+    calls.push_back("streamCreateFile " + path + " " + std::to_string(flags));
+    return fail(0);
+}
+
+audio::Handle FakeEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::uint32_t) {
+    calls.push_back("streamCreateUrl " + url);
+    return fail(0);
+}
+
+bool FakeEngine::streamFree(audio::Handle h) {
+    calls.push_back("streamFree " + std::to_string(h));
+    return channels_.erase(h) != 0 || fail(false);
+}
+
+bool FakeEngine::channelPlay(audio::Handle h, bool restart) {
+    calls.push_back("channelPlay " + std::to_string(h) + (restart ? " restart" : ""));
+    if (Channel* c = find(h)) {
+        c->state = audio::kPlaying;
+        return true;
+    }
+    return fail(false);
+}
+
+bool FakeEngine::channelStop(audio::Handle h) {
+    calls.push_back("channelStop " + std::to_string(h));
+    if (Channel* c = find(h)) {
+        c->state = audio::kStopped;
+        return true;
+    }
+    return fail(false);
+}
+
+int FakeEngine::channelIsActive(audio::Handle h) {
+    Channel* c = find(h);
+    return c ? c->state : audio::kStopped;
+}
+
+std::int64_t FakeEngine::channelGetLength(audio::Handle h) {
+    Channel* c = find(h);
+    return c ? c->length : fail<std::int64_t>(-1);
+}
+
+std::int64_t FakeEngine::channelGetPosition(audio::Handle h) {
+    Channel* c = find(h);
+    return c ? c->position : fail<std::int64_t>(0);
+}
+
+bool FakeEngine::channelSetPosition(audio::Handle h, std::uint64_t bytes) {
+    calls.push_back("channelSetPosition " + std::to_string(h) + " " + std::to_string(bytes));
+    Channel* c = find(h);
+    if (!c || static_cast<std::int64_t>(bytes) > c->length) {
+        return fail(false);
+    }
+    c->position = static_cast<std::int64_t>(bytes);
+    return true;
+}
+
+double FakeEngine::channelBytes2Seconds(audio::Handle h, std::int64_t bytes) {
+    Channel* c = find(h);
+    if (!c || bytes < 0) {
+        return fail(-1.0);
+    }
+    return static_cast<double>(bytes) / (c->freq * c->chans * 2.0);
+}
+
+std::int64_t FakeEngine::channelSeconds2Bytes(audio::Handle h, double seconds) {
+    Channel* c = find(h);
+    if (!c) {
+        return fail<std::int64_t>(-1);
+    }
+    return static_cast<std::int64_t>(std::llround(seconds * c->freq)) * c->chans * 2;
+}
+
+std::uint32_t FakeEngine::channelGetLevel(audio::Handle h) {
+    Channel* c = find(h);
+    return c ? c->level : fail<std::uint32_t>(0);
+}
+
+bool FakeEngine::channelGetInfo(audio::Handle h, audio::ChannelInfo& info) {
+    Channel* c = find(h);
+    if (!c) {
+        return fail(false);
+    }
+    info = {c->freq, c->chans, 0};
+    return true;
+}
+
+bool FakeEngine::channelSetAttribute(audio::Handle h, std::uint32_t attrib, float value) {
+    calls.push_back("channelSetAttribute " + std::to_string(h) + " " + std::to_string(attrib) +
+                    " " + std::to_string(value));
+    Channel* c = find(h);
+    if (!c) {
+        return fail(false);
+    }
+    if (attrib == audio::kAttribVol) {
+        c->volume = value;
+    }
+    return true;
+}
+
+bool FakeEngine::channelGetAttribute(audio::Handle h, std::uint32_t attrib, float& value) {
+    Channel* c = find(h);
+    if (!c) {
+        return fail(false);
+    }
+    value = attrib == audio::kAttribFreq ? static_cast<float>(c->freq) : c->volume;
+    return true;
+}
+
+bool FakeEngine::channelSlideAttribute(audio::Handle h, std::uint32_t attrib, float value,
+                                       std::uint32_t ms) {
+    calls.push_back("channelSlideAttribute " + std::to_string(h) + " " + std::to_string(attrib) +
+                    " " + std::to_string(value) + " " + std::to_string(ms));
+    return find(h) != nullptr || fail(false);
+}
+
+audio::Handle FakeEngine::channelSetSync(audio::Handle h, std::uint32_t type, std::uint64_t,
+                                         audio::SyncProc) {
+    calls.push_back("channelSetSync " + std::to_string(h) + " " + std::to_string(type));
+    return find(h) ? next_++ : fail(0);
+}
+
+bool FakeEngine::channelRemoveSync(audio::Handle h, audio::Handle sync) {
+    calls.push_back("channelRemoveSync " + std::to_string(h) + " " + std::to_string(sync));
+    return find(h) != nullptr || fail(false);
+}
+
+audio::Handle FakeEngine::mixerStreamCreate(std::uint32_t, std::uint32_t, std::uint32_t) {
+    calls.push_back("mixerStreamCreate");
+    if (!initOk) {
+        return fail(0);
+    }
+    Channel ch;
+    ch.length = -1;
+    mixer = next_++;
+    channels_[mixer] = ch;
+    return mixer;
+}
+
+bool FakeEngine::mixerAddChannel(audio::Handle m, audio::Handle h, std::uint32_t flags) {
+    calls.push_back("mixerAddChannel " + std::to_string(m) + " " + std::to_string(h) + " " +
+                    std::to_string(flags));
+    return (find(m) && find(h)) || fail(false);
+}
+
+std::uint32_t FakeEngine::mixerChannelFlags(audio::Handle h, std::uint32_t flags,
+                                            std::uint32_t mask) {
+    calls.push_back("mixerChannelFlags " + std::to_string(h) + " " + std::to_string(flags) + " " +
+                    std::to_string(mask));
+    return find(h) ? flags : fail(0xFFFFFFFFu);
+}
+
+bool FakeEngine::mixerChannelRemove(audio::Handle h) {
+    calls.push_back("mixerChannelRemove " + std::to_string(h));
+    return find(h) != nullptr || fail(false);
+}
+
+bool FakeEngine::channelRemoveFX(audio::Handle h, audio::Handle fx) {
+    calls.push_back("channelRemoveFX " + std::to_string(h) + " " + std::to_string(fx));
+    return fail(false);
+}
+
+bool FakeEngine::recordFree() {
+    calls.push_back("recordFree");
+    return true;
+}
+
+bool FakeEngine::encodeStop(audio::Handle encoder) {
+    calls.push_back("encodeStop " + std::to_string(encoder));
+    return encoder != 0 || fail(false);
+}
+
+}  // namespace tw::test

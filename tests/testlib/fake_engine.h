@@ -1,0 +1,130 @@
+#pragma once
+// A stand-in for the audio engine that reports what each test sets: lengths, positions, states and
+// levels of channels, and records every call the console makes. Handles it does not know behave
+// as stale handles do: stopped, length -1, position 0, failure.
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "audio/engine.h"
+
+namespace tw::test {
+
+class FakeEngine final : public audio::Engine {
+public:
+    struct Channel {
+        std::int64_t length = 0;    // bytes
+        std::int64_t position = 0;  // bytes
+        int state = audio::kPlaying;
+        std::uint32_t level = 0;
+        std::uint32_t freq = 44100;
+        std::uint32_t chans = 2;
+        float volume = 1.0f;
+    };
+
+    // A decoding stream of the given seconds at 44100 Hz stereo, 16-bit.
+    audio::Handle addStream(double seconds, int state = audio::kPlaying);
+    Channel& channel(audio::Handle h) { return channels_.at(h); }
+    void setPositionSeconds(audio::Handle h, double seconds);
+    void remove(audio::Handle h) { channels_.erase(h); }
+    bool has(audio::Handle h) const { return channels_.count(h) != 0; }
+
+    std::vector<std::string> calls;  // "encodeStop 7", "mixerStreamCreate", ...
+    int count(const std::string& prefix) const;
+    audio::DeviceInfo deviceInfo{10, 40, 9, true};
+    bool initOk = true;
+
+    bool init(int, std::uint32_t, std::uint32_t) override;
+    bool free() override;
+    bool setConfig(std::uint32_t option, std::uint32_t value) override;
+    audio::DeviceInfo getInfo() override;
+    std::uint32_t fxGetVersion() override { return 0x02040000; }
+    int errorGetCode() override { return lastError_; }
+
+    audio::Handle streamCreateFile(const std::string& path, std::uint64_t, std::uint64_t,
+                                   std::uint32_t flags) override;
+    audio::Handle streamCreateMemory(std::shared_ptr<const std::vector<std::uint8_t>>,
+                                     std::uint64_t, std::uint64_t, std::uint32_t) override {
+        return fail(0);
+    }
+    audio::Handle streamCreateUrl(const std::string& url, std::uint32_t, std::uint32_t) override;
+    bool streamFree(audio::Handle h) override;
+
+    bool channelPlay(audio::Handle h, bool restart) override;
+    bool channelStop(audio::Handle h) override;
+    int channelIsActive(audio::Handle h) override;
+    std::int64_t channelGetLength(audio::Handle h) override;
+    std::int64_t channelGetPosition(audio::Handle h) override;
+    bool channelSetPosition(audio::Handle h, std::uint64_t bytes) override;
+    double channelBytes2Seconds(audio::Handle h, std::int64_t bytes) override;
+    std::int64_t channelSeconds2Bytes(audio::Handle h, double seconds) override;
+    std::uint32_t channelGetLevel(audio::Handle h) override;
+    std::int64_t channelGetData(audio::Handle, void*, std::uint32_t) override { return fail(-1); }
+    bool channelGetInfo(audio::Handle h, audio::ChannelInfo& info) override;
+    bool channelSetAttribute(audio::Handle h, std::uint32_t attrib, float value) override;
+    bool channelGetAttribute(audio::Handle h, std::uint32_t attrib, float& value) override;
+    bool channelSlideAttribute(audio::Handle h, std::uint32_t attrib, float value,
+                               std::uint32_t ms) override;
+    audio::Handle channelSetSync(audio::Handle h, std::uint32_t type, std::uint64_t,
+                                 audio::SyncProc) override;
+    bool channelRemoveSync(audio::Handle h, audio::Handle sync) override;
+
+    audio::Handle mixerStreamCreate(std::uint32_t, std::uint32_t, std::uint32_t) override;
+    bool mixerAddChannel(audio::Handle mixer, audio::Handle h, std::uint32_t flags) override;
+    std::uint32_t mixerChannelFlags(audio::Handle h, std::uint32_t flags,
+                                    std::uint32_t mask) override;
+    bool mixerChannelRemove(audio::Handle h) override;
+
+    audio::Handle channelSetFX(audio::Handle, std::uint32_t, int) override { return fail(0); }
+    bool channelRemoveFX(audio::Handle h, audio::Handle fx) override;
+    bool fxSetParameters(audio::Handle, const audio::ParamEq&) override { return fail(false); }
+    bool fxSetParameters(audio::Handle, const audio::Compressor&) override { return fail(false); }
+    bool fxSetParameters(audio::Handle, const audio::DynamicAmp&) override { return fail(false); }
+    bool fxReset(audio::Handle) override { return fail(false); }
+
+    bool recordGetDeviceInfo(int, audio::RecordDeviceInfo&) override { return fail(false); }
+    bool recordInit(int) override { return fail(false); }
+    bool recordSetDevice(int) override { return fail(false); }
+    bool recordFree() override;
+    std::string recordGetInputName(int) override { return {}; }
+    int recordGetInput(int, float&) override { return fail(-1); }
+    bool recordSetInput(int, std::uint32_t, float) override { return fail(false); }
+    audio::Handle recordStart(std::uint32_t, std::uint32_t, std::uint32_t,
+                              audio::RecordProc) override {
+        return fail(0);
+    }
+
+    audio::Handle encodeStart(audio::Handle, const std::string&, std::uint32_t) override {
+        return fail(0);
+    }
+    bool encodeStop(audio::Handle encoder) override;
+    int encodeIsActive(audio::Handle) override { return 0; }
+    std::uint64_t encodeGetCount(audio::Handle, int) override { return 0; }
+    bool castInit(audio::Handle, const std::string&, const std::string&, const std::string&,
+                  const std::string&, const std::string&, const std::string&, const std::string&,
+                  const std::string&, std::uint32_t, bool) override {
+        return fail(false);
+    }
+    bool castSetTitle(audio::Handle, const std::string&, const std::string&) override {
+        return fail(false);
+    }
+    std::string castGetStats(audio::Handle, int, const std::string&) override { return {}; }
+
+    audio::Handle mixer = 0;
+
+private:
+    template <typename T>
+    T fail(T value) {
+        lastError_ = audio::kErrorHandle;
+        return value;
+    }
+    Channel* find(audio::Handle h);
+
+    std::map<audio::Handle, Channel> channels_;
+    audio::Handle next_ = 100;
+    int lastError_ = 0;
+};
+
+}  // namespace tw::test
