@@ -14,7 +14,9 @@ constexpr std::size_t kChunkSize = 64 * 1024;
 // Replaced text is kept until it outweighs the live text, then the document is rebuilt.
 constexpr std::size_t kMinGarbageForRebuild = 1 << 20;
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 unsigned char fold(unsigned char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
@@ -30,7 +32,9 @@ std::string_view trim(std::string_view s) {
     return s;
 }
 
-bool hasLineBreak(std::string_view s) { return s.find_first_of("\r\n") != std::string_view::npos; }
+bool hasLineBreak(std::string_view s) {
+    return s.find_first_of("\r\n") != std::string_view::npos;
+}
 
 }  // namespace
 
@@ -55,7 +59,9 @@ bool IniDocument::FoldEqual::operator()(std::string_view a, std::string_view b) 
     return true;
 }
 
-IniDocument::IniDocument() { sections_.emplace_back(); }
+IniDocument::IniDocument() {
+    sections_.emplace_back();
+}
 
 IniDocument::IniDocument(std::string_view bytes) : bytes_(bytes.begin(), bytes.end()) {
     parse(bytes_.data(), bytes_.size());
@@ -234,13 +240,14 @@ const char* IniDocument::store(std::string_view a, std::string_view b, std::stri
     return target;
 }
 
-IniDocument::Line IniDocument::makeLine(std::string_view a, std::string_view b,
-                                        std::string_view c, LineEnd end, Kind expected,
-                                        std::string_view expectedName, bool& clean) {
+IniDocument::Line IniDocument::makeLine(std::string_view a, std::string_view b, std::string_view c,
+                                        LineEnd end, Kind expected, std::string_view expectedName,
+                                        bool& clean) {
     const std::size_t size = a.size() + b.size() + c.size();
     const Line line = classify(store(a, b, c), size, end);
     // A name or value that would read back differently once the file is parsed again (a line
-    // break, an "=" in a key name, a key that looks like a header) leaves the structure to a rebuild.
+    // break, an "=" in a key name, a key that looks like a header) leaves the structure to a
+    // rebuild.
     const std::string_view text(line.text, line.size);
     if (line.kind != expected || !FoldEqual{}(line.name(), expectedName) || hasLineBreak(text)) {
         clean = false;

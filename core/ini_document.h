@@ -1,7 +1,8 @@
 #pragma once
 // One INI file held in memory as the lines it was read from. Every line keeps its bytes and its
 // own line end (LF, CRLF, a lone CR, or none on the last line), so that writing the document back
-// changes only the lines a write touched: comments, blank lines, stray text and odd spacing survive.
+// changes only the lines a write touched: comments, blank lines, stray text and odd spacing
+// survive.
 //
 // Reading rules: a line whose first non-blank byte is "[" and which holds a "]" opens a section
 // named by what stands between the "[" and the last "]"; a line with "=" (not a section, not a ";"
@@ -25,7 +26,7 @@
 namespace tw::core {
 
 class IniDocument {
-public:
+  public:
     IniDocument();
     explicit IniDocument(std::string_view bytes);
     explicit IniDocument(std::vector<char> bytes);
@@ -51,7 +52,7 @@ public:
     bool sameBytes(std::string_view bytes) const;
     std::size_t byteSize() const { return byteSize_; }
 
-private:
+  private:
     enum class LineEnd : std::uint8_t { kNone, kLf, kCrLf, kCr };
     enum class Kind : std::uint8_t { kOther, kSection, kKey };
 

@@ -333,7 +333,9 @@ void SettingsStore::write(const std::string& file, std::string_view section, std
     }
 }
 
-void SettingsStore::beginEvent() { ++impl_->eventDepth; }
+void SettingsStore::beginEvent() {
+    ++impl_->eventDepth;
+}
 
 void SettingsStore::endEvent() {
     if (impl_->eventDepth > 0 && --impl_->eventDepth == 0) {

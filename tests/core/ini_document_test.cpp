@@ -39,7 +39,8 @@ TEST(IniDocumentTest, FirstKeyOfANameWinsWithinItsSection) {
 }
 
 TEST(IniDocumentTest, BlanksAroundNamesAndValuesDoNotCount) {
-    const IniDocument doc("  [  My Section \t]  \n \t Some Key \t=  \t a value with  inner blanks \t\n");
+    const IniDocument doc(
+        "  [  My Section \t]  \n \t Some Key \t=  \t a value with  inner blanks \t\n");
     EXPECT_EQ(valueOf(doc, "My Section", "Some Key"), "a value with  inner blanks");
     EXPECT_EQ(valueOf(doc, " My Section  ", "\tSome Key "), "a value with  inner blanks");
 }

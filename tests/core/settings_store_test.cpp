@@ -1,7 +1,7 @@
 #include "core/settings_store.h"
 
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,18 +40,18 @@ void setModified(const fs::path& p, const timespec& when) {
 }
 
 class UmaskScope {
-public:
+  public:
     explicit UmaskScope(mode_t mask) : old_(::umask(mask)) {}
     ~UmaskScope() { ::umask(old_); }
     UmaskScope(const UmaskScope&) = delete;
     UmaskScope& operator=(const UmaskScope&) = delete;
 
-private:
+  private:
     mode_t old_;
 };
 
 class SettingsStoreTest : public ::testing::Test {
-protected:
+  protected:
     std::string path(const std::string& name) const { return (dir_ / name).string(); }
 
     test::TempDir dir_;
@@ -283,7 +283,7 @@ TEST_F(SettingsStoreTest, WriteIntoMissingFolderFailsSilently) {
 // Each case puts something in the way of the flush; the original must stay byte for byte, the
 // store must read what the disk holds afterwards, and no temporary file may be left.
 class FailingFlushTest : public SettingsStoreTest {
-protected:
+  protected:
     void SetUp() override { writeFile(dir_ / "played.ini", original_); }
 
     void expectOriginalKept(const std::set<std::string>& expectedEntries) {
