@@ -1,0 +1,363 @@
+#include "core/settings_store.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <ctime>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "core/ini_document.h"
+
+namespace tw::core {
+
+namespace {
+
+// Settings files are small; played.ini grows by a few hundred bytes a track. Anything past this is
+// not ours, and reading it would only stall the console.
+constexpr off_t kLargestFile = off_t{1} << 30;
+
+// What a file looked like on disk when the cached copy matched it.
+struct DiskStamp {
+    bool exists = false;
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    timespec mtime{};
+
+    bool operator==(const DiskStamp& o) const {
+        return exists == o.exists && device == o.device && inode == o.inode && size == o.size &&
+               mtime.tv_sec == o.mtime.tv_sec && mtime.tv_nsec == o.mtime.tv_nsec;
+    }
+};
+
+DiskStamp stampOf(const struct stat& st) {
+    return {true, st.st_dev, st.st_ino, st.st_size, st.st_mtim};
+}
+
+DiskStamp currentStamp(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) {
+        return {};
+    }
+    return stampOf(st);
+}
+
+enum class ReadResult { kRead, kMissing, kUnreadable };
+
+ReadResult readWholeFile(const std::string& path, std::vector<char>& bytes, DiskStamp& stamp) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return (errno == ENOENT || errno == ENOTDIR) ? ReadResult::kMissing
+                                                     : ReadResult::kUnreadable;
+    }
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size > kLargestFile) {
+        ::close(fd);
+        return ReadResult::kUnreadable;
+    }
+    // The size can change under us; read to the end whatever it is now.
+    bytes.resize(static_cast<std::size_t>(st.st_size) + 1);
+    std::size_t used = 0;
+    for (;;) {
+        if (used == bytes.size()) {
+            if (bytes.size() > static_cast<std::size_t>(kLargestFile)) {
+                ::close(fd);
+                return ReadResult::kUnreadable;
+            }
+            bytes.resize(bytes.size() * 2);
+        }
+        const ssize_t got = ::read(fd, bytes.data() + used, bytes.size() - used);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            ::close(fd);
+            return ReadResult::kUnreadable;
+        }
+        if (got == 0) {
+            break;
+        }
+        used += static_cast<std::size_t>(got);
+    }
+    ::close(fd);
+    bytes.resize(used);
+    stamp = stampOf(st);
+    return ReadResult::kRead;
+}
+
+bool writeAll(int fd, const std::string& bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            return false;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+std::string folderOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return ".";
+    }
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string nameOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+std::string foldName(std::string name) {
+    for (char& c : name) {
+        if (c >= 'A' && c <= 'Z') {
+            c = static_cast<char>(c + ('a' - 'A'));
+        }
+    }
+    return name;
+}
+
+// Replaces the file at path with bytes so that the path shows either the old or the new contents,
+// whatever happens meanwhile. The temporary file has one fixed name per target: a flush killed
+// half-way leaves at most that one file behind, and the next flush of the same target removes it.
+std::optional<DiskStamp> replaceFile(const std::string& path, const std::string& bytes,
+                                     bool privateWhenNew) {
+    const std::string folder = folderOf(path);
+    const std::string temp = folder + "/." + nameOf(path) + ".tmp";
+    struct stat old {};
+    const bool exists = ::stat(path.c_str(), &old) == 0;
+    if (exists && !S_ISREG(old.st_mode)) {
+        return std::nullopt;
+    }
+    ::unlink(temp.c_str());
+    // A new file starts with the umask's mode, or private; an existing one keeps its mode, set
+    // before any byte is written so that a secret never sits in a file others can read.
+    const mode_t createMode = (exists || privateWhenNew) ? 0600 : 0666;
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, createMode);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    struct stat written {};
+    bool ok = (!exists || ::fchmod(fd, old.st_mode & 07777) == 0) && writeAll(fd, bytes) &&
+              ::fdatasync(fd) == 0 && ::fstat(fd, &written) == 0;
+    ok = (::close(fd) == 0) && ok;
+    ok = ok && ::rename(temp.c_str(), path.c_str()) == 0;
+    if (!ok) {
+        ::unlink(temp.c_str());
+        return std::nullopt;
+    }
+    // The rename itself reaches the disk with the folder; without this a power cut could bring
+    // back the old file, which is still a whole file, so a failure here changes nothing.
+    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir >= 0) {
+        ::fsync(dir);
+        ::close(dir);
+    }
+    return stampOf(written);
+}
+
+timespec now() {
+    timespec t{};
+    ::clock_gettime(CLOCK_REALTIME, &t);
+    return t;
+}
+
+bool before(const timespec& a, const timespec& b) {
+    return a.tv_sec < b.tv_sec || (a.tv_sec == b.tv_sec && a.tv_nsec < b.tv_nsec);
+}
+
+// File times advance by clock ticks, not nanoseconds: two writes within one tick can leave the
+// same time and size. While a file's time is that close to the moment we read it, the stamp alone
+// cannot prove it unchanged.
+timespec uncertainTimeAfterWrite() {
+    timespec tick{};
+    if (::clock_getres(CLOCK_REALTIME_COARSE, &tick) != 0) {
+        tick = {0, 10'000'000};
+    }
+    long long ns = (static_cast<long long>(tick.tv_sec) * 1'000'000'000LL + tick.tv_nsec) * 2;
+    ns = std::max(ns, 2'000'000LL);
+    return {static_cast<time_t>(ns / 1'000'000'000LL), static_cast<long>(ns % 1'000'000'000LL)};
+}
+
+timespec add(const timespec& a, const timespec& b) {
+    timespec sum{a.tv_sec + b.tv_sec, a.tv_nsec + b.tv_nsec};
+    if (sum.tv_nsec >= 1'000'000'000L) {
+        sum.tv_nsec -= 1'000'000'000L;
+        ++sum.tv_sec;
+    }
+    return sum;
+}
+
+}  // namespace
+
+struct SettingsStore::Impl {
+    struct Entry {
+        IniDocument doc;
+        DiskStamp stamp;
+        // Until this moment a change by someone else may not show in the stamp (see above).
+        timespec uncertainUntil{};
+        bool uncertain = false;
+        // Changes not yet on disk. While there are any, the cached copy wins over the disk: it is
+        // what the next flush writes.
+        bool dirty = false;
+        // The file is there but cannot be read; writing would replace what we never saw.
+        bool readable = true;
+    };
+
+    std::unordered_map<std::string, Entry> files;
+    std::vector<std::string> privateNames;
+    int eventDepth = 0;
+    timespec uncertainty = uncertainTimeAfterWrite();
+
+    void trust(Entry& e, const DiskStamp& stamp) {
+        e.stamp = stamp;
+        e.uncertainUntil = add(stamp.mtime, uncertainty);
+        e.uncertain = stamp.exists && before(now(), e.uncertainUntil);
+    }
+
+    void load(Entry& e, const std::string& path) {
+        std::vector<char> bytes;
+        DiskStamp stamp;
+        const ReadResult result = readWholeFile(path, bytes, stamp);
+        e.readable = result != ReadResult::kUnreadable;
+        e.doc = result == ReadResult::kRead ? IniDocument(std::move(bytes)) : IniDocument();
+        trust(e, stamp);
+    }
+
+    void refresh(Entry& e, const std::string& path) {
+        if (!(currentStamp(path) == e.stamp) || !e.readable) {
+            load(e, path);
+            return;
+        }
+        if (!e.uncertain) {
+            return;
+        }
+        std::vector<char> bytes;
+        DiskStamp stamp;
+        if (readWholeFile(path, bytes, stamp) != ReadResult::kRead) {
+            load(e, path);
+            return;
+        }
+        if (!e.doc.sameBytes(std::string_view(bytes.data(), bytes.size()))) {
+            e.doc = IniDocument(std::move(bytes));
+            trust(e, stamp);
+            return;
+        }
+        if (!before(now(), e.uncertainUntil)) {
+            e.uncertain = false;
+        }
+    }
+
+    Entry& open(const std::string& path) {
+        auto [it, added] = files.try_emplace(path);
+        if (added) {
+            load(it->second, path);
+        } else if (!it->second.dirty) {
+            refresh(it->second, path);
+        }
+        return it->second;
+    }
+
+    bool isPrivate(const std::string& path) const {
+        const std::string name = foldName(nameOf(path));
+        return std::find(privateNames.begin(), privateNames.end(), name) != privateNames.end();
+    }
+
+    // Writes one changed file. On failure the cached copy is dropped, so that what the console
+    // reads next is what the disk holds, as when a classic write fails.
+    bool flushFile(const std::string& path, Entry& e) {
+        const auto stamp = replaceFile(path, e.doc.serialize(), isPrivate(path));
+        if (!stamp) {
+            return false;
+        }
+        e.dirty = false;
+        trust(e, *stamp);
+        return true;
+    }
+
+    void flushAll() {
+        for (auto it = files.begin(); it != files.end();) {
+            if (it->second.dirty && !flushFile(it->first, it->second)) {
+                it = files.erase(it);
+            } else {
+                ++it;
+            }
+        }
+    }
+};
+
+SettingsStore::SettingsStore() : impl_(std::make_unique<Impl>()) {}
+
+SettingsStore::~SettingsStore() {
+    try {
+        impl_->flushAll();
+    } catch (...) {
+        // Nothing can be reported from here; the files on disk are whole either way.
+    }
+}
+
+std::string SettingsStore::read(const std::string& file, std::string_view section,
+                                std::string_view key, std::string_view def, std::size_t maxChars) {
+    try {
+        const auto value = impl_->open(file).doc.find(section, key);
+        return std::string(cutToCodePoints(value ? *value : def, maxChars));
+    } catch (...) {
+        return std::string(cutToCodePoints(def, maxChars));
+    }
+}
+
+void SettingsStore::write(const std::string& file, std::string_view section, std::string_view key,
+                          std::optional<std::string_view> value) {
+    try {
+        Impl::Entry& e = impl_->open(file);
+        if (!e.readable || !e.doc.set(section, key, value)) {
+            return;
+        }
+        e.dirty = true;
+        if (impl_->eventDepth == 0 && !impl_->flushFile(file, e)) {
+            impl_->files.erase(file);
+        }
+    } catch (...) {
+        // A failed write is not reported; drop whatever half-state the cache holds.
+        impl_->files.erase(file);
+    }
+}
+
+void SettingsStore::beginEvent() {
+    ++impl_->eventDepth;
+}
+
+void SettingsStore::endEvent() {
+    if (impl_->eventDepth > 0 && --impl_->eventDepth == 0) {
+        flush();
+    }
+}
+
+void SettingsStore::flush() {
+    try {
+        impl_->flushAll();
+    } catch (...) {
+        impl_->files.clear();
+    }
+}
+
+void SettingsStore::addPrivateFileName(std::string name) {
+    impl_->privateNames.push_back(foldName(std::move(name)));
+}
+
+void SettingsStore::dropCache() {
+    flush();
+    impl_->files.clear();
+}
+
+}  // namespace tw::core

@@ -1,0 +1,119 @@
+// A console killed in the middle of writing played.ini must find, on the next start, a whole file:
+// the one before the flush or the one after it, never a mixture and never half of one.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "core/ini_document.h"
+#include "core/settings_store.h"
+#include "tests/testlib/temp_dir.h"
+
+namespace tw::core {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kSections = 3000;
+constexpr int kRounds = 50;
+
+std::string padFor(int version, int section) {
+    return std::string(20 + (version * 7 + section) % 150, static_cast<char>('a' + version % 26));
+}
+
+// The whole file as it stands after the writer's flush number `version`.
+std::string versionText(int version) {
+    std::string text;
+    for (int s = 0; s < kSections; ++s) {
+        text += "[Track " + std::to_string(s) + "]\nGen=" + std::to_string(version) +
+                "\nPad=" + padFor(version, s) + "\n";
+    }
+    return text;
+}
+
+// The child: carries on from whatever version is on disk, one flush per version, until killed.
+[[noreturn]] void writeForever(const std::string& file) {
+    SettingsStore store;
+    int version = std::stoi(store.read(file, "Track 0", "Gen", "0"));
+    for (;;) {
+        ++version;
+        EventScope event(store);
+        for (int s = 0; s < kSections; ++s) {
+            const std::string section = "Track " + std::to_string(s);
+            store.write(file, section, "Gen", std::to_string(version));
+            store.write(file, section, "Pad", padFor(version, s));
+        }
+    }
+}
+
+std::set<std::string> entriesOf(const fs::path& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        names.insert(entry.path().filename().string());
+    }
+    return names;
+}
+
+TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile) {
+    test::TempDir dir;
+    const fs::path file = dir / "played.ini";
+    const std::string temp = ".played.ini.tmp";
+    test::writeFile(file, versionText(0));
+
+    std::mt19937 random(20261122);
+    std::uniform_int_distribution<int> delayMs(1, 40);
+    int lastVersion = 0;
+    int killedMidFlush = 0;
+    int advanced = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            writeForever(file.string());
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs(random)));
+        ASSERT_EQ(::kill(child, SIGKILL), 0);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status));
+
+        const std::string bytes = test::readFile(file);
+        const IniDocument doc(bytes);
+        const auto gen = doc.find("track 0", "gen");
+        ASSERT_TRUE(gen.has_value()) << "round " << round;
+        const int version = std::stoi(std::string(*gen));
+        ASSERT_EQ(bytes, versionText(version)) << "round " << round;
+        ASSERT_GE(version, lastVersion) << "round " << round;
+        advanced += version > lastVersion;
+        lastVersion = version;
+
+        const auto entries = entriesOf(dir.path());
+        if (entries.count(temp)) {
+            ++killedMidFlush;
+        }
+        ASSERT_TRUE(entries == std::set<std::string>({"played.ini"}) ||
+                    entries == std::set<std::string>({"played.ini", temp}))
+            << "round " << round << ": " << entries.size() << " entries";
+    }
+    // The kills must have landed both between flushes and inside them, or nothing was tested.
+    EXPECT_GT(killedMidFlush, 0);
+    EXPECT_GT(advanced, 0);
+
+    // The next start clears what the last kill left.
+    {
+        SettingsStore store;
+        store.write(file.string(), "Track 0", "Gen", std::to_string(lastVersion + 1));
+    }
+    EXPECT_EQ(entriesOf(dir.path()), std::set<std::string>{"played.ini"});
+}
+
+}  // namespace
+}  // namespace tw::core
