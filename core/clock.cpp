@@ -4,7 +4,7 @@
 
 namespace tw::core {
 
-DateValue SystemClock::now() const {
+DateValue SystemClock::exact() const {
     timespec ts{};
     clock_gettime(CLOCK_REALTIME, &ts);
     return fromUnixTime(ts.tv_sec, ts.tv_nsec);

@@ -15,23 +15,25 @@ class Clock {
   public:
     virtual ~Clock() = default;
     // The present date and time, local time, with the fraction of the second.
-    virtual DateValue now() const = 0;
-    // Seconds since midnight of now(), with the fraction of the second. Falls back to 0 at
-    // midnight, which the throttled yield depends on.
-    double timer() const { return secondsSinceMidnight(now()); }
+    virtual DateValue exact() const = 0;
+    // The present date and time to the whole second, as dates are written and shown.
+    DateValue now() const { return wholeSeconds(exact()); }
+    // Seconds since midnight, with the fraction of the second. Falls back to 0 at midnight,
+    // which the throttled yield depends on.
+    double timer() const { return secondsSinceMidnight(exact()); }
 };
 
 class SystemClock final : public Clock {
   public:
-    DateValue now() const override;
+    DateValue exact() const override;
 };
 
 class VirtualClock final : public Clock {
   public:
     explicit VirtualClock(DateValue start) : now_(start) {}
-    DateValue now() const override { return now_.load(std::memory_order_relaxed); }
+    DateValue exact() const override { return now_.load(std::memory_order_relaxed); }
     void set(DateValue d) { now_.store(d, std::memory_order_relaxed); }
-    void advanceSeconds(double s) { set(now() + s / 86400.0); }
+    void advanceSeconds(double s) { set(exact() + s / 86400.0); }
 
   private:
     std::atomic<double> now_;

@@ -197,6 +197,12 @@ double secondsSinceMidnight(DateValue d) {
     return std::fabs(d - whole) * 86400.0;
 }
 
+DateValue wholeSeconds(DateValue d) {
+    double whole = std::trunc(d);
+    double secs = std::floor(std::fabs(d - whole) * 86400.0 + 1e-6);
+    return join(static_cast<std::int64_t>(whole), secs);
+}
+
 std::string generalDate(DateValue d) {
     DaySeconds ds = split(d);
     DateParts p = dateParts(d);

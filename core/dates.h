@@ -29,8 +29,10 @@ DateParts dateParts(DateValue d);
 DateValue fromUnixTime(std::time_t t, long nanoseconds = 0);
 std::time_t toUnixTime(DateValue d);
 
-// Seconds, minutes and day count from the start of the day, of a date value.
+// Seconds since the start of the day of a date value, with their fraction.
 double secondsSinceMidnight(DateValue d);
+// The date value cut to its whole second.
+DateValue wholeSeconds(DateValue d);
 
 // The general date text: "11/22/2026 1:19:57 AM". The date part is left out for a value with no
 // date part, the time part for a value at exactly midnight.

@@ -6,7 +6,7 @@
 namespace tw::support {
 
 VirtualEventLoop::VirtualEventLoop(core::VirtualClock& clock)
-    : clock_(clock), start_(clock.now()) {}
+    : clock_(clock), start_(clock.exact()) {}
 
 int VirtualEventLoop::startTimer(int intervalMs, std::function<void()> callback) {
     const int id = nextId_++;

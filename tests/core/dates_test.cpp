@@ -151,5 +151,11 @@ TEST(FormatNumberTest, HalvesRoundAwayFromZero) {
     EXPECT_EQ(formatNumber(0.05, "#.0"), ".1");
 }
 
+TEST(DateValueTest, WholeSecondsCutsTheFraction) {
+    DateValue d = dateSerial(2026, 11, 22) + (36000.0 + 0.9) / 86400.0;
+    EXPECT_EQ(generalDate(wholeSeconds(d)), "11/22/2026 10:00:00 AM");
+    EXPECT_NEAR(secondsSinceMidnight(d), 36000.9, 1e-4);
+}
+
 }  // namespace
 }  // namespace tw::core
