@@ -1,0 +1,231 @@
+#include "core/console_ops.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "core/failure.h"
+#include "tests/testlib/console_fixture.h"
+
+namespace tw::core {
+namespace {
+
+namespace fs = std::filesystem;
+using test::readFile;
+using test::writeFile;
+
+class ConsoleOpsTest : public test::ConsoleFixture {};
+
+TEST_F(ConsoleOpsTest, ASectionThatDoesNotExistReadsAsTheDefaultAndCreatesNoFile) {
+    Console& c = make();
+    EXPECT_EQ(readIni(c, c.playedIniPath(), "Nobody - Nothing", "LastPlayed", "none"), "none");
+    EXPECT_FALSE(fs::exists(dir / "played.ini"));
+}
+
+TEST_F(ConsoleOpsTest, AValueLongerThan255CharactersComesBackCut) {
+    Console& c = make();
+    writeIniValue(c, c.playedIniPath(), "s", "k", std::string(300, 'x'));
+    EXPECT_EQ(readIni(c, c.playedIniPath(), "s", "k", ""), std::string(255, 'x'));
+}
+
+TEST_F(ConsoleOpsTest, ALineBreakInWriteIniIsCleanedInTheCallersTextAndKeptInTheFile) {
+    Console& c = make();
+    std::string value = "first\r\nsecond";
+    writeIni(c, c.playedIniPath(), "Track", "Note", value);
+    EXPECT_EQ(value, "first  second");
+    EXPECT_NE(readFile(dir / "played.ini").find("Note=first\r\nsecond"), std::string::npos);
+    EXPECT_EQ(readIni(c, c.playedIniPath(), "Track", "Note", ""), "first");
+}
+
+TEST_F(ConsoleOpsTest, AWriteWithNoValueRemovesTheKey) {
+    Console& c = make();
+    writeIniValue(c, c.playedIniPath(), "T", "LastPlayed", "1/1/2026");
+    deleteIniKey(c, c.playedIniPath(), "T", "Lastplayed");
+    EXPECT_EQ(readIni(c, c.playedIniPath(), "T", "LastPlayed", "none"), "none");
+}
+
+TEST_F(ConsoleOpsTest, AppLogLinesHaveTheTimeFormAndNoSeparators) {
+    Console& c = make();
+    logError(c, "TarnWave Started");
+    EXPECT_EQ(readFile(dir / "app.log"), "#Time:11/22/2026 10:00:00 AMTarnWave Started#\n");
+}
+
+TEST_F(ConsoleOpsTest, ALineBreakInALogEntryIsWrittenAsItStands) {
+    Console& c = make();
+    logError(c, "one\ntwo");
+    EXPECT_EQ(appLogLines(), (std::vector<std::string>{"#Time:11/22/2026 10:00:00 AMone", "two#"}));
+}
+
+TEST_F(ConsoleOpsTest, AFailingLogIsSwallowed) {
+    core::Services s;
+    s.clock = &clock;
+    s.settings = &settings;
+    s.engine = &engine;
+    Console c((dir / "gone" / "deeper").string(), s);
+    logError(c, "nothing happens");
+    logPlayed(c, "A - B", c.now());
+    EXPECT_FALSE(fs::exists(dir / "gone"));
+}
+
+TEST_F(ConsoleOpsTest, PlayedLogKeepsCommasInTitlesSoReadersSplitAtTheLastComma) {
+    Console& c = make();
+    logPlayed(c, "Crosby, Stills - Helplessly", c.now());
+    const std::string line = readFile(dir / "Played.log");
+    EXPECT_EQ(line, "Crosby, Stills - Helplessly,11/22/2026 10:00:00 AM\n");
+    const auto last = line.rfind(',');
+    EXPECT_EQ(line.substr(0, last), "Crosby, Stills - Helplessly");
+}
+
+TEST_F(ConsoleOpsTest, FailureTextNamesTheRoutineDescriptionAndNumber) {
+    EXPECT_EQ(failureText("StartNext", Failure(kErrOverflow, "Overflow")), "StartNextOverflow  6");
+}
+
+TEST_F(ConsoleOpsTest, TheMessageLineReplacesTheLastMessageUnderTheTrackListFrame) {
+    Console& c = make();
+    printMessageOnScreen(c, "first");
+    printMessageOnScreen(c, "Please select song to preview");
+    const auto& texts = c.form().frmTarnDesk.drawing.texts;
+    ASSERT_EQ(texts.size(), 1u);
+    EXPECT_EQ(texts[0].text, "Please select song to preview");
+    EXPECT_DOUBLE_EQ(texts[0].x, c.form().frmTrackList.rect.left);
+    EXPECT_DOUBLE_EQ(texts[0].y,
+                     c.form().frmTrackList.rect.top + c.form().frmTrackList.rect.height);
+}
+
+TEST(PrintOnButtonTest, ASingleLineStartsOneFontSizeAboveTheMiddle) {
+    Element b("cmdOnAir", ElementKind::PictureButton);
+    b.rect = {0, 0, 120, 36};
+    printOnButton(b, ImageRole::Gray, "  OFF AIR  ");
+    EXPECT_EQ(b.caption, "OFF AIR");
+    EXPECT_EQ(b.image, ImageRole::Gray);
+    EXPECT_EQ(b.fontSize, 10);
+    EXPECT_TRUE(b.fontBold);
+    ASSERT_EQ(b.drawing.texts.size(), 1u);
+    EXPECT_DOUBLE_EQ(b.drawing.texts[0].x, 60 - (7 / 2.8) * 10);
+    EXPECT_DOUBLE_EQ(b.drawing.texts[0].y, 18 + 0.5 - 10);
+    ASSERT_EQ(b.drawing.fills.size(), 1u);
+    EXPECT_DOUBLE_EQ(b.drawing.fills[0].width, 120);
+}
+
+TEST(PrintOnButtonTest, TwoLinesStartTwoFontSizesAboveTheMiddle) {
+    Element b("cmdSettings", ElementKind::PictureButton);
+    b.rect = {0, 0, 100, 40};
+    printOnButton(b, ImageRole::Settings, "Settings", "Broadcast", 8);
+    ASSERT_EQ(b.drawing.texts.size(), 2u);
+    EXPECT_DOUBLE_EQ(b.drawing.texts[0].y, 20 + 0.5 - 16);
+    EXPECT_DOUBLE_EQ(b.drawing.texts[1].y, 20 + 0.5);
+    EXPECT_DOUBLE_EQ(b.drawing.texts[1].x, 50 - (9 / 2.8) * 8);
+}
+
+TEST(PrintOnButtonTest, AVeryLongCaptionStartsLeftOfTheButton) {
+    Element b("lblplayer1", ElementKind::PictureButton);
+    b.rect = {0, 0, 250, 50};
+    printOnButton(b, ImageRole::Blue, std::string(80, 'W'));
+    EXPECT_LT(b.drawing.texts[0].x, 0);
+}
+
+TEST_F(ConsoleOpsTest, TheYieldRunsAtMostOnceInFiftyMilliseconds) {
+    Console& c = make();
+    int ran = 0;
+    auto count = [&] {
+        loop.post([&] { ++ran; });
+        yieldUi(c);
+    };
+    count();
+    EXPECT_EQ(ran, 1);
+    count();  // no time has passed: the posted work waits
+    EXPECT_EQ(ran, 1);
+    clock.advanceSeconds(0.049);
+    count();
+    EXPECT_EQ(ran, 1);
+    clock.advanceSeconds(0.002);
+    yieldUi(c);
+    EXPECT_EQ(ran, 3);
+}
+
+TEST_F(ConsoleOpsTest, AfterMidnightTheYieldStaysSilentUntilItsStampIsReset) {
+    clock.set(dateSerial(2026, 11, 22) + timeSerial(23, 59, 59));
+    Console& c = make();
+    int ran = 0;
+    yieldUi(c);
+    clock.advanceSeconds(2);  // 00:00:01 of the next day
+    loop.post([&] { ++ran; });
+    yieldUi(c);
+    EXPECT_EQ(ran, 0);
+    c.lastYield = 0;
+    yieldUi(c);
+    EXPECT_EQ(ran, 1);
+}
+
+TEST_F(ConsoleOpsTest, RecycleSendsToTheTrashWithTheFlagsOfTheCall) {
+    Console& c = make();
+    EXPECT_EQ(moveToRecycle(c, "/x/a.mp3", 16, true), 20);
+    EXPECT_EQ(moveToRecycle(c, "/x/b.mp3", 16, false), 64);
+    EXPECT_EQ(trash.trashed, (std::vector<std::string>{"/x/a.mp3", "/x/b.mp3"}));
+}
+
+TEST(DesktopTrashTest, MovesAFileIntoTheTrashFolder) {
+    test::TempDir home;
+    test::TempDir station;
+    setenv("XDG_DATA_HOME", (home.path() / "data").c_str(), 1);
+    writeFile(station / "song.mp3", "abc");
+    DesktopTrash trash;
+    EXPECT_TRUE(trash.moveToTrash((station / "song.mp3").string()));
+    EXPECT_FALSE(fs::exists(station / "song.mp3"));
+    EXPECT_TRUE(fs::exists(home.path() / "data" / "Trash" / "files" / "song.mp3"));
+}
+
+TEST_F(ConsoleOpsTest, StatusWindowShowsItsBarToTheFraction) {
+    Console& c = make();
+    ShowStatus(c, 0.25);
+    EXPECT_TRUE(c.ui.status.frmStatus.visible);
+    ASSERT_EQ(c.ui.status.pctStatus.drawing.fills.size(), 1u);
+    EXPECT_DOUBLE_EQ(c.ui.status.pctStatus.drawing.fills[0].width,
+                     c.ui.status.pctStatus.rect.width * 0.25);
+    closeStatus(c);
+    EXPECT_FALSE(c.ui.status.frmStatus.visible);
+}
+
+TEST(FileListTest, MatchesTheExtensionWithoutRegardToCaseAndSortsLikewise) {
+    test::TempDir d;
+    for (const char* n : {"b.MP3", "A.mp3", "c.wav", "a2.Mp3"}) {
+        writeFile(d / n, "x");
+    }
+    fs::create_directories(d / "sub.mp3");
+    Element list("fileList", ElementKind::FileList);
+    list.path = d.str();
+    list.pattern = "*.mp3";
+    refreshFileList(list);
+    std::vector<std::string> names;
+    for (const auto& i : list.items) {
+        names.push_back(i.text);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"A.mp3", "a2.Mp3", "b.MP3"}));
+    list.path = (d / "missing").string();
+    refreshFileList(list);
+    EXPECT_TRUE(list.items.empty());
+}
+
+TEST_F(ConsoleOpsTest, FadeTimerRunsOnTheLoopOnlyWhileEnabled) {
+    Console& c = make();
+    setFadeTimerEnabled(c, true);
+    EXPECT_TRUE(c.form().fadeTimer.enabled);
+    EXPECT_TRUE(loop.timerActive(c.fadeTimerId));
+    loop.advance(0.01);  // automated: one tick loads and switches it off
+    EXPECT_FALSE(c.form().fadeTimer.enabled);
+    EXPECT_EQ(c.fadeTimerId, 0);
+}
+
+TEST_F(ConsoleOpsTest, FadeTimerWaitsInManualModeUntilTheModeReturns) {
+    Console& c = make();
+    c.form().cmdAutoManual.caption = kManual;
+    setFadeTimerEnabled(c, true);
+    loop.advance(0.5);
+    EXPECT_TRUE(c.form().fadeTimer.enabled);
+    c.form().cmdAutoManual.caption = kAutomated;
+    loop.advance(0.002);
+    EXPECT_FALSE(c.form().fadeTimer.enabled);
+}
+
+}  // namespace
+}  // namespace tw::core
