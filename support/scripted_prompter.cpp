@@ -18,10 +18,10 @@ core::Answer ScriptedPrompter::messageBox(const std::string& text, const std::st
     std::string a;
     core::Answer result;
     if (!take(a)) {
-        result = (buttons == core::MessageButtons::YesNo ||
-                  buttons == core::MessageButtons::YesNoCancel)
-                     ? core::Answer::Yes
-                     : core::Answer::Ok;
+        result =
+            (buttons == core::MessageButtons::YesNo || buttons == core::MessageButtons::YesNoCancel)
+                ? core::Answer::Yes
+                : core::Answer::Ok;
     } else {
         const std::string l = core::toLower(core::trim(a));
         result = l == "cancel" ? core::Answer::Cancel

@@ -12,7 +12,7 @@
 namespace tw::support {
 
 class ScriptedPrompter final : public core::Prompter {
-public:
+  public:
     struct Shown {
         std::string kind;  // "message", "open", "save", "name"
         std::string text;
@@ -34,7 +34,7 @@ public:
     const std::vector<Shown>& shown() const { return shown_; }
     std::size_t pendingAnswers() const { return answers_.size(); }
 
-private:
+  private:
     bool take(std::string& answer);
 
     std::deque<std::string> answers_;

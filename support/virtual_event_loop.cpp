@@ -18,7 +18,9 @@ int VirtualEventLoop::startTimer(int intervalMs, std::function<void()> callback)
     return id;
 }
 
-void VirtualEventLoop::stopTimer(int id) { timers_.erase(id); }
+void VirtualEventLoop::stopTimer(int id) {
+    timers_.erase(id);
+}
 
 void VirtualEventLoop::post(std::function<void()> work) {
     std::lock_guard<std::mutex> lock(postedMutex_);

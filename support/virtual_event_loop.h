@@ -19,7 +19,7 @@
 namespace tw::support {
 
 class VirtualEventLoop final : public core::EventLoop {
-public:
+  public:
     explicit VirtualEventLoop(core::VirtualClock& clock);
 
     int startTimer(int intervalMs, std::function<void()> callback) override;
@@ -38,7 +38,7 @@ public:
     bool timerActive(int id) const { return timers_.count(id) != 0; }
     std::size_t timerCount() const { return timers_.size(); }
 
-private:
+  private:
     struct Timer {
         std::int64_t interval = 0;
         std::int64_t due = 0;

@@ -36,14 +36,17 @@ TEST(DateValueTest, PartsRoundToTheNearestSecondAcrossMidnight) {
 TEST(DateValueTest, WeekdayCountsSundayAsOne) {
     EXPECT_EQ(weekday(dateSerial(2026, 11, 22)), 1);  // a Sunday
     EXPECT_EQ(weekday(dateSerial(2026, 11, 28)), 7);  // a Saturday
-    EXPECT_EQ(weekday(0.0), 7);                        // 1899-12-30 was a Saturday
+    EXPECT_EQ(weekday(0.0), 7);                       // 1899-12-30 was a Saturday
     EXPECT_EQ(weekday(-1.0), 6);
 }
 
 TEST(GeneralDateTest, DateAndTimeOnTheTwelveHourClock) {
-    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(1, 19, 57)), "11/22/2026 1:19:57 AM");
-    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(13, 5, 0)), "11/22/2026 1:05:00 PM");
-    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(12, 0, 1)), "11/22/2026 12:00:01 PM");
+    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(1, 19, 57)),
+              "11/22/2026 1:19:57 AM");
+    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(13, 5, 0)),
+              "11/22/2026 1:05:00 PM");
+    EXPECT_EQ(generalDate(dateSerial(2026, 11, 22) + timeSerial(12, 0, 1)),
+              "11/22/2026 12:00:01 PM");
 }
 
 TEST(GeneralDateTest, MidnightLeavesOutTheTime) {
@@ -65,12 +68,12 @@ TEST_P(DateRoundTripTest, ParserReadsBackWhatTheWriterWrites) {
     EXPECT_EQ(diffSeconds(d, back), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Values, DateRoundTripTest,
-    ::testing::Values(dateSerial(2026, 11, 22) + timeSerial(1, 19, 57),
-                      dateSerial(2026, 12, 31) + timeSerial(23, 59, 59), dateSerial(2000, 2, 29),
-                      timeSerial(12, 0, 0), timeSerial(0, 0, 1), dateSerial(1999, 1, 1) + 0.5,
-                      -1.25));
+INSTANTIATE_TEST_SUITE_P(Values, DateRoundTripTest,
+                         ::testing::Values(dateSerial(2026, 11, 22) + timeSerial(1, 19, 57),
+                                           dateSerial(2026, 12, 31) + timeSerial(23, 59, 59),
+                                           dateSerial(2000, 2, 29), timeSerial(12, 0, 0),
+                                           timeSerial(0, 0, 1), dateSerial(1999, 1, 1) + 0.5,
+                                           -1.25));
 
 TEST(ParseDateTest, AcceptsIsoFormAndTwentyFourHourTimes) {
     DateValue d = 0;
@@ -109,7 +112,8 @@ TEST(DateDiffTest, SecondsAndMinutesBetweenDates) {
 }
 
 TEST(DateDiffTest, YearBoundariesCountChangesOfTheYearNumber) {
-    EXPECT_EQ(diffYears(dateSerial(2026, 12, 31) + timeSerial(23, 59, 59), dateSerial(2027, 1, 1)), 1);
+    EXPECT_EQ(diffYears(dateSerial(2026, 12, 31) + timeSerial(23, 59, 59), dateSerial(2027, 1, 1)),
+              1);
     EXPECT_EQ(diffYears(dateSerial(2026, 1, 1), dateSerial(2026, 12, 31)), 0);
     // A time of day alone lies in 1899.
     EXPECT_EQ(diffYears(timeSerial(14, 0, 0), dateSerial(2026, 11, 22)), 127);

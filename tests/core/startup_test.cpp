@@ -84,8 +84,7 @@ TEST_F(StartupTest, TheTitleCarriesTheVersion) {
     Form_Load(c);
     EXPECT_EQ(c.form().frmTarnDesk.caption,
               std::string("TarnWave Internet Radio Automation Software ") + TW_VERSION);
-    EXPECT_TRUE(std::regex_match(c.form().frmTarnDesk.caption,
-                                 std::regex(R"(.* \d+\.\d+\.\d+$)")));
+    EXPECT_TRUE(std::regex_match(c.form().frmTarnDesk.caption, std::regex(R"(.* \d+\.\d+\.\d+$)")));
 }
 
 TEST_F(StartupTest, CrossfadeOfZeroInTheFileRunsAsOneTenth) {
@@ -197,8 +196,7 @@ TEST_F(StartupTest, AFolderThatCannotBeCreatedStopsLoadingBeforeTheTick) {
     Form_Load(c);
     auto texts = traceTexts(appLogLines());
     ASSERT_FALSE(texts.empty());
-    EXPECT_EQ(texts.back().rfind("loading FormPath/File access error  75 ", 0), 0u)
-        << texts.back();
+    EXPECT_EQ(texts.back().rfind("loading FormPath/File access error  75 ", 0), 0u) << texts.back();
     EXPECT_FALSE(c.tmrCheckPositionBool);
     EXPECT_EQ(c.positionTimerId, 0);
     EXPECT_EQ(c.mixerStream, 0u);  // the engine comes up after the folders

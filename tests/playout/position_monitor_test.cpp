@@ -15,7 +15,7 @@ namespace {
 using core::Console;
 
 class PositionMonitorTest : public test::ConsoleFixture {
-protected:
+  protected:
     PositionMonitorTest() {
         Console& c = makeWithRecordedTick();
         c.tmrCheckPositionBool = true;
@@ -227,8 +227,9 @@ TEST_F(PositionMonitorTest, ATrackSweeperNumberPicksItsFileFromTheSweeperList) {
     c().form().flSweepers.items = {{"a.mp3", 0, "", false}, {"b.mp3", 0, "", false}};
     tick->sweeperIndexResult = 1;
     tickOnce();
-    EXPECT_EQ(tick->calls, (std::vector<std::string>{"findSweeperIndex 7",
-                                                      "playSweeper " + dir.str() + "/Sweepers/b.mp3"}));
+    EXPECT_EQ(tick->calls,
+              (std::vector<std::string>{"findSweeperIndex 7",
+                                        "playSweeper " + dir.str() + "/Sweepers/b.mp3"}));
 }
 
 TEST_F(PositionMonitorTest, NothingStartedYetMeansNoTransportButTheDisplayRuns) {
@@ -266,7 +267,7 @@ TEST_F(PositionMonitorTest, StageFiveActsOnTheNewPlayerInTheSameTick) {
     tick->onStartNExt = [this] { c().activePlayer = c().activePlayer == 1 ? 2 : 1; };
     tickOnce();
     EXPECT_EQ(tick->calls, (std::vector<std::string>{"startNExt", "loadNextSong 0", "startNExt",
-                                                      "loadNextSong 0"}));
+                                                     "loadNextSong 0"}));
     EXPECT_EQ(c().activePlayer, 1);
 }
 
@@ -313,8 +314,7 @@ TEST_F(PositionMonitorTest, ProgressBarIsDrawnOnlyWhenItsPositionMoves) {
     const std::int64_t length = engine.channel(h).length;
     const std::int32_t scale = core::cLng(static_cast<double>(length) / bar.rect.width);
     EXPECT_EQ(c().barScale, scale);
-    const std::int32_t x =
-        core::cLng(static_cast<double>(engine.channel(h).position) / scale);
+    const std::int32_t x = core::cLng(static_cast<double>(engine.channel(h).position) / scale);
     ASSERT_EQ(bar.drawing.fills.size(), 1u);
     EXPECT_DOUBLE_EQ(bar.drawing.fills[0].width, x + 1.0);
     EXPECT_EQ(bar.drawing.fills[0].image, core::ImageRole::GYR);
@@ -346,7 +346,8 @@ TEST_F(PositionMonitorTest, AFailureEndsTheTickWithItsStageInTheLog) {
     auto lines = appLogLines();
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_TRUE(std::regex_match(
-        lines[0], std::regex(R"(#Time:.*AMmain TimerDivision by zero  11 -?\d+ Error Location:5#)")))
+        lines[0],
+        std::regex(R"(#Time:.*AMmain TimerDivision by zero  11 -?\d+ Error Location:5#)")))
         << lines[0];
     c().form().pctPlayer1.rect.width = 250;
     tickOnce();

@@ -18,7 +18,7 @@
 namespace tw::test {
 
 class RecordingTrash final : public core::Trash {
-public:
+  public:
     bool moveToTrash(const std::string& path) override {
         trashed.push_back(path);
         return true;
@@ -28,7 +28,7 @@ public:
 
 // Records what the tick asks of the rest of the console.
 class RecordingTickCalls final : public core::TickCalls {
-public:
+  public:
     std::vector<std::string> calls;
     std::function<void()> onStartNExt;  // what a start does to the console, if anything
     bool encoderEnabled[12] = {};
@@ -76,7 +76,7 @@ public:
 };
 
 class ConsoleFixture : public ::testing::Test {
-protected:
+  protected:
     ConsoleFixture()
         : clock(core::dateSerial(2026, 11, 22) + core::timeSerial(10, 0, 0)), loop(clock) {
         settings.addPrivateFileName("appSettings.ini");

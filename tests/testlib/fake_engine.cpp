@@ -48,7 +48,9 @@ bool FakeEngine::setConfig(std::uint32_t option, std::uint32_t value) {
     return true;
 }
 
-audio::DeviceInfo FakeEngine::getInfo() { return deviceInfo; }
+audio::DeviceInfo FakeEngine::getInfo() {
+    return deviceInfo;
+}
 
 audio::Handle FakeEngine::streamCreateFile(const std::string& path, std::uint64_t, std::uint64_t,
                                            std::uint32_t flags) {

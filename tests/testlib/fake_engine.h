@@ -13,7 +13,7 @@
 namespace tw::test {
 
 class FakeEngine final : public audio::Engine {
-public:
+  public:
     struct Channel {
         std::int64_t length = 0;    // bytes
         std::int64_t position = 0;  // bytes
@@ -114,7 +114,7 @@ public:
 
     audio::Handle mixer = 0;
 
-private:
+  private:
     template <typename T>
     T fail(T value) {
         lastError_ = audio::kErrorHandle;

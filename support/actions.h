@@ -1,0 +1,26 @@
+#pragma once
+// The operator's hands on the console surface: a press, a selection or typed text on a named
+// element runs that element's action. The Qt view and the simulator both come through here, so a
+// scripted press does exactly what a click does. Each call is one console event: settings written
+// during it reach the disk when it ends.
+//
+// Thread contract: console thread only.
+
+#include <string>
+#include <string_view>
+
+#include "core/console.h"
+
+namespace tw::support {
+
+enum class MouseButton { Left = 1, Right = 2 };
+
+// False when there is no element of that name; an element without an action does nothing.
+bool press(core::Console& c, std::string_view name, MouseButton button = MouseButton::Left);
+// Selects an item or row (-1 for none) and runs the selection's action. False for no such element
+// or a row out of range.
+bool select(core::Console& c, std::string_view name, int row);
+// Sets the text of a text box and runs its change action.
+bool type(core::Console& c, std::string_view name, const std::string& text);
+
+}  // namespace tw::support

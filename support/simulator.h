@@ -1,0 +1,59 @@
+#pragma once
+// The station simulator: the console's logic, headless, in virtual time, driven by a scenario of
+// one command a line:
+//   load                      runs Form_Load
+//   advance SECONDS           ticks and timers run in virtual time
+//   press ELEMENT [left|right]
+//   select ELEMENT ROW
+//   type ELEMENT TEXT
+//   answer TEXT               queues the answer of the next prompt
+//   dump [NAME]               the console's state and surface (or one element or variable) as JSON
+//   unload                    runs Form_Unload
+// Blank lines and lines starting with "#" are skipped. An unknown command or a bad argument stops
+// the run with a message and exit status 2.
+//
+// Thread contract: one thread drives a simulator.
+
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <string>
+
+#include "audio/engine.h"
+#include "core/console.h"
+#include "core/settings_store.h"
+#include "core/trash.h"
+#include "support/scripted_prompter.h"
+#include "support/virtual_event_loop.h"
+
+namespace tw::support {
+
+class Simulator {
+  public:
+    // render, when given, advances the engine by that many microseconds of audio, before the
+    // virtual clock moves on.
+    Simulator(std::string station, core::DateValue start, std::unique_ptr<audio::Engine> engine,
+              std::function<void(std::int64_t)> render = {});
+    ~Simulator();
+
+    // Runs a whole scenario; returns the exit status (0, or 2 on a bad command).
+    int run(std::istream& in, std::ostream& out, std::ostream& err);
+    // Runs one line; false with a message on a bad command.
+    bool execute(const std::string& line, std::ostream& out, std::string& error);
+
+    core::Console& console() { return *console_; }
+    ScriptedPrompter& prompter() { return prompter_; }
+    VirtualEventLoop& loop() { return loop_; }
+
+  private:
+    core::VirtualClock clock_;
+    VirtualEventLoop loop_;
+    core::SettingsStore settings_;
+    ScriptedPrompter prompter_;
+    core::DesktopTrash trash_;
+    std::unique_ptr<audio::Engine> engine_;
+    std::unique_ptr<core::Console> console_;
+};
+
+}  // namespace tw::support
