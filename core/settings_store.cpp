@@ -156,8 +156,8 @@ std::optional<DiskStamp> replaceFile(const std::string& path, const std::string&
         ::unlink(temp.c_str());
         return std::nullopt;
     }
-    // The rename itself reaches the disk with the folder; without this a power cut could bring
-    // back the old file, which is still a whole file, so a failure here changes nothing.
+    // Syncing the folder makes the rename itself survive a power cut. Without it the old file
+    // may come back, still whole, so a failure here is no reason to report anything.
     const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (dir >= 0) {
         ::fsync(dir);

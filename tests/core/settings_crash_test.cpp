@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -54,6 +55,11 @@ std::string versionText(int version) {
     }
 }
 
+ino_t inodeOf(const fs::path& p) {
+    struct stat st {};
+    return ::stat(p.c_str(), &st) == 0 ? st.st_ino : 0;
+}
+
 std::set<std::string> entriesOf(const fs::path& folder) {
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(folder)) {
@@ -69,15 +75,21 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
     test::writeFile(file, versionText(0));
 
     std::mt19937 random(20261122);
-    std::uniform_int_distribution<int> delayMs(1, 40);
+    std::uniform_int_distribution<int> delayMs(0, 25);
     int lastVersion = 0;
     int killedMidFlush = 0;
-    int advanced = 0;
     for (int round = 0; round < kRounds; ++round) {
+        const ino_t before = inodeOf(file);
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
             writeForever(file.string());
+        }
+        // Wait for the writer's first flush to land (the file is replaced, so its inode changes),
+        // so that even a slow machine gets its kills among the flushes; then let it run on.
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (inodeOf(file) == before && std::chrono::steady_clock::now() < giveUp) {
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(delayMs(random)));
         ASSERT_EQ(::kill(child, SIGKILL), 0);
@@ -91,8 +103,8 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
         ASSERT_TRUE(gen.has_value()) << "round " << round;
         const int version = std::stoi(std::string(*gen));
         ASSERT_EQ(bytes, versionText(version)) << "round " << round;
-        ASSERT_GE(version, lastVersion) << "round " << round;
-        advanced += version > lastVersion;
+        // Every round saw one flush land, so the file must have moved on.
+        ASSERT_GT(version, lastVersion) << "round " << round;
         lastVersion = version;
 
         const auto entries = entriesOf(dir.path());
@@ -103,9 +115,8 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
                     entries == std::set<std::string>({"played.ini", temp}))
             << "round " << round << ": " << entries.size() << " entries";
     }
-    // The kills must have landed both between flushes and inside them, or nothing was tested.
+    // Some kills must have landed inside a flush, or the hard case was never tested.
     EXPECT_GT(killedMidFlush, 0);
-    EXPECT_GT(advanced, 0);
 
     // The next start clears what the last kill left.
     {
