@@ -91,7 +91,16 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
         while (inodeOf(file) == before && std::chrono::steady_clock::now() < giveUp) {
             std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(delayMs(random)));
+        if (round % 2 == 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(delayMs(random)));
+        } else {
+            // Every other round aims at the flush itself: the kill follows the moment the
+            // temporary file shows, so the hard case is met however slow the build is.
+            const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+            while (!fs::exists(dir / temp) && std::chrono::steady_clock::now() < until) {
+                std::this_thread::sleep_for(std::chrono::microseconds(20));
+            }
+        }
         ASSERT_EQ(::kill(child, SIGKILL), 0);
         int status = 0;
         ASSERT_EQ(::waitpid(child, &status, 0), child);
