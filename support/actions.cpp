@@ -6,34 +6,46 @@
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
 #include "core/settings_store.h"
-#include "playout/player_start.h"
+#include "playout/manual_transport.h"
 #include "support/console_layout.h"
 
 namespace tw::support {
 
 namespace {
 
-using PressAction = std::function<void(core::Console&, MouseButton)>;
-
-void cmdAutoManual_Click(core::Console& c) {
-    auto& caption = c.form().cmdAutoManual.caption;
-    caption = caption == core::kAutomated ? core::kManual : core::kAutomated;
-}
-
-void cmdSkipNow_Click(core::Console& c) {
-    playout::startNExt(c);
-    if (c.automated()) {
-        autodj::loadNextSong(c, 0);
-    }
-}
+using PressAction = std::function<void(core::Console&, MouseButton, double x)>;
 
 const std::map<std::string, PressAction, std::less<>>& pressActions() {
     static const std::map<std::string, PressAction, std::less<>> actions = {
-        {"cmdAutoManual", [](core::Console& c, MouseButton) { cmdAutoManual_Click(c); }},
-        {"cmdSkipNow", [](core::Console& c, MouseButton) { cmdSkipNow_Click(c); }},
-        {"cmdTrackList", [](core::Console& c, MouseButton) { showPanel(c, 1); }},
-        {"cmdRotationList", [](core::Console& c, MouseButton) { showPanel(c, 2); }},
-        {"cmdPlaylistBuilder", [](core::Console& c, MouseButton) { showPanel(c, 3); }},
+        {"cmdAutoManual",
+         [](core::Console& c, MouseButton, double) { playout::cmdAutoManual_Click(c); }},
+        {"cmdSkipNow", [](core::Console& c, MouseButton, double) { playout::cmdSkipNow_Click(c); }},
+        {"cmdPausePlay1", [](core::Console& c, MouseButton, double) { playout::pausePlay(c, 1); }},
+        {"cmdPausePlay2", [](core::Console& c, MouseButton, double) { playout::pausePlay(c, 2); }},
+        {"cmdEject1", [](core::Console& c, MouseButton, double) { playout::eject(c, 1); }},
+        {"cmdEject2", [](core::Console& c, MouseButton, double) { playout::eject(c, 2); }},
+        {"cmdFadeOut1", [](core::Console& c, MouseButton, double) { playout::fadeOut(c, 1); }},
+        {"cmdFadeOut2", [](core::Console& c, MouseButton, double) { playout::fadeOut(c, 2); }},
+        {"cmdPlayer1Pick",
+         [](core::Console& c, MouseButton, double) { autodj::loadNextSong(c, 0); }},
+        {"cmdPlayer2Pick",
+         [](core::Console& c, MouseButton, double) { autodj::loadNextSong(c, 0); }},
+        {"cmdMute", [](core::Console& c, MouseButton, double) { playout::cmdMute_Click(c); }},
+        {"pctPlayer1",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 playout::seekPlayer(c, 1, x);
+             }
+         }},
+        {"pctPlayer2",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 playout::seekPlayer(c, 2, x);
+             }
+         }},
+        {"cmdTrackList", [](core::Console& c, MouseButton, double) { showPanel(c, 1); }},
+        {"cmdRotationList", [](core::Console& c, MouseButton, double) { showPanel(c, 2); }},
+        {"cmdPlaylistBuilder", [](core::Console& c, MouseButton, double) { showPanel(c, 3); }},
     };
     return actions;
 }
@@ -46,14 +58,14 @@ void afterSelect(core::Console& c, std::string_view name) {
 
 }  // namespace
 
-bool press(core::Console& c, std::string_view name, MouseButton button) {
+bool press(core::Console& c, std::string_view name, MouseButton button, double x) {
     if (!c.ui.find(name)) {
         return false;
     }
     core::EventScope event(*c.svc.settings);
     const auto& actions = pressActions();
     if (auto it = actions.find(name); it != actions.end()) {
-        it->second(c, button);
+        it->second(c, button, x);
     }
     return true;
 }
@@ -79,6 +91,12 @@ bool select(core::Console& c, std::string_view name, int row) {
         e->listIndex = row;
     }
     afterSelect(c, name);
+    return true;
+}
+
+bool keyUp(core::Console& c, int keyCode) {
+    core::EventScope event(*c.svc.settings);
+    playout::keyUp(c, keyCode);
     return true;
 }
 

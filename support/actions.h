@@ -15,11 +15,15 @@ namespace tw::support {
 
 enum class MouseButton { Left = 1, Right = 2 };
 
-// False when there is no element of that name; an element without an action does nothing.
-bool press(core::Console& c, std::string_view name, MouseButton button = MouseButton::Left);
+// False when there is no element of that name; an element without an action does nothing. x is
+// the pointer's position across the element, for the bars.
+bool press(core::Console& c, std::string_view name, MouseButton button = MouseButton::Left,
+           double x = 0);
 // Selects an item or row (-1 for none) and runs the selection's action. False for no such element
 // or a row out of range.
 bool select(core::Console& c, std::string_view name, int row);
+// A key released anywhere on the console (key codes: F1 112 ... F10 121).
+bool keyUp(core::Console& c, int keyCode);
 // Sets the text of a text box and runs its change action.
 bool type(core::Console& c, std::string_view name, const std::string& text);
 

@@ -93,19 +93,34 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
         return true;
     }
     if (cmd == "press") {
-        std::string name, buttonText;
-        splitCommand(rest, name, buttonText);
+        std::string name, tail;
+        splitCommand(rest, name, tail);
         MouseButton button = MouseButton::Left;
-        if (buttonText == "right") {
-            button = MouseButton::Right;
-        } else if (!buttonText.empty() && buttonText != "left") {
-            error = "press: the button is left or right, not \"" + buttonText + "\"";
+        double x = 0;
+        std::string word, more;
+        splitCommand(tail, word, more);
+        if (word == "left" || word == "right") {
+            button = word == "right" ? MouseButton::Right : MouseButton::Left;
+            word = more;
+        }
+        if (!word.empty() && !parseNumber(word, x)) {
+            error =
+                "press: after the element come left or right and a position, not \"" + tail + "\"";
             return false;
         }
-        if (name.empty() || !press(c, name, button)) {
+        if (name.empty() || !press(c, name, button, x)) {
             error = "press: no element \"" + name + "\"";
             return false;
         }
+        return true;
+    }
+    if (cmd == "key") {
+        double code = 0;
+        if (!parseNumber(rest, code) || code != std::floor(code) || code < 0 || code > 255) {
+            error = "key needs a key code such as 120 (F9)";
+            return false;
+        }
+        keyUp(c, static_cast<int>(code));
         return true;
     }
     if (cmd == "select") {

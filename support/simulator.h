@@ -3,7 +3,8 @@
 // one command a line:
 //   load                      runs Form_Load
 //   advance SECONDS           ticks and timers run in virtual time
-//   press ELEMENT [left|right]
+//   press ELEMENT [left|right] [X]   X: the pointer's position across the element
+//   key CODE                  a key released (120 is F9)
 //   select ELEMENT ROW
 //   type ELEMENT TEXT
 //   answer TEXT               queues the answer of the next prompt
