@@ -1,0 +1,81 @@
+#include "core/atomic_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace tw::core {
+
+namespace {
+
+bool writeAll(int fd, const std::string& bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            return false;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+std::string folderOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return ".";
+    }
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+std::string nameOf(const std::string& path) {
+    const auto slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace
+
+// Replaces the file at path with bytes so that the path shows either the old or the new contents,
+// whatever happens meanwhile. The temporary file has one fixed name per target: a flush killed
+// half-way leaves at most that one file behind, and the next flush of the same target removes it.
+std::optional<struct stat> replaceFile(const std::string& path, const std::string& bytes,
+                                       bool privateWhenNew) {
+    const std::string folder = folderOf(path);
+    const std::string temp = folder + "/." + nameOf(path) + ".tmp";
+    struct stat old {};
+    const bool exists = ::stat(path.c_str(), &old) == 0;
+    if (exists && !S_ISREG(old.st_mode)) {
+        return std::nullopt;
+    }
+    ::unlink(temp.c_str());
+    // A new file starts with the umask's mode, or private; an existing one keeps its mode, set
+    // before any byte is written so that a secret never sits in a file others can read.
+    const mode_t createMode = (exists || privateWhenNew) ? 0600 : 0666;
+    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, createMode);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    struct stat written {};
+    bool ok = (!exists || ::fchmod(fd, old.st_mode & 07777) == 0) && writeAll(fd, bytes) &&
+              ::fdatasync(fd) == 0 && ::fstat(fd, &written) == 0;
+    ok = (::close(fd) == 0) && ok;
+    ok = ok && ::rename(temp.c_str(), path.c_str()) == 0;
+    if (!ok) {
+        ::unlink(temp.c_str());
+        return std::nullopt;
+    }
+    // Syncing the folder makes the rename itself survive a power cut. Without it the old file
+    // may come back, still whole, so a failure here is no reason to report anything.
+    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir >= 0) {
+        ::fsync(dir);
+        ::close(dir);
+    }
+    return written;
+}
+
+}  // namespace tw::core
