@@ -1,18 +1,403 @@
 #include "autodj/rotations.h"
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "autodj/planner.h"
+#include "autodj/rotation_file.h"
+#include "core/atomic_file.h"
+#include "core/console_ops.h"
+#include "core/failure.h"
+#include "core/format.h"
+#include "core/text.h"
+#include "support/name_dialog.h"
+
 namespace tw::autodj {
 
-void showRotationIcons(core::Console& c) {
+namespace {
+
+constexpr int kCategoryColumn = 1;
+
+std::string rotationPath(core::Console& c, const std::string& name) {
+    return c.AppFolder + "/Rotations/" + name;
+}
+
+std::string cell(const core::GridRow& row, int column) {
+    return static_cast<int>(row.cells.size()) > column ? row.cells[static_cast<std::size_t>(column)]
+                                                       : std::string();
+}
+
+std::string readWhole(const std::string& path) {
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path, ec)) {
+        throw core::Failure(core::kErrFileNotFound, "File not found");
+    }
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        throw core::Failure(core::kErrPathFileAccess, "Path/File access error");
+    }
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void ensureRecords(core::Console& c, std::size_t count) {
+    if (c.trackList.size() < count) {
+        c.trackList.resize(count);
+    }
+}
+
+void saveActiveList(core::Console& c) {
+    std::string name = c.activeListName;
+    saveNewList(c, name);
+}
+
+core::GridRow playlistRow(const clsTrackListing& t, const std::string& repick) {
+    core::GridRow row;
+    row.cells = {core::formatDate(t.timeOn, "HH:MM.SS AMPM"), t.trackName, t.trackLength, repick};
+    row.checked = t.sweeperChecked;
+    return row;
+}
+
+}  // namespace
+
+void saveNewList(core::Console& c, std::string& name) {
+    if (name.empty()) {
+        name = "Rotation.rot";
+    }
+    const std::string path = rotationPath(c, name);
+    std::string bytes;
+    for (const auto& row : c.form().lstRotation.rows) {
+        const std::string category = core::trim(cell(row, kCategoryColumn));
+        // A row with no category is not written.
+        if (!category.empty()) {
+            bytes += encodeRotationRecord(category, row.checked);
+        }
+    }
+    // The whole file is replaced, so a shorter list leaves no old records behind.
+    if (!core::replaceFile(path, bytes, false)) {
+        core::logError(c, "Error saving rotation list: " + path);
+    }
+    core::refreshFileList(c.form().flRotations);
+    showRotationIcons(c);
+}
+
+void loadList(core::Console& c, std::string& name) {
+    if (c.listLoading) {
+        return;
+    }
+    c.listLoading = true;
+    auto& m = c.form();
+    try {
+        m.lstRotation.rows.clear();
+        m.lstRotation.row = -1;
+        m.lstPlaylist.rows.clear();
+        m.lstPlaylist.row = -1;
+        if (name.empty()) {
+            name = "rotation.rot";
+        }
+        const auto records = decodeRotation(readWhole(rotationPath(c, name)));
+        ensureRecords(c, records.size() + 1);
+        std::size_t i = 0;
+        for (const auto& r : records) {
+            // A record that is not marked saved leaves a gap in the numbering of trackList.
+            if (r.marker == "saved") {
+                core::GridRow row;
+                row.cells = {"", r.category};
+                const bool sweeper = sweeperFieldValue(r.sweeper);
+                row.checked = sweeper;
+                c.trackList[i].trackCatagory = r.category;
+                c.trackList[i].sweeperChecked = sweeper;
+                m.lstRotation.rows.push_back(std::move(row));
+            }
+            ++i;
+        }
+        c.listLoading = false;
+    } catch (const std::exception& e) {
+        // The grids stay as far as they were filled, and the guard stays set.
+        core::printMessageOnScreen(
+            c, "Error reading rotation list: " + core::describeFailure(e).description);
+        return;
+    }
+    PickRotationSong(c);
+    loadNextSong(c, 0);
+}
+
+void PickRotationSong(core::Console& c) {
+    // The picks come with the song picker; until then the running list keeps its rows unpicked.
     (void)c;
 }
 
-void flRotations_Click(core::Console& c) {
-    // Rotation files are read with the running list; until then a selection builds nothing.
-    (void)c;
+void retimeTrackList(core::Console& c, std::int16_t fromPlaylist, std::int16_t yield) {
+    auto& m = c.form();
+    const int rows = std::min(m.lstPlaylist.rowCount(), static_cast<int>(c.trackList.size()));
+    if (rows == 0) {
+        return;
+    }
+    const int current = fromPlaylist != 0 ? m.lstPlaylist.row : m.lstRotation.row;
+    auto retime = [&](int i) {
+        const int prev = i == 0 ? rows - 1 : i - 1;
+        auto& t = c.trackList[static_cast<std::size_t>(i)];
+        const auto& p = c.trackList[static_cast<std::size_t>(prev)];
+        t.timeOn = core::addSeconds(p.timeOn, timeToSeconds(p.trackLength));
+        core::writeIniValue(c, c.playedIniPath(), t.trackName, "LastPlayed",
+                            core::generalDate(t.timeOn));
+        auto& cells = m.lstPlaylist.rows[static_cast<std::size_t>(i)].cells;
+        if (cells.empty()) {
+            cells.resize(1);
+        }
+        cells[0] = core::formatDate(t.timeOn, "HH:MM.SS AMPM");
+    };
+    for (int i = current + 1; i < rows; ++i) {
+        retime(i);
+        if (yield != 0) {
+            core::yieldUi(c);
+        }
+    }
+    for (int i = 0; i < current && i < rows; ++i) {
+        retime(i);
+        if (yield != 0 && c.svc.loop) {
+            c.svc.loop->processPending();
+        }
+    }
 }
 
 void clearPendingPicks(core::Console& c) {
+    // Open plans are withdrawn once the history keeps them.
     (void)c;
+}
+
+void removeTrackListRow(core::Console& c, int row) {
+    auto& m = c.form();
+    if (row < 0 || row >= static_cast<int>(c.trackList.size())) {
+        return;
+    }
+    c.trackList.erase(c.trackList.begin() + row);
+    if (row < m.lstPlaylist.rowCount()) {
+        m.lstPlaylist.rows.erase(m.lstPlaylist.rows.begin() + row);
+    }
+    // One record per row, and the spare one behind them.
+    c.trackList.resize(static_cast<std::size_t>(m.lstPlaylist.rowCount()) + 1);
+}
+
+void showRotationIcons(core::Console& c) {
+    auto& m = c.form();
+    auto& list = m.lstRotationOrList;
+    list.items.clear();
+    list.listIndex = -1;
+    for (const auto& f : m.flRotations.items) {
+        list.items.push_back({f.text, 1, "rotation", false});
+    }
+    for (std::size_t i = 0; i < m.flPlaylists.items.size(); ++i) {
+        list.items.push_back({m.flPlaylists.items[i].text, 2, std::to_string(i), false});
+    }
+}
+
+void selectListItem(core::Console& c, const std::string& fileName) {
+    auto& list = c.form().lstRotationOrList;
+    for (std::size_t i = 0; i < list.items.size(); ++i) {
+        auto& item = list.items[i];
+        item.selected = item.text == fileName;
+        if (item.selected) {
+            list.listIndex = static_cast<int>(i);
+            c.listMode = item.tag == "rotation" ? 0 : -1;
+        }
+    }
+}
+
+void showTrackList(core::Console& c) {
+    auto& grid = c.form().lstPlaylist;
+    for (int i = 0; i < grid.rowCount() && i < static_cast<int>(c.trackList.size()); ++i) {
+        auto& row = grid.rows[static_cast<std::size_t>(i)];
+        const std::string repick = row.cells.size() > 3 ? row.cells[3] : "ClickToRepick";
+        const bool selected = row.selected;
+        row = playlistRow(c.trackList[static_cast<std::size_t>(i)], repick);
+        row.selected = selected;
+    }
+}
+
+void lstRotationOrList_Click(core::Console& c) {
+    auto& m = c.form();
+    const int index = m.lstRotationOrList.listIndex;
+    if (index < 0 || index >= m.lstRotationOrList.listCount()) {
+        return;
+    }
+    const core::ListItem item = m.lstRotationOrList.items[static_cast<std::size_t>(index)];
+    // A list chosen by hand wins over the schedule until the operator sets the tick again.
+    m.chkEnableSchedule.value = 0;
+    core::refreshFileList(m.flRotations);
+    core::refreshFileList(m.flPlaylists);
+    if (item.tag == "rotation") {
+        c.listMode = 0;
+        m.flRotations.listIndex = index;
+        flRotations_Click(c);
+    } else {
+        c.listMode = -1;
+        m.flPlaylists.listIndex = static_cast<int>(core::val(item.tag));
+        flPlaylists_Click(c);
+    }
+    m.lstRotation.visible = c.listMode == 0;
+}
+
+void flRotations_Click(core::Console& c) {
+    auto& list = c.form().flRotations;
+    if (list.listIndex < 0 || list.listIndex >= list.listCount()) {
+        return;
+    }
+    c.listMode = 0;
+    clearPendingPicks(c);
+    c.rotationPosition = -1;
+    std::string name = list.items[static_cast<std::size_t>(list.listIndex)].text;
+    loadList(c, name);
+    selectListItem(c, name);
+    c.activeListName = name;
+}
+
+void flPlaylists_Click(core::Console& c) {
+    c.listMode = -1;
+    clearPendingPicks(c);
+    // Playlist files are read with the playlist support; until then a playlist has no entries
+    // and the running list stays as it is.
+}
+
+void toggleRotationSweeper(core::Console& c, int row) {
+    auto& grid = c.form().lstRotation;
+    if (row < 0 || row >= grid.rowCount()) {
+        return;
+    }
+    auto& r = grid.rows[static_cast<std::size_t>(row)];
+    r.checked = !r.checked;
+    // The running record keeps its old tick until the next build.
+    saveActiveList(c);
+}
+
+void dropCategoryOnRotation(core::Console& c, const std::string& category) {
+    auto& m = c.form();
+    auto& grid = m.lstRotation;
+    int at = grid.row >= 0 && grid.row < grid.rowCount() ? grid.row : grid.rowCount();
+    core::GridRow row;
+    row.cells = {"", category};
+    grid.rows.insert(grid.rows.begin() + at, row);
+    saveActiveList(c);
+    ensureRecords(c, static_cast<std::size_t>(grid.rowCount()) + 1);
+    core::GridRow planned;
+    planned.cells = {"", "newDrop", "", ""};
+    auto& playlist = m.lstPlaylist.rows;
+    playlist.insert(playlist.begin() + std::min<int>(at, static_cast<int>(playlist.size())),
+                    planned);
+    rePickItem(c, at);
+}
+
+void deleteRotationRow(core::Console& c) {
+    auto& m = c.form();
+    const int row = m.lstRotation.row;
+    if (row < 0 || row >= m.lstRotation.rowCount()) {
+        return;
+    }
+    if (row < m.lstPlaylist.rowCount()) {
+        removeTrackListRow(c, row);
+    }
+    m.lstRotation.rows.erase(m.lstRotation.rows.begin() + row);
+    m.lstRotation.row = std::min(row, m.lstRotation.rowCount() - 1);
+    saveActiveList(c);
+    retimeTrackList(c, -1, 0);
+}
+
+void removeCategoryFromRotation(core::Console& c, const std::string& category) {
+    auto& m = c.form();
+    for (int row = m.lstRotation.rowCount() - 1; row >= 0; --row) {
+        if (core::trim(cell(m.lstRotation.rows[static_cast<std::size_t>(row)], kCategoryColumn)) ==
+            core::trim(category)) {
+            if (row < m.lstPlaylist.rowCount()) {
+                removeTrackListRow(c, row);
+            }
+            m.lstRotation.rows.erase(m.lstRotation.rows.begin() + row);
+        }
+    }
+    saveActiveList(c);
+    retimeTrackList(c, -1, 0);
+    if (c.rotationPosition >= m.lstRotation.rowCount()) {
+        c.rotationPosition = m.lstRotation.rowCount() - 1;
+        m.lstRotation.row = c.rotationPosition;
+    }
+}
+
+void dragRotationRow(core::Console& c, int from, int to) {
+    auto& grid = c.form().lstRotation;
+    if (from < 0 || to < 0 || from >= grid.rowCount() || to >= grid.rowCount()) {
+        return;
+    }
+    ensureRecords(c, static_cast<std::size_t>(grid.rowCount()) + 1);
+    std::swap(grid.rows[static_cast<std::size_t>(from)], grid.rows[static_cast<std::size_t>(to)]);
+    std::swap(c.trackList[static_cast<std::size_t>(from)],
+              c.trackList[static_cast<std::size_t>(to)]);
+    grid.row = to;
+    loadNextSong(c, -1);
+    saveActiveList(c);
+}
+
+void releaseRotationDrag(core::Console& c) {
+    auto& m = c.form();
+    const int row = m.lstRotation.row;
+    if (row >= 0 && row < static_cast<int>(c.trackList.size())) {
+        c.trackList[static_cast<std::size_t>(row)].timeOn = nextStartTime(c);
+    }
+    retimeTrackList(c, 0, 0);
+    saveActiveList(c);
+    showTrackList(c);
+}
+
+void dragPlaylistRow(core::Console& c, int from, int to) {
+    auto& grid = c.form().lstPlaylist;
+    if (from < 0 || to < 0 || from >= grid.rowCount() || to >= grid.rowCount() ||
+        to >= static_cast<int>(c.trackList.size()) ||
+        from >= static_cast<int>(c.trackList.size())) {
+        return;
+    }
+    std::swap(grid.rows[static_cast<std::size_t>(from)], grid.rows[static_cast<std::size_t>(to)]);
+    std::swap(c.trackList[static_cast<std::size_t>(from)],
+              c.trackList[static_cast<std::size_t>(to)]);
+    grid.row = to;
+    retimeTrackList(c, 1, 0);
+    if (c.listMode == 0) {
+        loadNextSong(c, -1);
+    }
+}
+
+void deleteRotationOrListItem(core::Console& c) {
+    auto& m = c.form();
+    const int index = m.lstRotationOrList.listIndex;
+    if (index < 0 || index >= m.lstRotationOrList.listCount()) {
+        return;
+    }
+    try {
+        const core::ListItem& item = m.lstRotationOrList.items[static_cast<std::size_t>(index)];
+        const std::string folder = item.tag == "rotation" ? "/Rotations/" : "/Playlist/";
+        core::moveToRecycle(c, c.AppFolder + folder + item.text, 16, false);
+        core::refreshFileList(item.tag == "rotation" ? m.flRotations : m.flPlaylists);
+        m.lstPlaylist.rows.clear();
+        m.lstPlaylist.row = -1;
+        c.trackList.assign(17, {});
+        showRotationIcons(c);
+    } catch (const std::exception& e) {
+        core::printMessageOnScreen(
+            c, "Error Deleting rotation File: " + core::describeFailure(e).description);
+    }
+}
+
+void cmdNewRotation_Click(core::Console& c) {
+    auto& m = c.form();
+    m.lstRotation.rows.clear();
+    m.lstRotation.row = -1;
+    auto name = support::askForName(c, "rotation");
+    if (!name) {
+        return;
+    }
+    std::string file = *name + ".rot";
+    saveNewList(c, file);
+    loadList(c, file);
+    core::refreshFileList(m.flRotations);
+    core::refreshFileList(m.flPlaylists);
+    showRotationIcons(c);
 }
 
 }  // namespace tw::autodj

@@ -43,6 +43,8 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
                  playout::seekPlayer(c, 2, x);
              }
          }},
+        {"cmdNewRotation",
+         [](core::Console& c, MouseButton, double) { autodj::cmdNewRotation_Click(c); }},
         {"cmdTrackList", [](core::Console& c, MouseButton, double) { showPanel(c, 1); }},
         {"cmdRotationList", [](core::Console& c, MouseButton, double) { showPanel(c, 2); }},
         {"cmdPlaylistBuilder", [](core::Console& c, MouseButton, double) { showPanel(c, 3); }},
@@ -53,6 +55,8 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
 void afterSelect(core::Console& c, std::string_view name) {
     if (name == "flRotations") {
         autodj::flRotations_Click(c);
+    } else if (name == "lstRotationOrList") {
+        autodj::lstRotationOrList_Click(c);
     }
 }
 
