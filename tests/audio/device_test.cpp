@@ -1,0 +1,66 @@
+// The timed silent device: with no card the mix is pulled in real time from the engine's own
+// thread, and ends and syncs arrive from its workers.
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "tests/audio/audio_fixtures.h"
+
+namespace tw::audio::test {
+namespace {
+
+TEST(AudioDeviceTest, SilentDeviceKeepsRealTimeWithinOnePercentOver10s) {
+    tw::test::TempDir dir;
+    writeWav(dir / "long.wav", constant(44100, 1000, 1000, 44100 * 13));
+    MixEngine engine{EngineMode::SilentDevice};
+    ASSERT_TRUE(engine.init(-1, 44100, kDeviceLatency));
+    EXPECT_FALSE(engine.getInfo().hasDevice);
+    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
+    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    const Handle h = engine.streamCreateFile((dir / "long.wav").string(), 0, 0, kStreamDecode);
+    ASSERT_NE(h, 0u);
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+
+    const auto t0 = std::chrono::steady_clock::now();
+    const std::int64_t p0 = engine.channelGetPosition(h);
+    std::this_thread::sleep_for(std::chrono::seconds(10));
+    const auto t1 = std::chrono::steady_clock::now();
+    const std::int64_t p1 = engine.channelGetPosition(h);
+    const double wall = std::chrono::duration<double>(t1 - t0).count();
+    const double played = static_cast<double>(p1 - p0) / (44100.0 * 4);
+    EXPECT_NEAR(played / wall, 1.0, 0.01) << "played " << played << " s in " << wall << " s";
+    EXPECT_NE(engine.channelGetLevel(mixer), 0u);
+    EXPECT_TRUE(engine.free());
+}
+
+TEST(AudioDeviceTest, SilentDeviceDeliversEndAndFreeSyncsOnAWorker) {
+    tw::test::TempDir dir;
+    writeWav(dir / "short.wav", constant(44100, 1000, 1000, 4410));
+    MixEngine engine{EngineMode::Device};  // the tests run with TARNWAVE_AUDIO=null or no card
+    ASSERT_TRUE(engine.init(-1, 44100, 0));
+    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
+    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    const Handle h = engine.streamCreateFile((dir / "short.wav").string(), 0, 0, kStreamDecode);
+    std::atomic<int> ends{0}, frees{0};
+    std::atomic<bool> onCaller{false};
+    const auto caller = std::this_thread::get_id();
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) {
+        onCaller = onCaller || std::this_thread::get_id() == caller;
+        ++ends;
+    });
+    engine.channelSetSync(h, kSyncFree, 0, [&](Handle, Handle, std::uint32_t) { ++frees; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, kStreamAutoFree));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (frees == 0 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(frees, 1);
+    EXPECT_FALSE(onCaller);
+    EXPECT_EQ(engine.channelGetLength(h), -1);
+}
+
+}  // namespace
+}  // namespace tw::audio::test
