@@ -113,7 +113,14 @@ class Mp3FileDecoder final : public Decoder {
         // by libmpg123 instead of changing the stream's format under the mixer.
         mpg123_format_none(mh_);
         mpg123_format(mh_, rate, channels, MPG123_ENC_SIGNED_16);
-        if (mpg123_scan(mh_) != MPG123_OK) {
+        bool needsScan = false;
+        // A LAME tag gives the frame count with the encoder's delay and padding: the length is
+        // exact without reading the file twice. Without one, only a full scan counts the samples.
+        long delay = -1;
+        if (mpg123_getstate(mh_, MPG123_ENC_DELAY, &delay, nullptr) != MPG123_OK || delay < 0) {
+            needsScan = true;
+        }
+        if (needsScan && mpg123_scan(mh_) != MPG123_OK) {
             error = kErrorFileForm;
             return false;
         }

@@ -62,6 +62,18 @@ INSTANTIATE_TEST_SUITE_P(
                       LengthCase{"Rate48k", 48000, 1, "-b 96 -m m --resample 48"}),
     [](const auto& info) { return std::string(info.param.name); });
 
+TEST_F(OfflineEngineTest, AudioDecodeUntaggedMp3LengthMatchesWhatIsDecoded) {
+    // Without the LAME tag nothing tells the encoder's padding: the length is found by a scan and
+    // must agree with the samples the decoder then gives.
+    writeWav(dir / "tone.wav", sine(44100, 2, 440.0, 0.5, 44100 + 999));
+    encodeMp3(dir / "tone.wav", dir / "untagged.mp3", "-b 128 -t");
+    const Handle h = engine.streamCreateFile((dir / "untagged.mp3").string(), 0, 0, kStreamDecode);
+    ASSERT_NE(h, 0u);
+    const std::int64_t length = engine.channelGetLength(h);
+    EXPECT_GE(length, (44100 + 999) * 4);
+    EXPECT_EQ(static_cast<std::int64_t>(readAll(engine, h).size()) * 2, length);
+}
+
 TEST_F(OfflineEngineTest, AudioDecodeWavLengthAndData) {
     const Pcm pcm = ramp(32000, 1, 12345);
     const Handle h = wavStream(pcm, "ramp.wav");
