@@ -131,8 +131,12 @@ void MixerCore::mixTarget(Target target, float* dst, std::size_t frames) {
             ++i;
             continue;
         }
-        if (events_.push(Event{v.source->handle, v.source->cbSerial})) {
-            remove(i);  // the worker frees it (AUTOFREE) or tells the console; never here
+        // Once the event is out, the worker may free the stream at any moment: the source is not
+        // touched after the push.
+        const Event ev{v.source->handle, v.source->cbSerial};
+        v.source->level.store(0, std::memory_order_relaxed);
+        if (events_.push(ev)) {
+            voices_[i] = voices_[--voiceCount_];
         } else {
             ++i;  // try again next block
         }

@@ -62,5 +62,55 @@ TEST(AudioDeviceTest, SilentDeviceDeliversEndAndFreeSyncsOnAWorker) {
     EXPECT_EQ(engine.channelGetLength(h), -1);
 }
 
+TEST(AudioDeviceTest, ConsoleOperationsWhileTheDevicePlaysKeepTheirContract) {
+    // The console's day on a running device: loads, seeks, fades, pauses, removals and frees
+    // while the audio thread and the workers run. Run under ThreadSanitizer this checks the
+    // hand-over between the threads; here it checks the answers.
+    tw::test::TempDir dir;
+    writeWav(dir / "a.wav", constant(44100, 8000, 8000, 44100 * 2));
+    writeWav(dir / "b.wav", sine(48000, 1, 440.0, 0.3, 48000));
+    MixEngine engine{EngineMode::SilentDevice};
+    ASSERT_TRUE(engine.init(-1, 44100, 0));
+    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
+    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    std::atomic<int> frees{0};
+    int created = 0;
+    for (int round = 0; round < 20; ++round) {
+        std::vector<Handle> streams;
+        for (const char* name : {"a.wav", "b.wav", "a.wav"}) {
+            const Handle h = engine.streamCreateFile((dir / name).string(), 0, 0, kStreamDecode);
+            ASSERT_NE(h, 0u);
+            ++created;
+            engine.channelSetSync(h, kSyncFree, 0, [&](Handle, Handle, std::uint32_t) { ++frees; });
+            ASSERT_TRUE(engine.mixerAddChannel(mixer, h, kStreamAutoFree));
+            streams.push_back(h);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(15));
+        ASSERT_TRUE(engine.channelSetPosition(streams[0], 44100 * 4));
+        EXPECT_GE(engine.channelGetPosition(streams[0]), 44100 * 4);
+        ASSERT_TRUE(engine.channelSlideAttribute(streams[1], kAttribVol, 0.0f, 50));
+        ASSERT_EQ(engine.mixerChannelFlags(streams[2], kMixerPause, kMixerPause),
+                  kMixerPause | kStreamAutoFree);
+        // The pause reaches the audio thread with its next block.
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        const std::int64_t held = engine.channelGetPosition(streams[2]);
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        EXPECT_EQ(engine.channelGetPosition(streams[2]), held);
+        EXPECT_NE(engine.channelIsActive(streams[2]), kStopped);
+        ASSERT_TRUE(engine.mixerChannelRemove(streams[2]));
+        ASSERT_TRUE(engine.mixerAddChannel(mixer, streams[2], 0));
+        engine.channelGetLevel(mixer);
+        for (Handle h : streams) {
+            engine.streamFree(h);
+        }
+    }
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+    while (frees < created && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(frees, created);
+    EXPECT_TRUE(engine.free());
+}
+
 }  // namespace
 }  // namespace tw::audio::test
