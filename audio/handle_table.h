@@ -72,8 +72,10 @@ class HandleTable {
     }
 
   private:
-    static constexpr std::uint32_t kMaxSlots = 0xFFFF;
-    static constexpr std::uint32_t kGenerationMask = 0xFFF;
+    // 12 bits of slot (far more objects than the console ever holds at once) leave 16 bits of
+    // generation, so that a slot is reused 65535 times before an old handle could name it again.
+    static constexpr std::uint32_t kMaxSlots = 0xFFF;
+    static constexpr std::uint32_t kGenerationMask = 0xFFFF;
 
     struct Slot {
         std::uint32_t generation = 1;
@@ -81,19 +83,19 @@ class HandleTable {
     };
 
     Handle pack(std::uint32_t index, std::uint32_t generation) const {
-        return (kind_ << 28) | (generation << 16) | (index + 1);
+        return (kind_ << 28) | (generation << 12) | (index + 1);
     }
 
     const Slot* find(Handle h) const {
         if (h == 0 || (h >> 28) != kind_) {
             return nullptr;
         }
-        const std::uint32_t index = (h & 0xFFFF) - 1;
+        const std::uint32_t index = (h & 0xFFF) - 1;
         if (index >= slots_.size()) {
             return nullptr;
         }
         const Slot& slot = slots_[index];
-        if (!slot.object || slot.generation != ((h >> 16) & kGenerationMask)) {
+        if (!slot.object || slot.generation != ((h >> 12) & kGenerationMask)) {
             return nullptr;
         }
         return &slot;

@@ -201,6 +201,7 @@ void MixEngine::attach(const std::shared_ptr<Source>& s, Target target, bool pau
     retire(old, send(c));
     s->target = target;
     s->ended = false;
+    s->endSyncSent = false;
     {
         std::lock_guard fillLock(fillMutex_);
         fillList_.push_back(s);
@@ -313,6 +314,7 @@ void MixEngine::processEvents() {
             std::erase(fillList_, s);
         }
         s->ended = true;
+        s->endSyncSent = true;  // reading on with channelGetData does not report it again
         queueSyncs(ev.stream, kSyncEnd);
         if (autoFree) {
             freeStream(ev.stream);

@@ -46,28 +46,35 @@ class MixEngine final : public Engine, private AudioProducer {
     MixEngine(const MixEngine&) = delete;
     MixEngine& operator=(const MixEngine&) = delete;
 
-    // Offline only, on the owner's thread: advances the whole engine by `frames` frames of 44100 Hz
-    // audio. `out` (frames * 2 floats), when given, receives the card output (the mixer after its
-    // volume plus playing streams); `bus` the mixer before its volume. Syncs caused by this stretch
-    // are delivered before it returns. False when the engine is not offline or not initialised.
+    // Offline only, owner's thread (it is the audio thread then): advances the whole engine by
+    // `frames` frames of 44100 Hz audio. `out` (frames * 2 floats), when given, receives the card
+    // output (the mixer after its volume plus playing streams); `bus` the mixer before its volume.
+    // Syncs caused by this stretch are delivered before it returns. False when the engine is not
+    // offline or not initialised.
     bool render(std::size_t frames, float* out = nullptr, float* bus = nullptr);
 
-    // Offline only, owner's thread: the two halves of render(), for measuring the audio callback
-    // alone. prefill() does the read-ahead for `frames` frames; mixBlock() is exactly what the
-    // device's callback runs (wait-free); finishBlock() handles the ends and syncs it produced.
+    // Offline only, owner's thread: the three steps of render(), for measuring the audio callback
+    // alone. prefill() is the read-ahead worker's part; mixBlock() is exactly what the device's
+    // callback runs (wait-free); finishBlock() is the event worker's part (ends, syncs).
     void prefill(std::size_t frames);
     void mixBlock(float* out, std::size_t frames);
     void finishBlock();
 
-    // --- set-up -------------------------------------------------------------------------------
+    // --- set-up: console thread only ------------------------------------------------------------
+    // Starts the output of the engine's mode (device, silent device or none offline). Device 0
+    // means no sound card and gets the timed silent device.
     bool init(int device, std::uint32_t freq, std::uint32_t flags) override;
+    // Stops the output and the workers, frees every stream (free syncs fire on this thread).
     bool free() override;
+    // Buffer and update period are taken at init; other options are accepted without effect.
     bool setConfig(std::uint32_t option, std::uint32_t value) override;
     DeviceInfo getInfo() override;
     std::uint32_t fxGetVersion() override;
-    int errorGetCode() override;  // any thread
+    // Any thread: that thread's last error.
+    int errorGetCode() override;
 
-    // --- streams ------------------------------------------------------------------------------
+    // --- streams: console thread only -----------------------------------------------------------
+    // Scans the file for its exact length before it returns.
     Handle streamCreateFile(const std::string& path, std::uint64_t offset, std::uint64_t length,
                             std::uint32_t flags) override;
     Handle streamCreateMemory(std::shared_ptr<const std::vector<std::uint8_t>> data,
@@ -76,35 +83,44 @@ class MixEngine final : public Engine, private AudioProducer {
     // Blocks until the first audio or 3 s.
     Handle streamCreateUrl(const std::string& url, std::uint32_t offset,
                            std::uint32_t flags) override;
+    // Free syncs are delivered by the event worker (offline: before this returns).
     bool streamFree(Handle h) override;
 
-    // --- channels -----------------------------------------------------------------------------
+    // --- channels: console thread only ----------------------------------------------------------
+    // A decoding stream cannot be played on its own (kErrorNotAvailable): it plays in the mixer.
     bool channelPlay(Handle h, bool restart) override;
     bool channelStop(Handle h) override;
     int channelIsActive(Handle h) override;
     std::int64_t channelGetLength(Handle h) override;
+    // May wait for the read-ahead worker to finish its current block of this stream.
     std::int64_t channelGetPosition(Handle h) override;
+    // Takes effect with the audio thread's next block; the position reads the new value at once.
     bool channelSetPosition(Handle h, std::uint64_t bytes) override;
     double channelBytes2Seconds(Handle h, std::int64_t bytes) override;
     std::int64_t channelSeconds2Bytes(Handle h, double seconds) override;
     std::uint32_t channelGetLevel(Handle h) override;
+    // Refused (kErrorNotAvailable) while the stream is in the mix: the mixer owns its data.
     std::int64_t channelGetData(Handle h, void* buffer, std::uint32_t bytes) override;
     bool channelGetInfo(Handle h, ChannelInfo& info) override;
+    // Volume only; the frequency can be read but not changed (kErrorIllegalParam).
     bool channelSetAttribute(Handle h, std::uint32_t attrib, float value) override;
     bool channelGetAttribute(Handle h, std::uint32_t attrib, float& value) override;
     bool channelSlideAttribute(Handle h, std::uint32_t attrib, float value,
                                std::uint32_t ms) override;
+    // End (2) and free (8) syncs, with the one-time bit honoured. The callback runs on the event
+    // worker (offline: on the thread calling render()).
     Handle channelSetSync(Handle h, std::uint32_t type, std::uint64_t param,
                           SyncProc proc) override;
     bool channelRemoveSync(Handle h, Handle sync) override;
 
-    // --- the mixer ----------------------------------------------------------------------------
+    // --- the mixer: console thread only ---------------------------------------------------------
     Handle mixerStreamCreate(std::uint32_t freq, std::uint32_t chans, std::uint32_t flags) override;
     bool mixerAddChannel(Handle mixer, Handle h, std::uint32_t flags) override;
+    // The pause bit takes effect with the audio thread's next block.
     std::uint32_t mixerChannelFlags(Handle h, std::uint32_t flags, std::uint32_t mask) override;
     bool mixerChannelRemove(Handle h) override;
 
-    // --- effects (later: fail) ----------------------------------------------------------------
+    // --- effects, recording, encoding, casting: console thread only; not built yet, they fail ---
     Handle channelSetFX(Handle h, std::uint32_t type, int priority) override;
     bool channelRemoveFX(Handle h, Handle fx) override;
     bool fxSetParameters(Handle fx, const ParamEq& p) override;
@@ -112,7 +128,6 @@ class MixEngine final : public Engine, private AudioProducer {
     bool fxSetParameters(Handle fx, const DynamicAmp& p) override;
     bool fxReset(Handle h) override;
 
-    // --- recording (later: fail) --------------------------------------------------------------
     bool recordGetDeviceInfo(int device, RecordDeviceInfo& info) override;
     bool recordInit(int device) override;
     bool recordSetDevice(int device) override;
@@ -123,7 +138,6 @@ class MixEngine final : public Engine, private AudioProducer {
     Handle recordStart(std::uint32_t freq, std::uint32_t chans, std::uint32_t flags,
                        RecordProc proc) override;
 
-    // --- encoding and casting (later: fail) ---------------------------------------------------
     Handle encodeStart(Handle channel, const std::string& commandLine,
                        std::uint32_t flags) override;
     bool encodeStop(Handle encoder) override;
@@ -158,10 +172,10 @@ class MixEngine final : public Engine, private AudioProducer {
         std::shared_ptr<void> object;
     };
 
-    // Audio thread (device or silent device).
+    // Audio thread only (device or silent device), wait-free.
     void produce(float* out, std::size_t frames) override;
 
-    // All of these expect mutex_ held.
+    // Console thread or event worker, with mutex_ held.
     bool fail(int code);
     bool ok();
     std::shared_ptr<Source> sourceOf(Handle h);
@@ -178,11 +192,15 @@ class MixEngine final : public Engine, private AudioProducer {
     std::int64_t bytesPerFrame(Handle h);
     bool seekSource(const std::shared_ptr<Source>& s, std::int64_t frame);
 
-    // Without mutex_: calls the queued sync callbacks in order.
+    // Event worker, or offline the owner's thread; without mutex_: calls the queued sync
+    // callbacks in order.
     void deliverSyncs();
+    // The read-ahead worker's and the event worker's bodies.
     void readAheadLoop(std::stop_token stop);
     void eventLoop(std::stop_token stop);
+    // Read-ahead worker, or offline the owner's thread; without mutex_.
     void fillAll(std::size_t frames);
+    // Console thread, without mutex_ (the event worker takes it).
     void stopThreads();
 
     const EngineMode mode_;

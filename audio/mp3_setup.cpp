@@ -1,13 +1,9 @@
 #include "audio/mp3_setup.h"
 
-#include <mutex>
-
 namespace tw::audio {
 
 mpg123_handle* newMp3Handle() {
-    // Older libmpg123 needs its tables built once per process; newer ones make this a no-op.
-    static std::once_flag once;
-    std::call_once(once, [] { mpg123_init(); });
+    // libmpg123 from 1.27 on needs no mpg123_init(): handles are independent of each other.
     int err = MPG123_OK;
     mpg123_handle* mh = mpg123_new(nullptr, &err);
     if (!mh) {
