@@ -74,6 +74,21 @@ TEST_F(OfflineEngineTest, AudioDecodeUntaggedMp3LengthMatchesWhatIsDecoded) {
     EXPECT_EQ(static_cast<std::int64_t>(readAll(engine, h).size()) * 2, length);
 }
 
+TEST_F(OfflineEngineTest, AudioDecodeMp3InsideALargerFile) {
+    const std::size_t frames = 44100 + 555;
+    writeWav(dir / "tone.wav", sine(44100, 2, 440.0, 0.5, frames));
+    encodeMp3(dir / "tone.wav", dir / "tone.mp3", "-b 128");
+    const std::string mp3 = tw::test::readFile(dir / "tone.mp3");
+    // Someone else's bytes before and after the MP3: only the window given is the stream.
+    tw::test::writeFile(dir / "bundle.bin",
+                        std::string(1000, '\x7f') + mp3 + std::string(3000, '\xff'));
+    const Handle h =
+        engine.streamCreateFile((dir / "bundle.bin").string(), 1000, mp3.size(), kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    EXPECT_EQ(engine.channelGetLength(h), static_cast<std::int64_t>(frames) * 4);
+    EXPECT_EQ(readAll(engine, h).size(), frames * 2);
+}
+
 TEST_F(OfflineEngineTest, AudioDecodeWavLengthAndData) {
     const Pcm pcm = ramp(32000, 1, 12345);
     const Handle h = wavStream(pcm, "ramp.wav");

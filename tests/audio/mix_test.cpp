@@ -135,6 +135,20 @@ TEST_F(OfflineEngineTest, AudioMixEndSyncFiresAndStreamStaysValid) {
     EXPECT_EQ(ended.size(), 2u);
 }
 
+TEST_F(OfflineEngineTest, AudioMixResampledSourceEndsAtItsLength) {
+    const Handle h = wavStream(sine(22050, 1, 440.0, 0.3, 22050 + 333), "low.wav");
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    render(44100);
+    EXPECT_EQ(ends, 0);
+    const std::int64_t halfway = engine.channelGetPosition(h);
+    EXPECT_NEAR(static_cast<double>(halfway), 22050.0 * 2, 2.0);
+    render(4096);
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(engine.channelGetPosition(h), engine.channelGetLength(h));
+}
+
 TEST_F(OfflineEngineTest, AudioMixPlayingStreamGoesToTheCardOutsideTheMixer) {
     const Handle preview =
         wavStream(constant(44100, 8192, 8192, 44100), "preview.wav", kStreamAutoFree);
