@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 #include "tests/audio/audio_fixtures.h"
@@ -109,6 +110,46 @@ TEST(AudioDeviceTest, ConsoleOperationsWhileTheDevicePlaysKeepTheirContract) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     EXPECT_EQ(frees, created);
+    EXPECT_TRUE(engine.free());
+}
+
+TEST(AudioDeviceTest, CardPathPullsTheMixThroughPortAudio) {
+    // ALSA's null device stands in for a sound card: PortAudio opens it as the default output and
+    // its callback pulls the mix. The null device keeps no time (it takes blocks as fast as they
+    // come), so this checks the path, not the pace. Set up through the user's ALSA
+    // configuration, which this test points at a folder of its own.
+    tw::test::TempDir dir;
+    tw::test::writeFile(dir / ".asoundrc", "pcm.!default {\n type null\n}\n");
+    writeWav(dir / "short.wav", constant(44100, 1000, 1000, 44100));
+    const std::string oldHome = std::getenv("HOME") ? std::getenv("HOME") : "";
+    const std::string oldAudio = std::getenv("TARNWAVE_AUDIO") ? std::getenv("TARNWAVE_AUDIO") : "";
+    setenv("HOME", dir.str().c_str(), 1);
+    unsetenv("TARNWAVE_AUDIO");
+    MixEngine engine{EngineMode::Device};
+    ASSERT_TRUE(engine.init(-1, 44100, kDeviceLatency));
+    setenv("HOME", oldHome.c_str(), 1);
+    if (!oldAudio.empty()) {
+        setenv("TARNWAVE_AUDIO", oldAudio.c_str(), 1);
+    }
+    const DeviceInfo info = engine.getInfo();
+    if (!info.hasDevice) {
+        GTEST_SKIP() << "PortAudio offers no ALSA output on this machine";
+    }
+    EXPECT_GT(info.minbuf, 0u);
+    EXPECT_GT(info.latency, 0u);
+    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
+    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    const Handle h = engine.streamCreateFile((dir / "short.wav").string(), 0, 0, kStreamDecode);
+    std::atomic<int> ends{0};
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (ends == 0 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(engine.channelGetPosition(h), 44100 * 4);
+    EXPECT_GT(engine.channelGetPosition(mixer), 44100 * 4);
     EXPECT_TRUE(engine.free());
 }
 
