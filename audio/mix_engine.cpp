@@ -70,12 +70,14 @@ bool MixEngine::init(int device, std::uint32_t, std::uint32_t) {
     // Device 0 is "no sound" for the console: it gets the timed silent device as well.
     const bool tryCard = mode_ == EngineMode::Device && device != 0 && !silentByEnvironment();
     output_ = openOutput(tryCard, updateMs_, *this);
+    audioRunning_.store(true, std::memory_order_release);
     return ok();
 }
 
 void MixEngine::stopThreads() {
     // The audio thread first, so that nothing consumes the rings while the workers go.
     output_.reset();
+    audioRunning_.store(false, std::memory_order_release);
     if (readAhead_.joinable()) {
         readAhead_.request_stop();
         fillWake_.notify_all();
@@ -123,13 +125,12 @@ bool MixEngine::free() {
 
 bool MixEngine::setConfig(std::uint32_t option, std::uint32_t value) {
     std::lock_guard lock(mutex_);
-    if (option == kConfigBuffer) {
-        bufferMs_ = value;
-    } else if (option == kConfigUpdatePeriod) {
+    if (option == kConfigUpdatePeriod) {
         // Taken at init: the device's block size is fixed once it runs.
         updateMs_ = std::clamp<std::uint32_t>(value, 5, 100);
     }
-    // Other options of the old interface are accepted and have no effect here.
+    // The buffer is chosen at init as four times the device's smallest latency, which is what
+    // the console asks for; it and the other options of the old interface have no effect here.
     return ok();
 }
 
@@ -154,7 +155,7 @@ void MixEngine::produce(float* out, std::size_t frames) {
 
 std::uint64_t MixEngine::send(const Command& c) {
     while (!commands_.push(c)) {
-        if (mode_ == EngineMode::Offline || !output_) {
+        if (!audioRunning_.load(std::memory_order_acquire)) {
             core_.takeCommands();  // this thread is the audio thread
         } else {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));

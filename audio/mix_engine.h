@@ -15,6 +15,7 @@
 // Effects, recording, encoding and casting are declared and fail (0 / false / -1, error
 // kErrorNotAvailable) with the usual handle rules: they come later.
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -208,7 +209,6 @@ class MixEngine final : public Engine, private AudioProducer {
 
     std::mutex mutex_;  // the API mutex: every table and console-side field below
     bool initialised_ = false;
-    std::uint32_t bufferMs_ = 100;
     std::uint32_t updateMs_ = 25;
     HandleTable<Channel> channels_{HandleKind::Channel};
     HandleTable<Sync> syncs_{HandleKind::Sync};
@@ -231,6 +231,9 @@ class MixEngine final : public Engine, private AudioProducer {
     std::vector<float> scratch_;  // offline render without an output buffer
 
     std::unique_ptr<OutputDevice> output_;
+    // True while an audio thread consumes the command queue; otherwise the thread that finds the
+    // queue full (offline: the owner, who is the audio thread) empties it itself.
+    std::atomic<bool> audioRunning_{false};
     std::jthread readAhead_;
     std::jthread eventWorker_;
 };

@@ -52,6 +52,16 @@ TEST_F(OfflineEngineTest, AudioMixSlideToMinus100IsSilentAfter20ms) {
     EXPECT_EQ(engine.channelIsActive(h), kPlaying);  // silence, not removal
 }
 
+TEST_F(OfflineEngineTest, AudioMixMoreCommandsThanTheQueueHoldsBetweenRenders) {
+    const Handle h = wavStream(constant(44100, 16384, 16384, 44100), "dc.wav");
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    for (int i = 0; i <= 10000; ++i) {
+        ASSERT_TRUE(engine.channelSetAttribute(h, kAttribVol, static_cast<float>(i % 7) / 10.0f));
+    }
+    const auto out = render(100);
+    EXPECT_NEAR(out[0] / kHalf, static_cast<float>(10000 % 7) / 10.0f, 1e-6f);
+}
+
 TEST_F(OfflineEngineTest, AudioMixPauseHoldsPositionAndSlide) {
     const Handle h = wavStream(constant(44100, 16384, 16384, 44100 * 3), "dc.wav");
     ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
