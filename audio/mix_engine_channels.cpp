@@ -260,6 +260,7 @@ std::uint32_t MixEngine::channelGetLevel(Handle h) {
 }
 
 std::int64_t MixEngine::channelGetData(Handle h, void* buffer, std::uint32_t bytes) {
+    std::int64_t result;
     {
         std::lock_guard lock(mutex_);
         auto s = sourceOf(h);
@@ -271,7 +272,6 @@ std::int64_t MixEngine::channelGetData(Handle h, void* buffer, std::uint32_t byt
             fail(kErrorNotAvailable);  // the mixer owns its sources' data
             return -1;
         }
-        std::size_t got;
         bool atEnd;
         {
             std::lock_guard decodeLock(s->decodeMutex);
@@ -285,9 +285,11 @@ std::int64_t MixEngine::channelGetData(Handle h, void* buffer, std::uint32_t byt
                 s->ring.reset();
             }
             const std::size_t frames = bytes / static_cast<std::uint32_t>(2 * s->channels);
-            got = s->decoder->read(static_cast<std::int16_t*>(buffer), frames);
+            const std::size_t got = s->decoder->read(static_cast<std::int16_t*>(buffer), frames);
             s->decodePos += static_cast<std::int64_t>(got);
-            atEnd = s->decoder->atEnd();
+            result = static_cast<std::int64_t>(got) * 2 * s->channels;
+            atEnd =
+                s->decoder->atEnd() || (s->lengthFrames >= 0 && s->decodePos >= s->lengthFrames);
         }
         if (atEnd && !s->endSyncSent) {
             s->endSyncSent = true;
@@ -295,13 +297,11 @@ std::int64_t MixEngine::channelGetData(Handle h, void* buffer, std::uint32_t byt
             queueSyncs(h, kSyncEnd);
         }
         ok();
-        if (mode_ != EngineMode::Offline) {
-            return static_cast<std::int64_t>(got) * 2 * s->channels;
-        }
-        bytes = static_cast<std::uint32_t>(got * 2 * static_cast<std::size_t>(s->channels));
     }
-    deliverSyncs();
-    return bytes;
+    if (mode_ == EngineMode::Offline) {
+        deliverSyncs();  // no worker delivers them offline
+    }
+    return result;
 }
 
 bool MixEngine::channelGetInfo(Handle h, ChannelInfo& info) {

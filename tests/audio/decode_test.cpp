@@ -97,6 +97,21 @@ TEST_F(OfflineEngineTest, AudioDecodeWavLengthAndData) {
     EXPECT_EQ(engine.channelIsActive(h), kStopped);  // a decoding stream stops at its end
 }
 
+TEST_F(OfflineEngineTest, AudioDecodeReadingToTheEndFiresTheEndSyncOnce) {
+    const Handle h = wavStream(ramp(44100, 2, 3000), "ramp.wav");
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    std::vector<std::int16_t> block(2000 * 2);
+    EXPECT_EQ(engine.channelGetData(h, block.data(), 2000 * 4), 2000 * 4);
+    EXPECT_EQ(engine.channelIsActive(h), kPlaying);
+    EXPECT_EQ(ends, 0);
+    EXPECT_EQ(engine.channelGetData(h, block.data(), 2000 * 4), 1000 * 4);
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(engine.channelIsActive(h), kStopped);
+    EXPECT_EQ(engine.channelGetData(h, block.data(), 2000 * 4), 0);
+    EXPECT_EQ(ends, 1);
+}
+
 TEST_F(OfflineEngineTest, AudioDecodeMemoryImageWithOffset) {
     const Pcm pcm = ramp(44100, 2, 5000);
     auto image = wavImage(pcm);
