@@ -34,6 +34,7 @@ class Gain {
     // through: it is heard as silence, so that such a slide goes quiet early.
     float next() {
         if (remaining_ > 0) {
+            moved_ = true;
             if (--remaining_ == 0) {
                 value_ = target_;
             } else {
@@ -48,7 +49,14 @@ class Gain {
     float applied() const { return value_ > 0.0 ? static_cast<float>(value_) : 0.0f; }
 
     // After a block, make the value visible to channelGetAttribute.
-    void publish() { published_.store(static_cast<float>(value_), std::memory_order_relaxed); }
+    // Only a value that a slide moved is published: a steady one would overwrite what the console
+    // has just announced and the audio thread has not taken yet.
+    void publish() {
+        if (moved_) {
+            published_.store(static_cast<float>(value_), std::memory_order_relaxed);
+            moved_ = false;
+        }
+    }
     // Any thread.
     float published() const { return published_.load(std::memory_order_relaxed); }
     // Console thread: shows a value the console has just asked for before the callback takes it.
@@ -60,6 +68,7 @@ class Gain {
     float target_ = 1.0f;
     double step_ = 0.0;
     std::int64_t remaining_ = 0;
+    bool moved_ = false;
     std::atomic<float> published_{1.0f};
 };
 
