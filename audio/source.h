@@ -59,8 +59,10 @@ struct Source {
     // --- producer side: guarded by decodeMutex (read-ahead worker, or the console) --------------
     std::mutex decodeMutex;
     std::unique_ptr<Decoder> decoder;
-    std::shared_ptr<PlayRing> ring;  // the ring being filled; null before the first start
-    std::int64_t decodePos = 0;      // the decoder's position in source frames
+    // The ring being filled; null before the first start. Replaced only by the console thread,
+    // holding the API mutex as well, so the console may read it under either.
+    std::shared_ptr<PlayRing> ring;
+    std::int64_t decodePos = 0;  // the decoder's position in source frames
     std::atomic<bool> stalled{false};
 
     // Opens a fresh ring at `frame`, seeking the decoder there when it is elsewhere. Returns the
