@@ -201,6 +201,7 @@ void BM_OfflineRenderTwoPlayers(benchmark::State& state) {
 }
 BENCHMARK(BM_OfflineRenderTwoPlayers)
     ->Arg(300)
+    ->Arg(3600)
     ->Unit(benchmark::kSecond)
     ->UseRealTime()
     ->Iterations(1);
