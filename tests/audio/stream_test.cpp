@@ -8,6 +8,8 @@
 
 #include <chrono>
 #include <cmath>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 
 #include "tests/audio/audio_fixtures.h"
@@ -19,8 +21,10 @@ namespace {
 // after every `metaInterval` bytes of audio, then closes.
 class IcyServer {
   public:
-    IcyServer(std::string body, std::size_t metaInterval)
-        : body_(std::move(body)), metaInterval_(metaInterval) {
+    // With `holdAt` below the body's size, the server sends that many bytes of the answer and then
+    // waits for release() before it sends the rest.
+    IcyServer(std::string body, std::size_t metaInterval, std::size_t holdAt = std::string::npos)
+        : body_(std::move(body)), metaInterval_(metaInterval), holdAt_(holdAt) {
         listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in addr{};
         addr.sin_family = AF_INET;
@@ -34,12 +38,18 @@ class IcyServer {
         thread_ = std::thread([this] { serve(); });
     }
     ~IcyServer() {
+        release();
         thread_.join();
         ::close(listener_);
     }
 
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/live"; }
     const std::string& request() const { return request_; }
+    void release() {
+        std::lock_guard lock(mutex_);
+        released_ = true;
+        cv_.notify_all();
+    }
 
   private:
     void serve() {
@@ -69,7 +79,15 @@ class IcyServer {
             }
         }
         for (std::size_t sent = 0; sent < out.size();) {
-            const ssize_t n = ::send(fd, out.data() + sent, out.size() - sent, MSG_NOSIGNAL);
+            std::size_t chunk = out.size() - sent;
+            if (sent < holdAt_ && sent + chunk > holdAt_) {
+                chunk = holdAt_ - sent;
+            }
+            if (sent == holdAt_) {
+                std::unique_lock lock(mutex_);
+                cv_.wait(lock, [&] { return released_; });
+            }
+            const ssize_t n = ::send(fd, out.data() + sent, chunk, MSG_NOSIGNAL);
             if (n <= 0) {
                 break;
             }
@@ -80,6 +98,10 @@ class IcyServer {
 
     std::string body_;
     std::size_t metaInterval_;
+    std::size_t holdAt_;
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    bool released_ = false;
     int listener_ = -1;
     int port_ = 0;
     std::string request_;
@@ -133,6 +155,32 @@ TEST_F(OfflineEngineTest, AudioStreamRefusedAddressFailsQuickly) {
         0u);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3500));
     EXPECT_EQ(engine.streamCreateUrl("/not/an/address.mp3", 0, kStreamDecode), 0u);
+}
+
+TEST_F(OfflineEngineTest, AudioStreamWaitingForDataReadsAsStalled) {
+    writeWav(dir / "tone.wav", sine(44100, 2, 997.0, 0.5, 44100 * 3));
+    encodeMp3(dir / "tone.wav", dir / "tone.mp3", "-b 128");
+    const std::string mp3 = tw::test::readFile(dir / "tone.mp3");
+    IcyServer server(mp3, 4000, mp3.size() * 2 / 5);  // about 1.2 s, then the network stalls
+
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    auto out = render(44100 * 2);
+    EXPECT_EQ(engine.channelIsActive(h), kStalled);
+    EXPECT_EQ(rms(out, 0, 44100 * 3 / 2, 44100 * 2), 0.0);  // nothing to play meanwhile
+    EXPECT_GT(rms(out, 0, 4410, 44100), 0.3);
+    const std::int64_t stalledAt = engine.channelGetPosition(h);
+    EXPECT_LT(stalledAt, 44100 * 4 * 3 / 2);
+
+    server.release();
+    out = render(44100 * 3);
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(engine.channelIsActive(h), kStopped);
+    EXPECT_GT(engine.channelGetPosition(h), stalledAt + 44100 * 4);
+    EXPECT_GT(rms(out, 0, 4410, 44100), 0.3);  // it goes on once the data comes
 }
 
 }  // namespace
