@@ -1,11 +1,10 @@
 #pragma once
 // The console's one door into the audio engine.
 //
-// Every object (stream, mixer, record channel, sync, effect, encoder) is a 32-bit handle; 0 is
-// none. A handle carries a generation, so that a handle whose object is gone is stale. Every
-// operation on a stale or zero handle is harmless: it reports "stopped", a length of -1, a position
-// of 0, a level of 0, and failure. Nothing here throws. errorGetCode() gives the last error of the
-// calling thread.
+// Every object (stream, mixer, record channel, sync, effect, encoder) is a 32-bit handle; 0 is none.
+// A handle carries a generation, so that a handle whose object is gone is stale. Every operation on a
+// stale or zero handle is harmless: it reports "stopped", a length of -1, a position of 0, a level of
+// 0, and failure. Nothing here throws. errorGetCode() gives the last error of the calling thread.
 //
 // Threads: unless an operation says otherwise, it may be called from the console thread only. Sync
 // callbacks are delivered on an engine worker (or, in offline mode, on the thread calling render())
@@ -22,17 +21,16 @@ namespace tw::audio {
 using Handle = std::uint32_t;
 
 // Flag values of the interface. They keep the numbers the console's logic was written against.
-inline constexpr std::uint32_t kStreamDecode =
-    0x200000;  // decoding stream (for the mixer or a scan)
-inline constexpr std::uint32_t kStreamAutoFree = 0x40000;  // freed by the engine at its end
-inline constexpr std::uint32_t kUnicode = 0x80000000;      // accepted and ignored: paths are UTF-8
-inline constexpr std::uint32_t kDeviceLatency = 0x100;     // measure the device's latency at init
-inline constexpr std::uint32_t kMixerPause = 0x20000;      // a mixer source that stands still
-inline constexpr std::uint32_t kRecordPause = 0x8000;      // a record channel that starts paused
-inline constexpr std::uint32_t kEncodeNoHead = 0x1;        // raw PCM to the encoder, no WAV header
-inline constexpr std::uint32_t kEncodeAutoFree = 0x40000;  // the encoder ends with its channel
-inline constexpr std::uint32_t kRecordInputOff = 0x10000;  // recordSetInput: switch the input off
-inline constexpr std::uint32_t kRecordInputOn = 0x20000;   // recordSetInput: switch the input on
+inline constexpr std::uint32_t kStreamDecode = 0x200000;    // decoding stream (for the mixer or a scan)
+inline constexpr std::uint32_t kStreamAutoFree = 0x40000;   // freed by the engine at its end
+inline constexpr std::uint32_t kUnicode = 0x80000000;       // accepted and ignored: paths are UTF-8
+inline constexpr std::uint32_t kDeviceLatency = 0x100;      // measure the device's latency at init
+inline constexpr std::uint32_t kMixerPause = 0x20000;       // a mixer source that stands still
+inline constexpr std::uint32_t kRecordPause = 0x8000;       // a record channel that starts paused
+inline constexpr std::uint32_t kEncodeNoHead = 0x1;         // raw PCM to the encoder, no WAV header
+inline constexpr std::uint32_t kEncodeAutoFree = 0x40000;   // the encoder ends with its channel
+inline constexpr std::uint32_t kRecordInputOff = 0x10000;   // recordSetInput: switch the input off
+inline constexpr std::uint32_t kRecordInputOn = 0x20000;    // recordSetInput: switch the input on
 
 inline constexpr std::uint32_t kAttribFreq = 1;
 inline constexpr std::uint32_t kAttribVol = 2;
@@ -109,11 +107,10 @@ struct DynamicAmp {
 // A sync callback: the sync's handle, the channel, and a value that depends on the sync type.
 using SyncProc = std::function<void(Handle sync, Handle channel, std::uint32_t data)>;
 // A record callback: interleaved 16-bit blocks; returning false stops the recording.
-using RecordProc =
-    std::function<bool(Handle channel, const std::int16_t* samples, std::size_t count)>;
+using RecordProc = std::function<bool(Handle channel, const std::int16_t* samples, std::size_t count)>;
 
 class Engine {
-  public:
+public:
     virtual ~Engine() = default;
 
     // --- set-up -----------------------------------------------------------------------------
@@ -145,7 +142,7 @@ class Engine {
     virtual std::int64_t channelGetLength(Handle h) = 0;
     virtual std::int64_t channelGetPosition(Handle h) = 0;  // 0 on failure
     virtual bool channelSetPosition(Handle h, std::uint64_t bytes) = 0;
-    virtual double channelBytes2Seconds(Handle h, std::int64_t bytes) = 0;    // < 0 on failure
+    virtual double channelBytes2Seconds(Handle h, std::int64_t bytes) = 0;  // < 0 on failure
     virtual std::int64_t channelSeconds2Bytes(Handle h, double seconds) = 0;  // -1 on failure
     // Peak of the latest block: left in the low 16 bits, right in the high 16 bits.
     virtual std::uint32_t channelGetLevel(Handle h) = 0;
@@ -181,7 +178,7 @@ class Engine {
     virtual bool recordInit(int device) = 0;
     virtual bool recordSetDevice(int device) = 0;
     virtual bool recordFree() = 0;
-    virtual std::string recordGetInputName(int input) = 0;     // empty when there is none
+    virtual std::string recordGetInputName(int input) = 0;  // empty when there is none
     virtual int recordGetInput(int input, float& volume) = 0;  // -1 on failure
     virtual bool recordSetInput(int input, std::uint32_t flags, float volume) = 0;
     virtual Handle recordStart(std::uint32_t freq, std::uint32_t chans, std::uint32_t flags,

@@ -7,7 +7,7 @@
 namespace tw::audio {
 
 class NullEngine final : public Engine {
-  public:
+public:
     bool init(int, std::uint32_t, std::uint32_t) override { return fail(); }
     bool free() override { return fail(); }
     bool setConfig(std::uint32_t, std::uint32_t) override { return fail(); }
@@ -90,7 +90,7 @@ class NullEngine final : public Engine {
         return fail(), std::string();
     }
 
-  private:
+private:
     bool fail() {
         lastError_ = kErrorInit;
         return false;
