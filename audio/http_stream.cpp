@@ -1,0 +1,127 @@
+// A stream address decoded as MP3 in libmpg123's feed mode: bytes go in as the fetcher delivers
+// them, samples come out as soon as a whole frame is there.
+
+#include "audio/http_stream.h"
+
+#include <mpg123.h>
+
+#include <chrono>
+#include <cstring>
+
+#include "audio/engine.h"
+#include "audio/http_fetcher.h"
+#include "audio/mp3_setup.h"
+
+namespace tw::audio {
+
+namespace {
+
+// How long one read waits for the network before it reports "nothing yet": short, so that the
+// read-ahead worker gets on with the other streams.
+constexpr int kReadWaitMs = 20;
+
+class HttpMp3Decoder final : public Decoder {
+  public:
+    ~HttpMp3Decoder() override {
+        fetcher_.reset();
+        if (mh_) {
+            mpg123_delete(mh_);
+        }
+    }
+
+    bool open(const std::string& url, int timeoutMs, int& error) {
+        mh_ = newMp3Handle();
+        if (!mh_ || mpg123_open_feed(mh_) != MPG123_OK) {
+            error = kErrorMemory;
+            return false;
+        }
+        fetcher_ = std::make_unique<HttpFetcher>(url);
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+        while (std::chrono::steady_clock::now() < deadline) {
+            const bool more = feedFromNetwork(kReadWaitMs);
+            long rate = 0;
+            int channels = 0, encoding = 0;
+            if (mpg123_getformat(mh_, &rate, &channels, &encoding) == MPG123_OK && rate > 0 &&
+                channels > 0) {
+                rate_ = static_cast<int>(rate);
+                channels_ = channels;
+                return true;
+            }
+            if (!more) {
+                error = kErrorFileOpen;
+                return false;
+            }
+        }
+        error = kErrorTimeout;
+        return false;
+    }
+
+    int rate() const override { return rate_; }
+    int channels() const override { return channels_; }
+    std::int64_t lengthFrames() const override { return -1; }
+    bool atEnd() const override { return ended_; }
+    bool stalled() const override { return stalled_; }
+    bool seek(std::int64_t) override { return false; }
+
+    std::size_t read(std::int16_t* out, std::size_t frames) override {
+        const std::size_t frameBytes = static_cast<std::size_t>(channels_) * 2;
+        std::size_t got = 0;
+        bool waited = false;
+        while (got < frames && !ended_) {
+            size_t done = 0;
+            const int rc = mpg123_read(mh_, reinterpret_cast<unsigned char*>(out + got * channels_),
+                                       (frames - got) * frameBytes, &done);
+            got += done / frameBytes;
+            if (rc == MPG123_NEED_MORE) {
+                if (waited) {
+                    break;
+                }
+                waited = true;
+                if (!feedFromNetwork(kReadWaitMs)) {
+                    ended_ = true;
+                }
+            } else if (rc != MPG123_OK && rc != MPG123_NEW_FORMAT) {
+                ended_ = true;
+            }
+        }
+        stalled_ = got == 0 && !ended_;
+        return got;
+    }
+
+  private:
+    // False once the transfer is over and every byte has been fed.
+    bool feedFromNetwork(int waitMs) {
+        if (!fetcher_->take(bytes_, waitMs)) {
+            return false;
+        }
+        if (!bytes_.empty()) {
+            mpg123_feed(mh_, bytes_.data(), bytes_.size());
+        }
+        return true;
+    }
+
+    mpg123_handle* mh_ = nullptr;
+    std::unique_ptr<HttpFetcher> fetcher_;
+    std::vector<std::uint8_t> bytes_;
+    int rate_ = 0;
+    int channels_ = 0;
+    bool ended_ = false;
+    bool stalled_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Decoder> openHttpStream(const std::string& url, int timeoutMs, int& error) {
+    if (url.rfind("http://", 0) != 0 && url.rfind("https://", 0) != 0) {
+        error = kErrorFileOpen;
+        return nullptr;
+    }
+    auto decoder = std::make_unique<HttpMp3Decoder>();
+    if (!decoder->open(url, timeoutMs, error)) {
+        return nullptr;
+    }
+    return decoder;
+}
+
+}  // namespace tw::audio

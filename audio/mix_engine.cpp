@@ -1,0 +1,413 @@
+// The engine's life cycle and its plumbing: threads, the command queue to the audio thread, the
+// deferred release of what the audio thread may still be reading, events and sync delivery.
+
+#include "audio/mix_engine.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+namespace tw::audio {
+
+namespace {
+
+// Ring size of a playing stream and how far the read-ahead keeps it filled (at least 2 s).
+constexpr std::size_t kRingFrames = 1 << 17;  // 2.97 s at 44100 Hz
+constexpr std::size_t kReadAheadFrames = 2 * kMixRate + kMixRate / 2;
+// Filled at once when a stream starts, so that the first block is not silence.
+constexpr std::size_t kStartFrames = 8192;
+constexpr auto kEventPoll = std::chrono::milliseconds(2);
+constexpr auto kReadAheadPoll = std::chrono::milliseconds(10);
+
+bool silentByEnvironment() {
+    const char* v = std::getenv("TARNWAVE_AUDIO");
+    return v && std::strcmp(v, "null") == 0;
+}
+
+}  // namespace
+
+MixEngine::MixEngine(EngineMode mode) : mode_(mode) {}
+
+MixEngine::~MixEngine() {
+    bool running;
+    {
+        std::lock_guard lock(mutex_);
+        running = initialised_;
+    }
+    if (running) {
+        free();
+    }
+    stopThreads();
+}
+
+bool MixEngine::fail(int code) {
+    errors_.set(code);
+    return false;
+}
+
+bool MixEngine::ok() {
+    errors_.set(kOk);
+    return true;
+}
+
+int MixEngine::errorGetCode() {
+    return errors_.get();
+}
+
+bool MixEngine::init(int device, std::uint32_t, std::uint32_t) {
+    std::lock_guard lock(mutex_);
+    if (initialised_) {
+        return fail(kErrorAlready);
+    }
+    initialised_ = true;
+    scratch_.assign(kMaxBlockFrames * kMixChannels, 0.0f);
+    if (mode_ == EngineMode::Offline) {
+        return ok();
+    }
+    readAhead_ = std::jthread([this](std::stop_token stop) { readAheadLoop(stop); });
+    eventWorker_ = std::jthread([this](std::stop_token stop) { eventLoop(stop); });
+    // Device 0 is "no sound" for the console: it gets the timed silent device as well.
+    const bool tryCard = mode_ == EngineMode::Device && device != 0 && !silentByEnvironment();
+    output_ = openOutput(tryCard, updateMs_, *this);
+    audioRunning_.store(true, std::memory_order_release);
+    return ok();
+}
+
+void MixEngine::stopThreads() {
+    // The audio thread first, so that nothing consumes the rings while the workers go.
+    output_.reset();
+    audioRunning_.store(false, std::memory_order_release);
+    if (readAhead_.joinable()) {
+        readAhead_.request_stop();
+        fillWake_.notify_all();
+        readAhead_.join();
+    }
+    if (eventWorker_.joinable()) {
+        eventWorker_.request_stop();
+        eventWorker_.join();
+    }
+}
+
+bool MixEngine::free() {
+    {
+        std::lock_guard lock(mutex_);
+        if (!initialised_) {
+            return fail(kErrorInit);
+        }
+    }
+    stopThreads();
+    {
+        std::lock_guard lock(mutex_);
+        processEvents();
+        for (Handle h : channels_.handles()) {
+            if (h != mixer_) {
+                freeStream(h);
+            }
+        }
+        if (mixer_) {
+            freeStream(mixer_);
+        }
+        // No audio thread runs any more: this thread may take the consumer's part.
+        core_.takeCommands();
+        core_.clear();
+        retired_.clear();
+        {
+            std::lock_guard fillLock(fillMutex_);
+            fillList_.clear();
+        }
+        initialised_ = false;
+        ok();
+    }
+    deliverSyncs();
+    return true;
+}
+
+bool MixEngine::setConfig(std::uint32_t option, std::uint32_t value) {
+    std::lock_guard lock(mutex_);
+    if (option == kConfigUpdatePeriod) {
+        // Taken at init: the device's block size is fixed once it runs.
+        updateMs_ = std::clamp<std::uint32_t>(value, 5, 100);
+    }
+    // The buffer is chosen at init as four times the device's smallest latency, which is what
+    // the console asks for; it and the other options of the old interface have no effect here.
+    return ok();
+}
+
+DeviceInfo MixEngine::getInfo() {
+    std::lock_guard lock(mutex_);
+    if (!initialised_) {
+        fail(kErrorInit);
+        return {};
+    }
+    ok();
+    return output_ ? output_->info() : DeviceInfo{};
+}
+
+std::uint32_t MixEngine::fxGetVersion() {
+    ok();
+    return 0x00010000;  // this engine's effects, version 1.0
+}
+
+void MixEngine::produce(float* out, std::size_t frames) {
+    core_.render(out, frames);
+}
+
+std::uint64_t MixEngine::send(const Command& c) {
+    while (!commands_.push(c)) {
+        if (!audioRunning_.load(std::memory_order_acquire)) {
+            core_.takeCommands();  // this thread is the audio thread
+        } else {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+    return ++sent_;
+}
+
+void MixEngine::retire(std::shared_ptr<void> object, std::uint64_t seq) {
+    if (object) {
+        retired_.push_back({seq, std::move(object)});
+    }
+}
+
+void MixEngine::collectRetired() {
+    const std::uint64_t done = core_.commandsDone();
+    std::erase_if(retired_, [done](const Retired& r) { return r.seq <= done; });
+}
+
+std::shared_ptr<Source> MixEngine::sourceOf(Handle h) {
+    auto ch = channels_.get(h);
+    return ch ? ch->source : nullptr;
+}
+
+bool MixEngine::isMixer(Handle h) {
+    return h != 0 && h == mixer_ && channels_.get(h) != nullptr;
+}
+
+void MixEngine::attach(const std::shared_ptr<Source>& s, Target target, bool paused) {
+    std::shared_ptr<PlayRing> old, ring;
+    {
+        std::lock_guard decodeLock(s->decodeMutex);
+        old = s->ring;
+        ring = s->restartAt(s->position(), kRingFrames);
+        s->fill(kStartFrames);
+    }
+    Command c;
+    c.type = Command::Type::Attach;
+    c.source = s.get();
+    c.ring = ring.get();
+    c.target = target;
+    c.flag = paused;
+    c.count = ++s->attachSerial;
+    retire(old, send(c));
+    s->target = target;
+    s->ended = false;
+    s->endSyncSent = false;
+    {
+        std::lock_guard fillLock(fillMutex_);
+        fillList_.push_back(s);
+    }
+    fillWake_.notify_all();
+}
+
+void MixEngine::detach(const std::shared_ptr<Source>& s) {
+    if (s->target == Target::None) {
+        return;
+    }
+    Command c;
+    c.type = Command::Type::Detach;
+    c.source = s.get();
+    send(c);
+    s->target = Target::None;
+    std::lock_guard fillLock(fillMutex_);
+    std::erase(fillList_, s);
+}
+
+bool MixEngine::seekSource(const std::shared_ptr<Source>& s, std::int64_t frame) {
+    if (s->lengthFrames < 0 || frame < 0 || frame > s->lengthFrames) {
+        return fail(s->lengthFrames < 0 ? kErrorNotAvailable : kErrorPosition);
+    }
+    std::shared_ptr<PlayRing> old;
+    if (s->target != Target::None) {
+        std::shared_ptr<PlayRing> ring;
+        {
+            std::lock_guard decodeLock(s->decodeMutex);
+            old = s->ring;
+            ring = s->restartAt(frame, kRingFrames);
+            s->fill(kStartFrames);
+        }
+        Command c;
+        c.type = Command::Type::SwapRing;
+        c.source = s.get();
+        c.ring = ring.get();
+        retire(old, send(c));
+    } else {
+        std::lock_guard decodeLock(s->decodeMutex);
+        if (!s->decoder->seek(frame)) {
+            return fail(kErrorPosition);
+        }
+        s->decodePos = frame;
+        retire(std::move(s->ring), sent_);
+        s->ring.reset();
+    }
+    s->ended = false;
+    s->endSyncSent = false;
+    return ok();
+}
+
+void MixEngine::freeStream(Handle h) {
+    auto ch = channels_.get(h);
+    if (!ch) {
+        return;
+    }
+    if (ch->source) {
+        detach(ch->source);
+    } else {
+        // The mixer goes: its sources stay as decoding streams, out of any mix.
+        for (Handle other : channels_.handles()) {
+            auto s = sourceOf(other);
+            if (s && s->target == Target::Mixer) {
+                detach(s);
+            }
+        }
+        Command c;
+        c.type = Command::Type::RunMixer;
+        c.flag = false;
+        send(c);
+        mixer_ = 0;
+        mixerRunning_ = false;
+    }
+    queueSyncs(h, kSyncFree);
+    for (Handle sync : syncs_.handles()) {
+        if (syncs_.get(sync)->channel == h) {
+            syncs_.remove(sync);
+        }
+    }
+    channels_.remove(h);
+    retire(ch->source, sent_);
+}
+
+void MixEngine::queueSyncs(Handle channel, std::uint32_t type) {
+    std::lock_guard lock(syncMutex_);
+    for (Handle sync : syncs_.handles()) {
+        auto s = syncs_.get(sync);
+        if (s->channel == channel && s->type == type) {
+            pending_.push_back({s->proc, sync, channel, 0});
+            if (s->oneTime) {
+                syncs_.remove(sync);
+            }
+        }
+    }
+}
+
+void MixEngine::processEvents() {
+    Event ev;
+    while (events_.pop(ev)) {
+        auto s = sourceOf(ev.stream);
+        if (!s || s->target == Target::None || s->attachSerial != ev.serial) {
+            continue;  // freed, stopped or restarted since: this end is no longer news
+        }
+        const bool autoFree = s->target == Target::Mixer ? (s->mixerFlags & kStreamAutoFree) != 0
+                                                         : (s->flags & kStreamAutoFree) != 0;
+        s->target = Target::None;  // the audio thread has let it go already
+        {
+            std::lock_guard fillLock(fillMutex_);
+            std::erase(fillList_, s);
+        }
+        s->ended = true;
+        s->endSyncSent = true;  // reading on with channelGetData does not report it again
+        queueSyncs(ev.stream, kSyncEnd);
+        if (autoFree) {
+            freeStream(ev.stream);
+        }
+    }
+}
+
+void MixEngine::deliverSyncs() {
+    std::lock_guard order(deliverMutex_);
+    for (;;) {
+        PendingSync p;
+        {
+            std::lock_guard lock(syncMutex_);
+            if (pending_.empty()) {
+                return;
+            }
+            p = std::move(pending_.front());
+            pending_.pop_front();
+        }
+        if (p.proc) {
+            p.proc(p.sync, p.channel, p.data);
+        }
+    }
+}
+
+void MixEngine::fillAll(std::size_t frames) {
+    std::vector<std::shared_ptr<Source>> list;
+    {
+        std::lock_guard fillLock(fillMutex_);
+        list = fillList_;
+    }
+    for (auto& s : list) {
+        std::lock_guard decodeLock(s->decodeMutex);
+        s->fill(frames);
+    }
+}
+
+void MixEngine::readAheadLoop(std::stop_token stop) {
+    while (!stop.stop_requested()) {
+        fillAll(kReadAheadFrames);
+        std::unique_lock lock(fillMutex_);
+        fillWake_.wait_for(lock, stop, kReadAheadPoll, [] { return false; });
+    }
+}
+
+void MixEngine::eventLoop(std::stop_token stop) {
+    while (!stop.stop_requested()) {
+        {
+            std::lock_guard lock(mutex_);
+            processEvents();
+            collectRetired();
+        }
+        deliverSyncs();
+        std::this_thread::sleep_for(kEventPoll);
+    }
+}
+
+bool MixEngine::render(std::size_t frames, float* out, float* bus) {
+    {
+        std::lock_guard lock(mutex_);
+        if (mode_ != EngineMode::Offline || !initialised_) {
+            return fail(kErrorInit);
+        }
+    }
+    for (std::size_t off = 0; off < frames; off += kMaxBlockFrames) {
+        const std::size_t n = std::min(kMaxBlockFrames, frames - off);
+        fillAll(std::max(n, kStartFrames));
+        core_.render(out ? out + off * kMixChannels : scratch_.data(), n,
+                     bus ? bus + off * kMixChannels : nullptr);
+        std::lock_guard lock(mutex_);
+        processEvents();
+        collectRetired();
+    }
+    deliverSyncs();
+    return true;
+}
+
+void MixEngine::prefill(std::size_t frames) {
+    fillAll(frames);
+}
+
+void MixEngine::mixBlock(float* out, std::size_t frames) {
+    core_.render(out, frames);
+}
+
+void MixEngine::finishBlock() {
+    {
+        std::lock_guard lock(mutex_);
+        processEvents();
+        collectRetired();
+    }
+    deliverSyncs();
+}
+
+}  // namespace tw::audio

@@ -1,0 +1,241 @@
+#pragma once
+// The engine the console runs on: decoding streams mixed at 44100 Hz stereo by one mixer, playing
+// streams (the preview) straight to the card, syncs delivered on a worker.
+//
+// Threads. Every operation of Engine is for the console thread only unless it says otherwise;
+// errorGetCode() is for any thread. Inside the engine:
+//   - the audio thread (the card's callback, the timed silent device, or offline the thread calling
+//     render()) runs MixerCore only: wait-free, no allocation, lock, I/O or logging;
+//   - the read-ahead worker decodes into each playing stream's ring, at least 2 s ahead;
+//   - the event worker turns ends into syncs, frees AUTOFREE streams and delivers sync callbacks;
+//   - each stream address has a fetch thread of its own.
+// Offline there is neither audio thread nor workers: render() decodes, mixes and delivers the
+// syncs itself, so a test gets the same samples every time.
+//
+// Effects, recording, encoding and casting are declared and fail (0 / false / -1, error
+// kErrorNotAvailable) with the usual handle rules: they come later.
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "audio/engine.h"
+#include "audio/handle_table.h"
+#include "audio/mixer_core.h"
+#include "audio/output_device.h"
+#include "audio/source.h"
+#include "audio/spsc_ring.h"
+#include "audio/thread_errors.h"
+
+namespace tw::audio {
+
+enum class EngineMode {
+    Offline,  // no device, no threads: the owner calls render()
+    Device,   // the sound card; the timed silent device without one or with TARNWAVE_AUDIO=null
+    SilentDevice,  // the timed silent device whatever the machine has
+};
+
+class MixEngine final : public Engine, private AudioProducer {
+  public:
+    explicit MixEngine(EngineMode mode = EngineMode::Device);
+    ~MixEngine() override;
+    MixEngine(const MixEngine&) = delete;
+    MixEngine& operator=(const MixEngine&) = delete;
+
+    // Offline only, owner's thread (it is the audio thread then): advances the whole engine by
+    // `frames` frames of 44100 Hz audio. `out` (frames * 2 floats), when given, receives the card
+    // output (the mixer after its volume plus playing streams); `bus` the mixer before its volume.
+    // Syncs caused by this stretch are delivered before it returns. False when the engine is not
+    // offline or not initialised.
+    bool render(std::size_t frames, float* out = nullptr, float* bus = nullptr);
+
+    // Offline only, owner's thread: the three steps of render(), for measuring the audio callback
+    // alone. prefill() is the read-ahead worker's part; mixBlock() is exactly what the device's
+    // callback runs (wait-free); finishBlock() is the event worker's part (ends, syncs).
+    void prefill(std::size_t frames);
+    void mixBlock(float* out, std::size_t frames);
+    void finishBlock();
+
+    // --- set-up: console thread only ------------------------------------------------------------
+    // Starts the output of the engine's mode (device, silent device or none offline). Device 0
+    // means no sound card and gets the timed silent device.
+    bool init(int device, std::uint32_t freq, std::uint32_t flags) override;
+    // Stops the output and the workers, frees every stream (free syncs fire on this thread).
+    bool free() override;
+    // Buffer and update period are taken at init; other options are accepted without effect.
+    bool setConfig(std::uint32_t option, std::uint32_t value) override;
+    DeviceInfo getInfo() override;
+    std::uint32_t fxGetVersion() override;
+    // Any thread: that thread's last error.
+    int errorGetCode() override;
+
+    // --- streams: console thread only -----------------------------------------------------------
+    // Scans the file for its exact length before it returns.
+    Handle streamCreateFile(const std::string& path, std::uint64_t offset, std::uint64_t length,
+                            std::uint32_t flags) override;
+    Handle streamCreateMemory(std::shared_ptr<const std::vector<std::uint8_t>> data,
+                              std::uint64_t offset, std::uint64_t length,
+                              std::uint32_t flags) override;
+    // Blocks until the first audio or 3 s.
+    Handle streamCreateUrl(const std::string& url, std::uint32_t offset,
+                           std::uint32_t flags) override;
+    // Free syncs are delivered by the event worker (offline: before this returns).
+    bool streamFree(Handle h) override;
+
+    // --- channels: console thread only ----------------------------------------------------------
+    // A decoding stream cannot be played on its own (kErrorNotAvailable): it plays in the mixer.
+    bool channelPlay(Handle h, bool restart) override;
+    bool channelStop(Handle h) override;
+    int channelIsActive(Handle h) override;
+    std::int64_t channelGetLength(Handle h) override;
+    // May wait for the read-ahead worker to finish its current block of this stream.
+    std::int64_t channelGetPosition(Handle h) override;
+    // Takes effect with the audio thread's next block; the position reads the new value at once.
+    bool channelSetPosition(Handle h, std::uint64_t bytes) override;
+    double channelBytes2Seconds(Handle h, std::int64_t bytes) override;
+    std::int64_t channelSeconds2Bytes(Handle h, double seconds) override;
+    std::uint32_t channelGetLevel(Handle h) override;
+    // Refused (kErrorNotAvailable) while the stream is in the mix: the mixer owns its data.
+    std::int64_t channelGetData(Handle h, void* buffer, std::uint32_t bytes) override;
+    bool channelGetInfo(Handle h, ChannelInfo& info) override;
+    // Volume only; the frequency can be read but not changed (kErrorIllegalParam).
+    bool channelSetAttribute(Handle h, std::uint32_t attrib, float value) override;
+    bool channelGetAttribute(Handle h, std::uint32_t attrib, float& value) override;
+    bool channelSlideAttribute(Handle h, std::uint32_t attrib, float value,
+                               std::uint32_t ms) override;
+    // End (2) and free (8) syncs, with the one-time bit honoured. The callback runs on the event
+    // worker (offline: on the thread calling render()).
+    Handle channelSetSync(Handle h, std::uint32_t type, std::uint64_t param,
+                          SyncProc proc) override;
+    bool channelRemoveSync(Handle h, Handle sync) override;
+
+    // --- the mixer: console thread only ---------------------------------------------------------
+    Handle mixerStreamCreate(std::uint32_t freq, std::uint32_t chans, std::uint32_t flags) override;
+    bool mixerAddChannel(Handle mixer, Handle h, std::uint32_t flags) override;
+    // The pause bit takes effect with the audio thread's next block.
+    std::uint32_t mixerChannelFlags(Handle h, std::uint32_t flags, std::uint32_t mask) override;
+    bool mixerChannelRemove(Handle h) override;
+
+    // --- effects, recording, encoding, casting: console thread only; not built yet, they fail ---
+    Handle channelSetFX(Handle h, std::uint32_t type, int priority) override;
+    bool channelRemoveFX(Handle h, Handle fx) override;
+    bool fxSetParameters(Handle fx, const ParamEq& p) override;
+    bool fxSetParameters(Handle fx, const Compressor& p) override;
+    bool fxSetParameters(Handle fx, const DynamicAmp& p) override;
+    bool fxReset(Handle h) override;
+
+    bool recordGetDeviceInfo(int device, RecordDeviceInfo& info) override;
+    bool recordInit(int device) override;
+    bool recordSetDevice(int device) override;
+    bool recordFree() override;
+    std::string recordGetInputName(int input) override;
+    int recordGetInput(int input, float& volume) override;
+    bool recordSetInput(int input, std::uint32_t flags, float volume) override;
+    Handle recordStart(std::uint32_t freq, std::uint32_t chans, std::uint32_t flags,
+                       RecordProc proc) override;
+
+    Handle encodeStart(Handle channel, const std::string& commandLine,
+                       std::uint32_t flags) override;
+    bool encodeStop(Handle encoder) override;
+    int encodeIsActive(Handle encoder) override;
+    std::uint64_t encodeGetCount(Handle encoder, int what) override;
+    bool castInit(Handle encoder, const std::string& server, const std::string& password,
+                  const std::string& contentType, const std::string& name, const std::string& url,
+                  const std::string& genre, const std::string& description,
+                  const std::string& headers, std::uint32_t kbps, bool isPublic) override;
+    bool castSetTitle(Handle encoder, const std::string& title, const std::string& url) override;
+    std::string castGetStats(Handle encoder, int type, const std::string& password) override;
+
+  private:
+    // A channel handle names either the mixer (no source) or a stream.
+    struct Channel {
+        std::shared_ptr<Source> source;
+    };
+    struct Sync {
+        Handle channel = 0;
+        std::uint32_t type = 0;
+        bool oneTime = false;
+        SyncProc proc;
+    };
+    struct PendingSync {
+        SyncProc proc;
+        Handle sync;
+        Handle channel;
+        std::uint32_t data;
+    };
+    struct Retired {
+        std::uint64_t seq;
+        std::shared_ptr<void> object;
+    };
+
+    // Audio thread only (device or silent device), wait-free.
+    void produce(float* out, std::size_t frames) override;
+
+    // Console thread or event worker, with mutex_ held.
+    bool fail(int code);
+    bool ok();
+    std::shared_ptr<Source> sourceOf(Handle h);
+    bool isMixer(Handle h);
+    std::uint64_t send(const Command& c);
+    void retire(std::shared_ptr<void> object, std::uint64_t seq);
+    void collectRetired();
+    void attach(const std::shared_ptr<Source>& s, Target target, bool paused);
+    void detach(const std::shared_ptr<Source>& s);
+    void freeStream(Handle h);
+    void queueSyncs(Handle channel, std::uint32_t type);
+    void processEvents();
+    Handle createStream(std::unique_ptr<Decoder> decoder, std::uint32_t flags);
+    std::int64_t bytesPerFrame(Handle h);
+    bool seekSource(const std::shared_ptr<Source>& s, std::int64_t frame);
+
+    // Event worker, or offline the owner's thread; without mutex_: calls the queued sync
+    // callbacks in order.
+    void deliverSyncs();
+    // The read-ahead worker's and the event worker's bodies.
+    void readAheadLoop(std::stop_token stop);
+    void eventLoop(std::stop_token stop);
+    // Read-ahead worker, or offline the owner's thread; without mutex_.
+    void fillAll(std::size_t frames);
+    // Console thread, without mutex_ (the event worker takes it).
+    void stopThreads();
+
+    const EngineMode mode_;
+    ThreadErrors errors_;
+
+    std::mutex mutex_;  // the API mutex: every table and console-side field below
+    bool initialised_ = false;
+    std::uint32_t updateMs_ = 25;
+    HandleTable<Channel> channels_{HandleKind::Channel};
+    HandleTable<Sync> syncs_{HandleKind::Sync};
+    Handle mixer_ = 0;
+    bool mixerRunning_ = false;
+    std::uint64_t sent_ = 0;
+    std::vector<Retired> retired_;
+
+    std::mutex syncMutex_;     // pending_ only
+    std::mutex deliverMutex_;  // one deliverer at a time keeps callbacks in order
+    std::deque<PendingSync> pending_;
+
+    std::mutex fillMutex_;  // fillList_ only
+    std::condition_variable_any fillWake_;
+    std::vector<std::shared_ptr<Source>> fillList_;
+
+    SpscRing<Command> commands_{4096};
+    SpscRing<Event> events_{1024};
+    MixerCore core_{commands_, events_};
+    std::vector<float> scratch_;  // offline render without an output buffer
+
+    std::unique_ptr<OutputDevice> output_;
+    // True while an audio thread consumes the command queue; otherwise the thread that finds the
+    // queue full (offline: the owner, who is the audio thread) empties it itself.
+    std::atomic<bool> audioRunning_{false};
+    std::jthread readAhead_;
+    std::jthread eventWorker_;
+};
+
+}  // namespace tw::audio

@@ -1,0 +1,194 @@
+#include "audio/mixer_core.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace tw::audio {
+
+std::uint32_t packLevel(float left, float right) {
+    auto scale = [](float peak) {
+        const long v = std::lround(static_cast<double>(peak) * 32768.0);
+        return static_cast<std::uint32_t>(std::clamp(v, 0L, 32768L));
+    };
+    return scale(left) | (scale(right) << 16);
+}
+
+void MixerCore::clear() {
+    voiceCount_ = 0;
+    mixerRunning_ = false;
+}
+
+std::size_t MixerCore::find(const Source* s) const {
+    for (std::size_t i = 0; i < voiceCount_; ++i) {
+        if (voices_[i].source == s) {
+            return i;
+        }
+    }
+    return kMaxVoices;
+}
+
+void MixerCore::remove(std::size_t index) {
+    voices_[index].source->level.store(0, std::memory_order_relaxed);
+    voices_[index] = voices_[--voiceCount_];
+}
+
+void MixerCore::apply(const Command& c) {
+    switch (c.type) {
+        case Command::Type::Attach: {
+            std::size_t i = find(c.source);
+            if (i == kMaxVoices) {
+                if (voiceCount_ == kMaxVoices) {
+                    return;  // the engine refuses more streams than this before it gets here
+                }
+                i = voiceCount_++;
+            }
+            voices_[i] = {c.source, c.target, 0.0f, 0.0f};
+            c.source->cbRing = c.ring;
+            c.source->cbPaused = c.flag;
+            c.source->cbSerial = static_cast<std::uint32_t>(c.count);
+            break;
+        }
+        case Command::Type::Detach:
+            if (std::size_t i = find(c.source); i != kMaxVoices) {
+                remove(i);
+            }
+            break;
+        case Command::Type::SwapRing:
+            c.source->cbRing = c.ring;
+            break;
+        case Command::Type::SetGain:
+            c.gain->set(c.value);
+            break;
+        case Command::Type::SlideGain:
+            c.gain->slide(c.value, c.count);
+            break;
+        case Command::Type::SetPaused:
+            c.source->cbPaused = c.flag;
+            break;
+        case Command::Type::RunMixer:
+            mixerRunning_ = c.flag;
+            break;
+    }
+}
+
+void MixerCore::takeCommands() {
+    Command c;
+    std::uint64_t n = 0;
+    while (commands_.pop(c)) {
+        apply(c);
+        ++n;
+    }
+    if (n > 0) {
+        done_.fetch_add(n, std::memory_order_release);
+    }
+}
+
+bool MixerCore::mixVoice(Voice& v, float* dst, std::size_t frames) {
+    Source& s = *v.source;
+    if (s.cbPaused) {
+        return true;  // a paused source keeps its place and its slide
+    }
+    PlayRing& r = *s.cbRing;
+    const bool complete = r.complete.load(std::memory_order_acquire);
+    const std::size_t avail = r.samples.readable() / kMixChannels;
+    const std::size_t take = std::min(avail, frames);
+    r.samples.read(take_, take * kMixChannels);
+    float pl = v.peakL, pr = v.peakR;
+    if (s.gain.steady()) {
+        const float g = s.gain.applied();
+        for (std::size_t i = 0; i < take; ++i) {
+            const float l = take_[2 * i] * g, rt = take_[2 * i + 1] * g;
+            dst[2 * i] += l;
+            dst[2 * i + 1] += rt;
+            pl = std::max(pl, std::fabs(l));
+            pr = std::max(pr, std::fabs(rt));
+        }
+    } else {
+        // The slide runs in real time, through a stall as well.
+        for (std::size_t i = 0; i < frames; ++i) {
+            const float g = s.gain.next();
+            if (i < take) {
+                const float l = take_[2 * i] * g, rt = take_[2 * i + 1] * g;
+                dst[2 * i] += l;
+                dst[2 * i + 1] += rt;
+                pl = std::max(pl, std::fabs(l));
+                pr = std::max(pr, std::fabs(rt));
+            }
+        }
+    }
+    v.peakL = pl;
+    v.peakR = pr;
+    r.taken.store(r.taken.load(std::memory_order_relaxed) + static_cast<std::int64_t>(take),
+                  std::memory_order_release);
+    return !(complete && take == avail && take < frames);
+}
+
+void MixerCore::mixTarget(Target target, float* dst, std::size_t frames) {
+    for (std::size_t i = 0; i < voiceCount_;) {
+        Voice& v = voices_[i];
+        if (v.target != target || mixVoice(v, dst, frames)) {
+            ++i;
+            continue;
+        }
+        // Once the event is out, the worker may free the stream at any moment: the source is not
+        // touched after the push.
+        const Event ev{v.source->handle, v.source->cbSerial};
+        v.source->level.store(0, std::memory_order_relaxed);
+        if (events_.push(ev)) {
+            voices_[i] = voices_[--voiceCount_];
+        } else {
+            ++i;  // try again next block
+        }
+    }
+}
+
+void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
+    const std::size_t samples = frames * kMixChannels;
+    std::fill(mix_, mix_ + samples, 0.0f);
+    std::fill(card_, card_ + samples, 0.0f);
+    if (mixerRunning_) {
+        mixTarget(Target::Mixer, mix_, frames);
+        for (std::size_t i = 0; i < frames; ++i) {
+            peakL_ = std::max(peakL_, std::fabs(mix_[2 * i]));
+            peakR_ = std::max(peakR_, std::fabs(mix_[2 * i + 1]));
+        }
+        // The mixer's own volume is for the card only: the level above and the bus for the
+        // encoders see the mix before it, so that muting the studio does not look like dead air.
+        for (std::size_t i = 0; i < frames; ++i) {
+            const float g = mixerGain_.next();
+            card_[2 * i] = mix_[2 * i] * g;
+            card_[2 * i + 1] = mix_[2 * i + 1] * g;
+        }
+        mixerFrames_.store(
+            mixerFrames_.load(std::memory_order_relaxed) + static_cast<std::int64_t>(frames),
+            std::memory_order_relaxed);
+    }
+    if (bus) {
+        std::memcpy(bus, mix_, samples * sizeof(float));
+    }
+    mixTarget(Target::Direct, card_, frames);
+    std::memcpy(out, card_, samples * sizeof(float));
+}
+
+void MixerCore::render(float* out, std::size_t frames, float* bus) {
+    takeCommands();
+    peakL_ = peakR_ = 0.0f;
+    for (std::size_t i = 0; i < voiceCount_; ++i) {
+        voices_[i].peakL = voices_[i].peakR = 0.0f;
+    }
+    for (std::size_t off = 0; off < frames; off += kMaxBlockFrames) {
+        const std::size_t n = std::min(kMaxBlockFrames, frames - off);
+        renderChunk(out + off * kMixChannels, bus ? bus + off * kMixChannels : nullptr, n);
+    }
+    mixerLevel_.store(mixerRunning_ ? packLevel(peakL_, peakR_) : 0, std::memory_order_relaxed);
+    mixerGain_.publish();
+    for (std::size_t i = 0; i < voiceCount_; ++i) {
+        Voice& v = voices_[i];
+        v.source->level.store(v.source->cbPaused ? 0 : packLevel(v.peakL, v.peakR),
+                              std::memory_order_relaxed);
+        v.source->gain.publish();
+    }
+}
+
+}  // namespace tw::audio

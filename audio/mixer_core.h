@@ -1,0 +1,107 @@
+#pragma once
+// The audio callback's side of the engine: it takes commands from the console's queue, mixes the
+// sources' rings into the mixer bus and the card output, moves volumes and slides, measures levels,
+// and reports streams that reached their end on the event queue.
+//
+// Thread contract: render() and everything it calls run on the audio thread only (the device
+// callback, the timed silent device, or the thread calling the engine's render() offline); they are
+// wait-free, never allocate, lock, log or do I/O. The accessors marked "any thread" read atomics.
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "audio/engine.h"
+#include "audio/gain.h"
+#include "audio/source.h"
+#include "audio/spsc_ring.h"
+
+namespace tw::audio {
+
+struct Command {
+    enum class Type : std::uint8_t {
+        Attach,     // source starts playing from ring, to target, paused as flag, serial as count
+        Detach,     // source leaves the mix
+        SwapRing,   // source plays from ring from now on (after a seek)
+        SetGain,    // gain takes value at once
+        SlideGain,  // gain slides to value over count frames
+        SetPaused,  // source's pause flag is flag
+        RunMixer,   // the mixer runs (flag) or stands
+    };
+    Type type = Type::Detach;
+    Source* source = nullptr;
+    PlayRing* ring = nullptr;
+    Gain* gain = nullptr;
+    float value = 0;
+    std::int64_t count = 0;
+    bool flag = false;
+    Target target = Target::None;
+};
+
+struct Event {
+    Handle stream = 0;         // the stream that reached its end
+    std::uint32_t serial = 0;  // the attachment it ended in
+};
+
+inline constexpr std::size_t kMaxVoices = 128;
+inline constexpr std::size_t kMaxBlockFrames = 1024;
+
+// Packs a peak pair the way channelGetLevel reports it: left low 16 bits, right high 16 bits.
+std::uint32_t packLevel(float left, float right);
+
+class MixerCore {
+  public:
+    MixerCore(SpscRing<Command>& commands, SpscRing<Event>& events)
+        : commands_(commands), events_(events) {}
+
+    // Audio thread only, wait-free. Writes `frames` interleaved stereo frames of the card output
+    // (the mixer after its volume plus the playing streams). `bus`, when given, receives the mixer
+    // before its volume.
+    void render(float* out, std::size_t frames, float* bus = nullptr);
+
+    // Any thread.
+    std::uint64_t commandsDone() const { return done_.load(std::memory_order_acquire); }
+    std::uint32_t mixerLevel() const { return mixerLevel_.load(std::memory_order_relaxed); }
+    std::int64_t mixerFrames() const { return mixerFrames_.load(std::memory_order_relaxed); }
+    Gain& mixerGain() { return mixerGain_; }
+
+    // Audio thread only, wait-free: applies the queued commands. render() starts with this; offline
+    // the engine also calls it when the queue is full, being the audio thread itself.
+    void takeCommands();
+
+    // With the audio thread stopped only: forgets every voice (the engine is freeing them).
+    void clear();
+
+  private:
+    struct Voice {
+        Source* source;
+        Target target;
+        float peakL;
+        float peakR;
+    };
+
+    void apply(const Command& c);
+    std::size_t find(const Source* s) const;
+    void remove(std::size_t index);
+    // Adds one voice's block into dst; false when the voice has reached its end.
+    bool mixVoice(Voice& v, float* dst, std::size_t frames);
+    // Mixes every voice bound for `target` into dst, retiring those that ended.
+    void mixTarget(Target target, float* dst, std::size_t frames);
+    void renderChunk(float* out, float* bus, std::size_t frames);
+
+    SpscRing<Command>& commands_;
+    SpscRing<Event>& events_;
+    Voice voices_[kMaxVoices] = {};
+    std::size_t voiceCount_ = 0;
+    bool mixerRunning_ = false;
+    Gain mixerGain_;
+    float peakL_ = 0, peakR_ = 0;
+    float mix_[kMaxBlockFrames * kMixChannels] = {};
+    float card_[kMaxBlockFrames * kMixChannels] = {};
+    float take_[kMaxBlockFrames * kMixChannels] = {};
+    std::atomic<std::uint64_t> done_{0};
+    std::atomic<std::uint32_t> mixerLevel_{0};
+    std::atomic<std::int64_t> mixerFrames_{0};
+};
+
+}  // namespace tw::audio

@@ -1,0 +1,92 @@
+// The sound card through PortAudio's default output device: 44100 Hz stereo float, a buffer of
+// about four times the device's smallest latency, pulled in blocks of the update period.
+
+#include <portaudio.h>
+
+#include <algorithm>
+
+#include "audio/output_device.h"
+#include "audio/source.h"
+
+namespace tw::audio {
+
+namespace {
+
+class PortAudioDevice final : public OutputDevice {
+  public:
+    explicit PortAudioDevice(AudioProducer& producer) : producer_(producer) {}
+
+    ~PortAudioDevice() override {
+        if (stream_) {
+            Pa_StopStream(stream_);
+            Pa_CloseStream(stream_);
+        }
+        if (initialised_) {
+            Pa_Terminate();
+        }
+    }
+
+    bool open(unsigned updateMs) {
+        if (Pa_Initialize() != paNoError) {
+            return false;
+        }
+        initialised_ = true;
+        const PaDeviceIndex device = Pa_GetDefaultOutputDevice();
+        const PaDeviceInfo* dev = device == paNoDevice ? nullptr : Pa_GetDeviceInfo(device);
+        if (!dev) {
+            return false;
+        }
+        PaStreamParameters params{};
+        params.device = device;
+        params.channelCount = kMixChannels;
+        params.sampleFormat = paFloat32;
+        params.suggestedLatency = dev->defaultLowOutputLatency * 4;
+        const unsigned long frames = std::max(1u, updateMs) * kMixRate / 1000;
+        if (Pa_OpenStream(&stream_, nullptr, &params, kMixRate, frames, paNoFlag, &callback,
+                          this) != paNoError) {
+            stream_ = nullptr;
+            return false;
+        }
+        if (Pa_StartStream(stream_) != paNoError) {
+            Pa_CloseStream(stream_);
+            stream_ = nullptr;
+            return false;
+        }
+        info_.hasDevice = true;
+        info_.minbuf = static_cast<std::uint32_t>(dev->defaultLowOutputLatency * 1000.0 + 0.5);
+        if (const PaStreamInfo* si = Pa_GetStreamInfo(stream_)) {
+            info_.latency = static_cast<std::uint32_t>(si->outputLatency * 1000.0 + 0.5);
+        }
+        info_.dsver = static_cast<std::uint32_t>(Pa_GetVersion());
+        return true;
+    }
+
+    DeviceInfo info() const override { return info_; }
+
+  private:
+    // PortAudio's audio thread.
+    static int callback(const void*, void* output, unsigned long frames,
+                        const PaStreamCallbackTimeInfo*, PaStreamCallbackFlags, void* self) {
+        static_cast<PortAudioDevice*>(self)->producer_.produce(static_cast<float*>(output), frames);
+        return paContinue;
+    }
+
+    AudioProducer& producer_;
+    PaStream* stream_ = nullptr;
+    bool initialised_ = false;
+    DeviceInfo info_;
+};
+
+}  // namespace
+
+std::unique_ptr<OutputDevice> openOutput(bool tryCard, unsigned updateMs, AudioProducer& producer) {
+    if (tryCard) {
+        auto card = std::make_unique<PortAudioDevice>(producer);
+        if (card->open(updateMs)) {
+            return card;
+        }
+    }
+    return openSilentOutput(updateMs, producer);
+}
+
+}  // namespace tw::audio

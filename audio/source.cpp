@@ -1,0 +1,158 @@
+#include "audio/source.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tw::audio {
+
+namespace {
+
+// Source frames decoded per step: small enough that the console never waits long on decodeMutex.
+constexpr std::size_t kChunkFrames = 2048;
+
+}  // namespace
+
+Source::Source(std::unique_ptr<Decoder> d, std::uint32_t createFlags)
+    : flags(createFlags),
+      rate(d->rate()),
+      channels(d->channels()),
+      lengthFrames(d->lengthFrames()),
+      decoder(std::move(d)) {
+    if (rate != kMixRate) {
+        soxr_error_t err = nullptr;
+        const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
+        const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
+        resampler_ = soxr_create(rate, kMixRate, kMixChannels, &err, &io, &quality, nullptr);
+    }
+    pcm_.resize(kChunkFrames * static_cast<std::size_t>(channels));
+    stereo_.resize(kChunkFrames * kMixChannels);
+}
+
+Source::~Source() {
+    if (resampler_) {
+        soxr_delete(resampler_);
+    }
+}
+
+std::shared_ptr<PlayRing> Source::restartAt(std::int64_t frame, std::size_t ringFrames) {
+    if (frame != decodePos) {
+        if (decoder->seek(frame)) {
+            decodePos = frame;
+        } else {
+            frame = decodePos;  // a stream address goes on from where it is
+        }
+    }
+    if (resampler_) {
+        soxr_clear(resampler_);
+    }
+    carry_.clear();
+    carryPos_ = 0;
+    flushed_ = false;
+    ring = std::make_shared<PlayRing>(frame, ringFrames);
+    return ring;
+}
+
+std::int64_t Source::position() const {
+    if (!ring) {
+        return decodePos;
+    }
+    const std::int64_t taken = ring->taken.load(std::memory_order_acquire);
+    std::int64_t frame = ring->baseFrame;
+    if (rate == kMixRate) {
+        frame += taken;
+    } else {
+        frame += static_cast<std::int64_t>(
+            std::llround(static_cast<double>(taken) * rate / static_cast<double>(kMixRate)));
+    }
+    if (lengthFrames >= 0 && frame > lengthFrames) {
+        frame = lengthFrames;
+    }
+    return frame;
+}
+
+void Source::convert(const std::int16_t* in, std::size_t frames) {
+    constexpr float kScale = 1.0f / 32768.0f;
+    const std::size_t ch = static_cast<std::size_t>(channels);
+    for (std::size_t i = 0; i < frames; ++i) {
+        const float left = static_cast<float>(in[i * ch]) * kScale;
+        const float right = ch > 1 ? static_cast<float>(in[i * ch + 1]) * kScale : left;
+        stereo_[2 * i] = left;
+        stereo_[2 * i + 1] = right;
+    }
+}
+
+void Source::fill(std::size_t wantFrames) {
+    if (!ring) {
+        return;
+    }
+    PlayRing& r = *ring;
+    const std::size_t capacityFrames = r.samples.capacity() / kMixChannels;
+    wantFrames = std::min(wantFrames, capacityFrames);
+    for (;;) {
+        if (carryPos_ < carry_.size()) {
+            const std::size_t frames = (carry_.size() - carryPos_) / kMixChannels;
+            const std::size_t room = r.samples.writable() / kMixChannels;
+            const std::size_t n = std::min(frames, room);
+            r.samples.write(carry_.data() + carryPos_, n * kMixChannels);
+            carryPos_ += n * kMixChannels;
+            if (carryPos_ < carry_.size()) {
+                return;  // the ring is full
+            }
+            carry_.clear();
+            carryPos_ = 0;
+        }
+        if (r.complete.load(std::memory_order_relaxed)) {
+            return;
+        }
+        const std::size_t held = capacityFrames - r.samples.writable() / kMixChannels;
+        if (held >= wantFrames) {
+            return;
+        }
+        if (flushed_) {
+            r.complete.store(true, std::memory_order_release);
+            return;
+        }
+        if (decoder->atEnd()) {
+            if (resampler_) {
+                // The resampler holds back the last few milliseconds until it is told the input
+                // has ended.
+                float out[1024 * kMixChannels];
+                size_t done = 0;
+                do {
+                    soxr_process(resampler_, nullptr, 0, nullptr, out, 1024, &done);
+                    carry_.insert(carry_.end(), out, out + done * kMixChannels);
+                } while (done > 0);
+            }
+            flushed_ = true;
+            continue;
+        }
+        const std::size_t n = decoder->read(pcm_.data(), kChunkFrames);
+        decodePos += static_cast<std::int64_t>(n);
+        stalled.store(n == 0 && !decoder->atEnd() && decoder->stalled(), std::memory_order_relaxed);
+        if (n == 0) {
+            if (decoder->atEnd()) {
+                continue;
+            }
+            return;  // a network stream with nothing for now
+        }
+        convert(pcm_.data(), n);
+        if (!resampler_) {
+            carry_.insert(carry_.end(), stereo_.data(), stereo_.data() + n * kMixChannels);
+            continue;
+        }
+        std::size_t in = 0;
+        float out[1024 * kMixChannels];
+        while (in < n) {
+            size_t used = 0, done = 0;
+            soxr_process(resampler_, stereo_.data() + in * kMixChannels, n - in, &used, out, 1024,
+                         &done);
+            carry_.insert(carry_.end(), out, out + done * kMixChannels);
+            in += used;
+            if (used == 0 && done == 0) {
+                break;
+            }
+        }
+    }
+}
+
+}  // namespace tw::audio

@@ -1,0 +1,95 @@
+#pragma once
+// One stream of the engine: its decoder, the resampler that brings it to the mixer's format, the
+// ring the read-ahead fills, and the state the audio callback keeps for it.
+//
+// The fields are grouped by the thread that owns them; each group says who may touch it.
+
+#include <soxr.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "audio/decoder.h"
+#include "audio/engine.h"
+#include "audio/gain.h"
+#include "audio/spsc_ring.h"
+
+namespace tw::audio {
+
+inline constexpr int kMixRate = 44100;
+inline constexpr int kMixChannels = 2;
+
+// The mixer-format audio of one stretch of a stream, from one position on. Every seek and every
+// (re)start gets a fresh ring, so that the callback never plays audio from before the seek.
+struct PlayRing {
+    PlayRing(std::int64_t base, std::size_t frames)
+        : samples(frames * kMixChannels), baseFrame(base) {}
+
+    SpscRing<float> samples;             // interleaved stereo at 44100 Hz
+    const std::int64_t baseFrame;        // the source frame the ring starts at
+    std::atomic<std::int64_t> taken{0};  // mixer frames the callback has taken (callback writes)
+    std::atomic<bool> complete{false};   // the producer has written the stream's last frame
+};
+
+enum class Target : std::uint8_t { None, Mixer, Direct };
+
+struct Source {
+    Source(std::unique_ptr<Decoder> d, std::uint32_t createFlags);
+    ~Source();
+    Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
+
+    // --- immutable after creation: any thread ---------------------------------------------------
+    Handle handle = 0;  // set once, before the stream is ever given to another thread
+    const std::uint32_t flags;
+    const int rate;
+    const int channels;
+    const std::int64_t lengthFrames;  // -1 for a stream address
+
+    // --- console side: guarded by the engine's API mutex ---------------------------------------
+    Target target = Target::None;
+    std::uint32_t mixerFlags = 0;
+    std::uint32_t attachSerial = 0;  // which attachment an end event belongs to
+    bool ended = false;              // reached its end (and was not moved since)
+    bool endSyncSent = false;        // channelGetData's end is reported once
+
+    // --- producer side: guarded by decodeMutex (read-ahead worker, or the console) --------------
+    std::mutex decodeMutex;
+    std::unique_ptr<Decoder> decoder;
+    // The ring being filled; null before the first start. Replaced only by the console thread,
+    // holding the API mutex as well, so the console may read it under either.
+    std::shared_ptr<PlayRing> ring;
+    std::int64_t decodePos = 0;  // the decoder's position in source frames
+    std::atomic<bool> stalled{false};
+
+    // Opens a fresh ring at `frame`, seeking the decoder there when it is elsewhere. Returns the
+    // new ring (the old one is the caller's to retire). decodeMutex held.
+    std::shared_ptr<PlayRing> restartAt(std::int64_t frame, std::size_t ringFrames);
+    // Decodes into the current ring until it holds `wantFrames` mixer frames, the stream is
+    // complete, or the decoder has nothing for now. decodeMutex held.
+    void fill(std::size_t wantFrames);
+    // Source frame that the position reports: what the mixer took from the current ring, or the
+    // decoder's position when the stream has never played. decodeMutex held.
+    std::int64_t position() const;
+
+    // --- audio callback side: touched only by the command consumer ------------------------------
+    Gain gain;
+    PlayRing* cbRing = nullptr;
+    bool cbPaused = false;
+    std::uint32_t cbSerial = 0;
+    std::atomic<std::uint32_t> level{0};  // packed peak of the latest block, read by any thread
+
+  private:
+    void convert(const std::int16_t* in, std::size_t frames);
+    soxr_t resampler_ = nullptr;
+    std::vector<std::int16_t> pcm_;
+    std::vector<float> stereo_;
+    std::vector<float> carry_;  // converted audio that did not fit in the ring yet
+    std::size_t carryPos_ = 0;
+    bool flushed_ = false;
+};
+
+}  // namespace tw::audio

@@ -1,0 +1,82 @@
+#pragma once
+// The one ring buffer used wherever audio or commands cross threads: one producer thread, one
+// consumer thread, power-of-two capacity, acquire/release indices. Neither side ever waits or
+// allocates after construction, so the audio callback may be either end.
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <new>
+
+namespace tw::audio {
+
+template <typename T>
+class SpscRing {
+  public:
+    // Construction allocates: do it off the audio thread. The capacity is rounded up to a power of
+    // two so that an index wraps with a mask instead of a division.
+    explicit SpscRing(std::size_t minCapacity) {
+        std::size_t cap = 1;
+        while (cap < minCapacity) {
+            cap <<= 1;
+        }
+        capacity_ = cap;
+        mask_ = cap - 1;
+        data_ = std::make_unique<T[]>(cap);
+    }
+    SpscRing(const SpscRing&) = delete;
+    SpscRing& operator=(const SpscRing&) = delete;
+
+    std::size_t capacity() const { return capacity_; }
+
+    // Producer thread only, wait-free.
+    std::size_t writable() const {
+        return capacity_ -
+               (tail_.load(std::memory_order_relaxed) - head_.load(std::memory_order_acquire));
+    }
+    // Consumer thread only, wait-free.
+    std::size_t readable() const {
+        return tail_.load(std::memory_order_acquire) - head_.load(std::memory_order_relaxed);
+    }
+
+    // Producer thread only, wait-free. Writes as many items as fit; returns how many.
+    std::size_t write(const T* items, std::size_t count) {
+        const std::size_t tail = tail_.load(std::memory_order_relaxed);
+        const std::size_t room = capacity_ - (tail - head_.load(std::memory_order_acquire));
+        const std::size_t n = count < room ? count : room;
+        for (std::size_t i = 0; i < n; ++i) {
+            data_[(tail + i) & mask_] = items[i];
+        }
+        tail_.store(tail + n, std::memory_order_release);
+        return n;
+    }
+
+    // Producer thread only, wait-free. One item, false when full.
+    bool push(const T& item) { return write(&item, 1) == 1; }
+
+    // Consumer thread only, wait-free. Reads up to count items; returns how many.
+    std::size_t read(T* items, std::size_t count) {
+        const std::size_t head = head_.load(std::memory_order_relaxed);
+        const std::size_t avail = tail_.load(std::memory_order_acquire) - head;
+        const std::size_t n = count < avail ? count : avail;
+        for (std::size_t i = 0; i < n; ++i) {
+            items[i] = data_[(head + i) & mask_];
+        }
+        head_.store(head + n, std::memory_order_release);
+        return n;
+    }
+
+    // Consumer thread only, wait-free. One item, false when empty.
+    bool pop(T& item) { return read(&item, 1) == 1; }
+
+  private:
+    // The indices run freely and are masked on use; keeping them on separate cache lines stops the
+    // two threads from invalidating each other's line on every item.
+    alignas(64) std::atomic<std::size_t> head_{0};
+    alignas(64) std::atomic<std::size_t> tail_{0};
+    alignas(64) std::size_t capacity_ = 0;
+    std::size_t mask_ = 0;
+    std::unique_ptr<T[]> data_;
+};
+
+}  // namespace tw::audio

@@ -1,0 +1,187 @@
+// Stream addresses: an ICY server on the loopback interface, started by the test.
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "tests/audio/audio_fixtures.h"
+
+namespace tw::audio::test {
+namespace {
+
+// Serves one request with an "ICY 200 OK" answer and the given body, with a metadata block
+// after every `metaInterval` bytes of audio, then closes.
+class IcyServer {
+  public:
+    // With `holdAt` below the body's size, the server sends that many bytes of the answer and then
+    // waits for release() before it sends the rest.
+    IcyServer(std::string body, std::size_t metaInterval, std::size_t holdAt = std::string::npos)
+        : body_(std::move(body)), metaInterval_(metaInterval), holdAt_(holdAt) {
+        listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        addr.sin_port = 0;
+        EXPECT_EQ(::bind(listener_, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+        EXPECT_EQ(::listen(listener_, 1), 0);
+        socklen_t len = sizeof addr;
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&addr), &len);
+        port_ = ntohs(addr.sin_port);
+        thread_ = std::thread([this] { serve(); });
+    }
+    ~IcyServer() {
+        release();
+        thread_.join();
+        ::close(listener_);
+    }
+
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/live"; }
+    const std::string& request() const { return request_; }
+    void release() {
+        std::lock_guard lock(mutex_);
+        released_ = true;
+        cv_.notify_all();
+    }
+
+  private:
+    void serve() {
+        pollfd p{listener_, POLLIN, 0};
+        if (::poll(&p, 1, 10000) != 1) {
+            return;
+        }
+        const int fd = ::accept(listener_, nullptr, nullptr);
+        char buf[2048];
+        while (request_.find("\r\n\r\n") == std::string::npos) {
+            const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
+            if (n <= 0) {
+                break;
+            }
+            request_.append(buf, static_cast<std::size_t>(n));
+        }
+        std::string out = "ICY 200 OK\r\ncontent-type: audio/mpeg\r\nicy-metaint: " +
+                          std::to_string(metaInterval_) + "\r\n\r\n";
+        const std::string title = "StreamTitle='Loopback tone';";
+        std::string meta(1, static_cast<char>((title.size() + 15) / 16));
+        meta += title;
+        meta.resize(1 + 16 * static_cast<std::size_t>(meta[0]), '\0');
+        for (std::size_t i = 0; i < body_.size(); i += metaInterval_) {
+            out += body_.substr(i, metaInterval_);
+            if (i + metaInterval_ <= body_.size()) {
+                out += meta;
+            }
+        }
+        for (std::size_t sent = 0; sent < out.size();) {
+            std::size_t chunk = out.size() - sent;
+            if (sent < holdAt_ && sent + chunk > holdAt_) {
+                chunk = holdAt_ - sent;
+            }
+            if (sent == holdAt_) {
+                std::unique_lock lock(mutex_);
+                cv_.wait(lock, [&] { return released_; });
+            }
+            const ssize_t n = ::send(fd, out.data() + sent, chunk, MSG_NOSIGNAL);
+            if (n <= 0) {
+                break;
+            }
+            sent += static_cast<std::size_t>(n);
+        }
+        ::close(fd);
+    }
+
+    std::string body_;
+    std::size_t metaInterval_;
+    std::size_t holdAt_;
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    bool released_ = false;
+    int listener_ = -1;
+    int port_ = 0;
+    std::string request_;
+    std::thread thread_;
+};
+
+TEST_F(OfflineEngineTest, AudioStreamFromLoopbackServerPlaysWithNoLength) {
+    writeWav(dir / "tone.wav", sine(44100, 2, 997.0, 0.5, 44100 * 3));
+    encodeMp3(dir / "tone.wav", dir / "tone.mp3", "-b 128");
+    IcyServer server(tw::test::readFile(dir / "tone.mp3"), 4000);
+
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    EXPECT_NE(server.request().find("Icy-MetaData: 1"), std::string::npos);
+    EXPECT_EQ(engine.channelGetLength(h), -1);
+    EXPECT_FALSE(engine.channelSetPosition(h, 4000));
+    ChannelInfo info;
+    ASSERT_TRUE(engine.channelGetInfo(h, info));
+    EXPECT_EQ(info.freq, 44100u);
+    EXPECT_EQ(info.chans, 2u);
+
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    const auto out = render(44100 * 2);
+    // The metadata blocks were taken out: the tone comes through whole and at its pitch.
+    for (int ch = 0; ch < 2; ++ch) {
+        EXPECT_NEAR(frequency(out, ch, 4410, 44100 * 2 - 4410, 44100.0), 997.0, 0.5);
+        EXPECT_NEAR(toDb(rms(out, ch, 4410, 44100 * 2 - 4410) / (0.5 / std::sqrt(2.0))), 0.0, 0.5);
+    }
+    EXPECT_GT(engine.channelGetPosition(h), 0);
+    render(44100 * 2);
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(engine.channelIsActive(h), kStopped);
+}
+
+TEST_F(OfflineEngineTest, AudioStreamRefusedAddressFailsQuickly) {
+    // A port just opened and closed again: nothing listens there.
+    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::bind(s, reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+    socklen_t len = sizeof addr;
+    ::getsockname(s, reinterpret_cast<sockaddr*>(&addr), &len);
+    ::close(s);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(
+        engine.streamCreateUrl("http://127.0.0.1:" + std::to_string(ntohs(addr.sin_port)) + "/", 0,
+                               kStreamDecode),
+        0u);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3500));
+    EXPECT_EQ(engine.streamCreateUrl("/not/an/address.mp3", 0, kStreamDecode), 0u);
+}
+
+TEST_F(OfflineEngineTest, AudioStreamWaitingForDataReadsAsStalled) {
+    writeWav(dir / "tone.wav", sine(44100, 2, 997.0, 0.5, 44100 * 3));
+    encodeMp3(dir / "tone.wav", dir / "tone.mp3", "-b 128");
+    const std::string mp3 = tw::test::readFile(dir / "tone.mp3");
+    IcyServer server(mp3, 4000, mp3.size() * 2 / 5);  // about 1.2 s, then the network stalls
+
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    auto out = render(44100 * 2);
+    EXPECT_EQ(engine.channelIsActive(h), kStalled);
+    EXPECT_EQ(rms(out, 0, 44100 * 3 / 2, 44100 * 2), 0.0);  // nothing to play meanwhile
+    EXPECT_GT(rms(out, 0, 4410, 44100), 0.3);
+    const std::int64_t stalledAt = engine.channelGetPosition(h);
+    EXPECT_LT(stalledAt, 44100 * 4 * 3 / 2);
+
+    server.release();
+    out = render(44100 * 3);
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(engine.channelIsActive(h), kStopped);
+    EXPECT_GT(engine.channelGetPosition(h), stalledAt + 44100 * 4);
+    EXPECT_GT(rms(out, 0, 4410, 44100), 0.3);  // it goes on once the data comes
+}
+
+}  // namespace
+}  // namespace tw::audio::test
