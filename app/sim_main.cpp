@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "audio/null_engine.h"
+#include "audio/mix_engine.h"
 #include "core/clock.h"
 #include "core/dates.h"
 #include "support/simulator.h"
@@ -61,7 +61,12 @@ int main(int argc, char** argv) {
         station.pop_back();
     }
 
-    tw::support::Simulator sim(station, start, std::make_unique<tw::audio::NullEngine>());
+    // The engine renders offline: exactly as much audio as virtual time moves on.
+    auto engine = std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline);
+    tw::audio::MixEngine* mix = engine.get();
+    tw::support::Simulator sim(
+        station, start, std::move(engine),
+        tw::support::offlineRenderer([mix](std::size_t frames) { return mix->render(frames); }));
     if (script.empty()) {
         return sim.run(std::cin, std::cout, std::cerr);
     }

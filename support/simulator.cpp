@@ -33,6 +33,18 @@ bool parseNumber(const std::string& s, double& out) {
 
 }  // namespace
 
+std::function<void(std::int64_t)> offlineRenderer(std::function<bool(std::size_t)> renderFrames) {
+    return [renderFrames = std::move(renderFrames), micros = std::int64_t{0},
+            frames = std::int64_t{0}](std::int64_t step) mutable {
+        micros += step;
+        const std::int64_t target = micros * 44100 / 1000000;
+        if (target > frames) {
+            renderFrames(static_cast<std::size_t>(target - frames));
+            frames = target;
+        }
+    };
+}
+
 Simulator::Simulator(std::string station, core::DateValue start,
                      std::unique_ptr<audio::Engine> engine,
                      std::function<void(std::int64_t)> render)

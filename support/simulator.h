@@ -30,6 +30,10 @@
 
 namespace tw::support {
 
+// The render function for an offline engine: turns each stretch of virtual time into that many
+// frames of 44100 Hz audio, carrying the fractions over so that no time is lost.
+std::function<void(std::int64_t)> offlineRenderer(std::function<bool(std::size_t)> renderFrames);
+
 class Simulator {
   public:
     // render, when given, advances the engine by that many microseconds of audio, before the
