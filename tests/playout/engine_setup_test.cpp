@@ -1,0 +1,39 @@
+#include "playout/engine_setup.h"
+
+#include <gtest/gtest.h>
+
+#include "audio/mix_engine.h"
+#include "core/console_ops.h"
+#include "core/settings_store.h"
+#include "support/scripted_prompter.h"
+#include "support/virtual_event_loop.h"
+#include "tests/testlib/temp_dir.h"
+
+namespace tw::playout {
+namespace {
+
+// startServer on the real engine, offline: the one mixer comes up and runs, the trace is written,
+// and a second call does nothing.
+TEST(EngineSetupTest, StartServerBringsUpTheOneMixerOnce) {
+    test::TempDir dir;
+    core::VirtualClock clock(core::dateSerial(2026, 11, 22) + core::timeSerial(8, 0, 0));
+    support::VirtualEventLoop loop(clock);
+    core::SettingsStore settings;
+    audio::MixEngine engine(audio::EngineMode::Offline);
+    support::ScriptedPrompter prompter;
+    core::Console c(dir.str(), {&clock, &settings, &engine, &prompter, &loop, nullptr});
+    startServer(c);
+    ASSERT_NE(c.mixerStream, 0u);
+    EXPECT_NE(engine.channelIsActive(c.mixerStream), audio::kStopped);
+    EXPECT_EQ(c.compressorId, 0u);
+    const audio::Handle first = c.mixerStream;
+    startServer(c);
+    EXPECT_EQ(c.mixerStream, first);
+    EXPECT_EQ(test::readFile(dir / "app.log"),
+              "#Time:11/22/2026 8:00:00 AMTarnWave minbuf:0 TarnWave Latency:0#\n");
+    EXPECT_TRUE(engine.render(4410));
+    EXPECT_EQ(engine.channelGetLevel(c.mixerStream), 0u) << "a mixer with nothing in it is silent";
+}
+
+}  // namespace
+}  // namespace tw::playout
