@@ -1,0 +1,73 @@
+#include "ui/surface_widget.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+#include <string>
+
+#include "support/actions.h"
+#include "support/console_layout.h"
+#include "ui/element_painter.h"
+#include "ui/visible_elements.h"
+
+namespace tw::ui {
+
+SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* parent)
+    : QWidget(parent), console_(console) {
+    const QSize design(static_cast<int>(support::kDesignWidth),
+                       static_cast<int>(support::kDesignHeight));
+    // The console never shrinks below its design.
+    setMinimumSize(design);
+    resize(design);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    repaint_.setTimerType(Qt::CoarseTimer);
+    repaint_.setInterval(repaintMs);
+    QObject::connect(&repaint_, &QTimer::timeout, this, [this] {
+        syncTitle();
+        update();
+    });
+    repaint_.start();
+    syncTitle();
+}
+
+QPointF SurfaceWidget::toDesign(const QPointF& windowPoint) const {
+    return QPointF(windowPoint.x() * support::kDesignWidth / width(),
+                   windowPoint.y() * support::kDesignHeight / height());
+}
+
+void SurfaceWidget::syncTitle() {
+    const QString title = QString::fromStdString(console_.form().frmTarnDesk.caption);
+    if (title != windowTitle()) {
+        setWindowTitle(title);
+    }
+}
+
+void SurfaceWidget::paintEvent(QPaintEvent*) {
+    QPainter p(this);
+    p.setRenderHint(QPainter::TextAntialiasing);
+    p.scale(width() / support::kDesignWidth, height() / support::kDesignHeight);
+    paintConsole(p, console_.form());
+}
+
+void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
+    support::MouseButton button;
+    if (event->button() == Qt::LeftButton) {
+        button = support::MouseButton::Left;
+    } else if (event->button() == Qt::RightButton) {
+        button = support::MouseButton::Right;
+    } else {
+        QWidget::mousePressEvent(event);
+        return;
+    }
+    const QPointF at = toDesign(event->position());
+    const core::Element* e = elementAt(console_.form(), at.x(), at.y());
+    if (!e) {
+        return;
+    }
+    // The name is copied: the action may change the surface it came from.
+    const std::string name = e->name;
+    support::press(console_, name, button);
+    syncTitle();
+    update();
+}
+
+}  // namespace tw::ui
