@@ -8,11 +8,11 @@ namespace tw::ui {
 QtEventLoop::QtEventLoop(EventWrapper wrapEvent) : wrapEvent_(std::move(wrapEvent)) {}
 
 QtEventLoop::~QtEventLoop() {
+    // Nothing may fire while the members go; context_ then deletes the timers and drops every
+    // queued call that has not run.
     for (auto& [id, t] : timers_) {
         t.timer->stop();
     }
-    // context_ goes last among the members that matter: its destruction deletes the timers and
-    // drops any queued call that has not run yet.
 }
 
 void QtEventLoop::runEvent(const std::function<void()>& fn) {

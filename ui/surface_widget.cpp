@@ -6,6 +6,7 @@
 
 #include "support/actions.h"
 #include "support/console_layout.h"
+#include "ui/console_colors.h"
 #include "ui/element_painter.h"
 #include "ui/visible_elements.h"
 
@@ -43,6 +44,8 @@ void SurfaceWidget::syncTitle() {
 
 void SurfaceWidget::paintEvent(QPaintEvent*) {
     QPainter p(this);
+    // The form's own rect may not cover the window (the painter is opaque): start from its colour.
+    p.fillRect(rect(), consoleColor(console_.form().frmTarnDesk.backColor));
     p.setRenderHint(QPainter::TextAntialiasing);
     p.scale(width() / support::kDesignWidth, height() / support::kDesignHeight);
     paintConsole(p, console_.form());
