@@ -1,7 +1,9 @@
 #include "ui/surface_widget.h"
 
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QToolTip>
 #include <string>
 
 #include "support/actions.h"
@@ -40,6 +42,23 @@ void SurfaceWidget::syncTitle() {
     if (title != windowTitle()) {
         setWindowTitle(title);
     }
+}
+
+bool SurfaceWidget::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip) {
+        return QWidget::event(event);
+    }
+    // Tool tips are the elements' own, looked up where the pointer rests.
+    auto* help = static_cast<QHelpEvent*>(event);
+    const QPointF at = toDesign(help->pos());
+    const core::Element* e = elementAt(console_.form(), at.x(), at.y());
+    if (e && !e->toolTip.empty()) {
+        QToolTip::showText(help->globalPos(), QString::fromStdString(e->toolTip), this);
+    } else {
+        QToolTip::hideText();
+        event->ignore();
+    }
+    return true;
 }
 
 void SurfaceWidget::paintEvent(QPaintEvent*) {

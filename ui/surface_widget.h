@@ -26,6 +26,7 @@ class SurfaceWidget final : public QWidget {
     void syncTitle();
 
   protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
 

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <QDateTime>
+#include <QHelpEvent>
 #include <QImage>
 #include <QLocale>
 #include <QRegularExpression>
 #include <QTest>
+#include <QToolTip>
 #include <cmath>
 #include <memory>
 #include <set>
@@ -157,6 +159,14 @@ TEST_F(ConsoleWindowTest, ClickOnTheBareFormDoesNothing) {
     QTest::mouseClick(&window(), Qt::LeftButton, {}, QPoint(2, 40));
     EXPECT_EQ(c().form().cmdAutoManual.caption, mode);
     EXPECT_EQ(c().screenMode, 2);
+}
+
+TEST_F(ConsoleWindowTest, ToolTipIsThatOfTheElementUnderThePointer) {
+    loadAndShow();
+    const QPoint at = windowRect(c().form().chkEnableSchedule, window()).center();
+    QHelpEvent help(QEvent::ToolTip, at, window().mapToGlobal(at));
+    QApplication::sendEvent(&window(), &help);
+    EXPECT_EQ(QToolTip::text().toStdString(), c().form().chkEnableSchedule.toolTip);
 }
 
 TEST_F(ConsoleWindowTest, UnloadStopsTheTickAndWritesTheLog) {
