@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QImage>
 #include <QTimer>
+#include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -31,7 +33,12 @@ std::string stationFolder() {
                                            : QCoreApplication::applicationDirPath().toStdString());
     std::error_code ec;
     const auto absolute = std::filesystem::absolute(folder, ec);
-    return (ec ? folder : absolute).lexically_normal().string();
+    auto normal = (ec ? folder : absolute).lexically_normal();
+    // Every data path is a tail like "/Music" on this: no separator at its end.
+    if (!normal.has_filename() && normal.has_relative_path()) {
+        normal = normal.parent_path();
+    }
+    return normal.string();
 }
 
 }  // namespace
@@ -82,8 +89,8 @@ int main(int argc, char** argv) {
     console.window().syncTitle();
     console.window().show();
     if (options.quitAfterSeconds) {
-        QTimer::singleShot(static_cast<int>(*options.quitAfterSeconds * 1000), &app,
-                           &QCoreApplication::quit);
+        const double ms = std::min(*options.quitAfterSeconds * 1000, double{INT_MAX});
+        QTimer::singleShot(static_cast<int>(ms), &app, &QCoreApplication::quit);
     }
     const int status = quitRequested ? 0 : app.exec();
 

@@ -124,6 +124,19 @@ TEST_F(TarnwaveProgramTest, WithoutADisplayItRunsHeadlessAndSaysWhereToLook) {
     EXPECT_NE(out.find((station / "Played.log").string()), std::string::npos) << out;
 }
 
+TEST_F(TarnwaveProgramTest, StationFolderWithATrailingSlashGivesPlainPaths) {
+    removeDisplay();
+    QProcessEnvironment env = process.processEnvironment();
+    env.insert("TARNWAVE_HOME", QString::fromStdString(station.string() + "/"));
+    process.setProcessEnvironment(env);
+    process.start(program(), {"--quit-after", "0"});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 0);
+    const std::string out = process.readAllStandardOutput().toStdString();
+    EXPECT_NE(out.find((station / "app.log").string()), std::string::npos) << out;
+    EXPECT_EQ(out.find("//"), std::string::npos) << out;
+}
+
 TEST_F(TarnwaveProgramTest, StationFolderIsMadeWhenMissing) {
     ASSERT_FALSE(fs::exists(station));
     process.start(program(), {"--quit-after", "0"});
