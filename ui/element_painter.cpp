@@ -122,14 +122,27 @@ void paintPicture(QPainter& p, const Element& e) {
     paintDrawing(p, e);
 }
 
+bool isGrid(const Element& e) {
+    return e.kind == ElementKind::Grid;
+}
+
+double rowHeight(const Element& e) {
+    return QFontMetricsF(consoleFont(e.fontSize, e.fontBold)).height() + 1;
+}
+
+// Where the rows of a list or grid go: inside the border, under a grid's header line.
+QRectF rowsArea(const Element& e) {
+    const QRectF inside = rectOf(e).adjusted(1, 1, -1, -1);
+    return isGrid(e) ? inside.adjusted(0, rowHeight(e) + 1, 0, 0) : inside;
+}
+
 // Lines of text one under the other from the top of r, the selected one highlighted; as many as
 // fit.
 template <typename Text, typename Selected>
 void paintLines(QPainter& p, const QRectF& r, int count, const Element& e, Text text,
                 Selected selected) {
-    const QFont font = consoleFont(e.fontSize, e.fontBold);
-    p.setFont(font);
-    const double lineHeight = QFontMetricsF(font).height() + 1;
+    p.setFont(consoleFont(e.fontSize, e.fontBold));
+    const double lineHeight = rowHeight(e);
     double y = r.top();
     for (int i = 0; i < count && y < r.bottom(); ++i, y += lineHeight) {
         const QRectF line(r.left(), y, r.width(), lineHeight);
@@ -147,7 +160,7 @@ void paintList(QPainter& p, const Element& e) {
     const QRectF r = rectOf(e);
     paintBox(p, r, consoleColor(e.backColor));
     paintLines(
-        p, r.adjusted(1, 1, -1, -1), e.listCount(), e,
+        p, rowsArea(e), e.listCount(), e,
         [&](QPainter& pp, int i, const QRectF& line) {
             const auto& item = e.items[static_cast<std::size_t>(i)];
             // Folder lists show folders; say so, since there is no icon to tell them apart.
@@ -169,13 +182,13 @@ void paintGrid(QPainter& p, const Element& e) {
         return;
     }
     const QFont font = consoleFont(e.fontSize, e.fontBold);
-    const double lineHeight = QFontMetricsF(font).height() + 2;
+    const QRectF rows = rowsArea(e);
     const double columnWidth = (r.width() - 2) / static_cast<double>(columns);
     auto cellRect = [&](std::size_t column, const QRectF& line) {
         return QRectF(line.left() + columnWidth * static_cast<double>(column) + 2, line.top(),
                       columnWidth - 4, line.height());
     };
-    QRectF header(r.left() + 1, r.top() + 1, r.width() - 2, lineHeight);
+    const QRectF header(rows.left(), r.top() + 1, rows.width(), rows.top() - r.top() - 1);
     p.fillRect(header, QColor(0xE4, 0xE4, 0xE4));
     p.setFont(font);
     p.setPen(Qt::black);
@@ -184,8 +197,7 @@ void paintGrid(QPainter& p, const Element& e) {
                    qs(e.columns[c]));
     }
     paintLines(
-        p, QRectF(r.left() + 1, header.bottom(), r.width() - 2, r.bottom() - header.bottom() - 1),
-        e.rowCount(), e,
+        p, rows, e.rowCount(), e,
         [&](QPainter& pp, int i, const QRectF& line) {
             const auto& row = e.rows[static_cast<std::size_t>(i)];
             for (std::size_t c = 0; c < row.cells.size(); ++c) {
@@ -281,6 +293,16 @@ void paintFrame(QPainter& p, const Element& e) {
 }
 
 }  // namespace
+
+int rowAt(const Element& e, double y) {
+    const int count = isGrid(e) ? e.rowCount() : e.listCount();
+    const QRectF rows = rowsArea(e);
+    if (y < rows.top() || y >= rows.bottom()) {
+        return -1;
+    }
+    const int row = static_cast<int>((y - rows.top()) / rowHeight(e));
+    return row < count ? row : -1;
+}
 
 void paintElement(QPainter& p, const Element& e) {
     p.save();

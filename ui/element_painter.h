@@ -15,6 +15,10 @@ namespace tw::ui {
 // and combo boxes, check and option buttons, sliders, frames as outlines, system buttons.
 void paintElement(QPainter& p, const core::Element& e);
 
+// The row of a list or grid painted at height y (design pixels, as the element's rect), or -1
+// for none there: the border, a grid's header, or below the last row.
+int rowAt(const core::Element& e, double y);
+
 // The whole console window: its back colour, the texts printed on the form itself (the message
 // line), then every drawn element (see drawnElements) in front of them.
 void paintConsole(QPainter& p, core::MainForm& form);

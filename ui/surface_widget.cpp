@@ -87,7 +87,18 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     }
     // The name is copied: the action may change the surface it came from.
     const std::string name = e->name;
-    support::press(console_, name, button);
+    const bool list = e->kind == core::ElementKind::ListBox ||
+                      e->kind == core::ElementKind::FileList ||
+                      e->kind == core::ElementKind::DirList || e->kind == core::ElementKind::Grid;
+    if (list && button == support::MouseButton::Left) {
+        // A click on a row selects it (and runs the list's click); between rows it does nothing.
+        const int row = rowAt(*e, at.y());
+        if (row >= 0) {
+            support::select(console_, name, row);
+        }
+    } else {
+        support::press(console_, name, button);
+    }
     syncTitle();
     update();
 }

@@ -10,12 +10,14 @@
 #include <QTest>
 #include <QToolTip>
 #include <cmath>
+#include <filesystem>
 #include <memory>
 #include <set>
 
 #include "audio/null_engine.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/qt_app.h"
+#include "ui/element_painter.h"
 #include "ui/qt_station.h"
 
 namespace tw::ui {
@@ -159,6 +161,31 @@ TEST_F(ConsoleWindowTest, ClickOnTheBareFormDoesNothing) {
     QTest::mouseClick(&window(), Qt::LeftButton, {}, QPoint(2, 40));
     EXPECT_EQ(c().form().cmdAutoManual.caption, mode);
     EXPECT_EQ(c().screenMode, 2);
+}
+
+TEST_F(ConsoleWindowTest, ClickOnAListRowSelectsItWhereItIsPainted) {
+    for (const char* category : {"Jazz", "Rock", "Soul"}) {
+        std::filesystem::create_directories(dir / "Music" / category);
+    }
+    loadAndShow();
+    const core::Element& list = c().form().lstPlaylists;
+    ASSERT_EQ(list.listCount(), 3);
+    ASSERT_EQ(list.listIndex, -1);
+    int y = static_cast<int>(list.rect.top);
+    while (y < list.rect.top + list.rect.height && rowAt(list, y) != 1) {
+        ++y;
+    }
+    ASSERT_EQ(rowAt(list, y), 1) << "no second row painted";
+    // Near the right edge, where no text is: the window is at its design size, one to one.
+    const QPoint at(static_cast<int>(list.rect.left + list.rect.width) - 4, y + 2);
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, at);
+    EXPECT_EQ(list.listIndex, 1);
+    EXPECT_EQ(window().grab().toImage().pixelColor(at), QColor(0x33, 0x66, 0xCC));
+
+    // Below the last row: the selection stays.
+    QTest::mouseClick(&window(), Qt::LeftButton, {},
+                      QPoint(at.x(), static_cast<int>(list.rect.top + list.rect.height) - 5));
+    EXPECT_EQ(list.listIndex, 1);
 }
 
 TEST_F(ConsoleWindowTest, ToolTipIsThatOfTheElementUnderThePointer) {

@@ -108,5 +108,38 @@ TEST_F(ElementPainterTest, NothingOfAButtonIsPaintedOutsideItsRect) {
     }
 }
 
+TEST_F(ElementPainterTest, RowsOfAListFollowEachOtherFromTheTop) {
+    core::Element& list = form.lstPlaylists;
+    list.rect = {0, 0, 100, 200};
+    list.items = {{"Jazz", 1, "", false}, {"Rock", 1, "", false}, {"Soul", 1, "", false}};
+    EXPECT_EQ(rowAt(list, 0), -1);  // the border
+    EXPECT_EQ(rowAt(list, 2), 0);
+    int last = 0;
+    for (double y = 2; y < 200; y += 0.5) {
+        const int row = rowAt(list, y);
+        if (row == -1) {
+            break;
+        }
+        ASSERT_TRUE(row == last || row == last + 1) << y;
+        last = row;
+    }
+    EXPECT_EQ(last, 2);
+    EXPECT_EQ(rowAt(list, 190), -1);  // below the last row
+}
+
+TEST_F(ElementPainterTest, HeaderOfAGridIsNoRow) {
+    core::Element& grid = form.lstRotation;
+    grid.rect = {0, 0, 100, 200};
+    grid.columns = {"Sweeper", "Catagory"};
+    grid.rows = {{{"", "Rock"}, false, false}};
+    EXPECT_EQ(rowAt(grid, 3), -1);
+    int y = 3;
+    while (y < 200 && rowAt(grid, y) != 0) {
+        ++y;
+    }
+    EXPECT_GT(y, 8) << "the first row starts under the header";
+    EXPECT_LT(y, 60);
+}
+
 }  // namespace
 }  // namespace tw::ui
