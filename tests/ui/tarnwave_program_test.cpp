@@ -51,7 +51,7 @@ class TarnwaveProgramTest : public ::testing::Test {
     bool waitForLog(const std::string& text, int seconds) {
         QElapsedTimer t;
         t.start();
-        while (t.elapsed() < seconds * 1000) {
+        while (t.elapsed() < qint64{seconds} * 1000) {
             if (appLog().find(text) != std::string::npos) {
                 return true;
             }
