@@ -353,7 +353,7 @@ void paintElement(QPainter& p, const Element& e) {
     p.restore();
 }
 
-void paintConsole(QPainter& p, core::MainForm& form) {
+void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area) {
     const Element& desk = form.frmTarnDesk;
     p.fillRect(QRectF(0, 0, desk.rect.width, desk.rect.height), consoleColor(desk.backColor));
     // Texts printed on the form (the message line) are on the form's own surface, so the
@@ -368,7 +368,10 @@ void paintConsole(QPainter& p, core::MainForm& form) {
     }
     p.restore();
     for (const Element* e : drawnElements(form)) {
-        paintElement(p, *e);
+        // Frame captions stand a little above their frame.
+        if (area.isNull() || rectOf(*e).adjusted(-8, -8, 8, 8).intersects(area)) {
+            paintElement(p, *e);
+        }
     }
 }
 

@@ -5,6 +5,7 @@
 // Thread contract: console thread only (reads the surface).
 
 #include <QPainter>
+#include <QRectF>
 
 #include "core/forms.h"
 
@@ -19,8 +20,9 @@ void paintElement(QPainter& p, const core::Element& e);
 // for none there: the border, a grid's header, or below the last row.
 int rowAt(const core::Element& e, double y);
 
-// The whole console window: its back colour, the texts printed on the form itself (the message
-// line), then every drawn element (see drawnElements) in front of them.
-void paintConsole(QPainter& p, core::MainForm& form);
+// The console window: its back colour, the texts printed on the form itself (the message line),
+// then every drawn element (see drawnElements) in front of them. With an area (design pixels),
+// only the elements that reach into it are drawn; the caller clips to it.
+void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area = QRectF());
 
 }  // namespace tw::ui

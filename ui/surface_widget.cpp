@@ -2,6 +2,7 @@
 
 #include <QHelpEvent>
 #include <QMouseEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QToolTip>
 #include <string>
@@ -9,6 +10,7 @@
 #include "support/actions.h"
 #include "support/console_layout.h"
 #include "ui/console_colors.h"
+#include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
 #include "ui/visible_elements.h"
 
@@ -26,7 +28,7 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     repaint_.setInterval(repaintMs);
     QObject::connect(&repaint_, &QTimer::timeout, this, [this] {
         syncTitle();
-        update();
+        repaintChanges();
     });
     repaint_.start();
     syncTitle();
@@ -42,6 +44,51 @@ void SurfaceWidget::syncTitle() {
     if (title != windowTitle()) {
         setWindowTitle(title);
     }
+}
+
+QRect SurfaceWidget::windowArea(const core::Rect& r) const {
+    if (r.width <= 0 || r.height <= 0) {
+        return {};
+    }
+    const double sx = width() / support::kDesignWidth;
+    const double sy = height() / support::kDesignHeight;
+    const double margin = 8;
+    return QRectF((r.left - margin) * sx, (r.top - margin) * sy, (r.width + 2 * margin) * sx,
+                  (r.height + 2 * margin) * sy)
+        .toAlignedRect();
+}
+
+QRegion SurfaceWidget::repaintChanges() {
+    core::MainForm& form = console_.form();
+    const std::vector<core::Element*> all = form.all();
+    const bool firstLook = fingerprints_.size() != all.size();
+    if (firstLook) {
+        fingerprints_.assign(all.size(), 0);
+        places_.assign(all.size(), {});
+    }
+    QRegion changed;
+    bool whole = firstLook;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const core::Element& e = *all[i];
+        const std::size_t print = elementFingerprint(e);
+        if (!firstLook && print == fingerprints_[i]) {
+            continue;
+        }
+        fingerprints_[i] = print;
+        // The form itself holds the back colour and the message line: all of the window.
+        whole = whole || e.kind == core::ElementKind::Form;
+        changed += windowArea(places_[i]);
+        changed += windowArea(e.rect);
+        places_[i] = e.rect;
+    }
+    if (whole) {
+        changed = rect();
+    }
+    changed &= rect();
+    if (!changed.isEmpty()) {
+        update(changed);
+    }
+    return changed;
 }
 
 bool SurfaceWidget::event(QEvent* event) {
@@ -61,13 +108,17 @@ bool SurfaceWidget::event(QEvent* event) {
     return true;
 }
 
-void SurfaceWidget::paintEvent(QPaintEvent*) {
+void SurfaceWidget::paintEvent(QPaintEvent* event) {
     QPainter p(this);
     // The form's own rect may not cover the window (the painter is opaque): start from its colour.
     p.fillRect(rect(), consoleColor(console_.form().frmTarnDesk.backColor));
     p.setRenderHint(QPainter::TextAntialiasing);
-    p.scale(width() / support::kDesignWidth, height() / support::kDesignHeight);
-    paintConsole(p, console_.form());
+    const double sx = width() / support::kDesignWidth;
+    const double sy = height() / support::kDesignHeight;
+    p.scale(sx, sy);
+    const QRectF area = event->rect().toRectF();
+    paintConsole(p, console_.form(),
+                 QRectF(area.left() / sx, area.top() / sy, area.width() / sx, area.height() / sy));
 }
 
 void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
@@ -100,7 +151,7 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
         support::press(console_, name, button);
     }
     syncTitle();
-    update();
+    repaintChanges();
 }
 
 }  // namespace tw::ui

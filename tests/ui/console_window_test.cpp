@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QLocale>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QTest>
 #include <QToolTip>
 #include <cmath>
@@ -15,6 +16,7 @@
 #include <set>
 
 #include "audio/null_engine.h"
+#include "core/console_ops.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
@@ -186,6 +188,54 @@ TEST_F(ConsoleWindowTest, ClickOnAListRowSelectsItWhereItIsPainted) {
     QTest::mouseClick(&window(), Qt::LeftButton, {},
                       QPoint(at.x(), static_cast<int>(list.rect.top + list.rect.height) - 5));
     EXPECT_EQ(list.listIndex, 1);
+}
+
+TEST_F(ConsoleWindowTest, OnlyThePlacesThatChangedAreRepainted) {
+    loadAndShow();
+    window().repaintChanges();
+    EXPECT_TRUE(window().repaintChanges().isEmpty()) << "nothing changed in between";
+
+    core::MainForm& m = c().form();
+    core::printOnButton(m.cmdSkipNow, core::ImageRole::Green, "NEXT");
+    const QRegion changed = window().repaintChanges();
+    EXPECT_TRUE(changed.contains(windowRect(m.cmdSkipNow, window())));
+    EXPECT_FALSE(changed.contains(windowRect(m.cmdSampler[9], window()).center()));
+
+    // A move repaints where it was and where it is now.
+    const QRect before = windowRect(m.cmdMute, window());
+    m.cmdMute.rect.left += 300;
+    const QRegion moved = window().repaintChanges();
+    EXPECT_TRUE(moved.contains(before));
+    EXPECT_TRUE(moved.contains(windowRect(m.cmdMute, window())));
+
+    // The form's own colour is all of the window.
+    m.frmTarnDesk.backColor = 0xC0C0C0;
+    EXPECT_EQ(window().repaintChanges(), QRegion(window().rect()));
+}
+
+TEST_F(ConsoleWindowTest, WhatIsOnScreenFollowsTheSurfaceAfterPartialRepaints) {
+    loadAndShow();
+    QTest::qWait(150);
+    core::MainForm& m = c().form();
+    m.lblListInfo.caption = "Twelve tracks, forty-seven minutes";
+    core::printOnButton(m.cmdSkipNow, core::ImageRole::Red, "STOP");
+    m.frmRotationList.visible = false;
+    QTest::qWait(200);
+    // The screen shows what the window paints (its backing store); a fresh full render must
+    // look the same wherever nothing ticks.
+    const QImage onScreen = window().screen()->grabWindow(window().winId()).toImage();
+    const QImage fresh = window().grab().toImage();
+    ASSERT_EQ(onScreen.size(), fresh.size());
+    const QRect clock = windowRect(m.lblDateTime, window());
+    int differing = 0;
+    for (int y = 0; y < fresh.height(); ++y) {
+        for (int x = 0; x < fresh.width(); ++x) {
+            if (!clock.contains(x, y) && onScreen.pixel(x, y) != fresh.pixel(x, y)) {
+                ++differing;
+            }
+        }
+    }
+    EXPECT_EQ(differing, 0);
 }
 
 TEST_F(ConsoleWindowTest, ToolTipIsThatOfTheElementUnderThePointer) {
