@@ -1,0 +1,112 @@
+#include "ui/qt_prompter.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+#include <functional>
+
+#include "tests/ui/qt_app.h"
+
+namespace tw::ui {
+namespace {
+
+TEST(QtNameFilterTest, DescriptionShowingItsPatternIsKept) {
+    EXPECT_EQ(toQtNameFilter("(*.pls)|*.pls").toStdString(), "(*.pls)");
+}
+
+TEST(QtNameFilterTest, PatternsAreAddedToAPlainDescription) {
+    EXPECT_EQ(toQtNameFilter("Playlists|*.pls|All files|*.*").toStdString(),
+              "Playlists (*.pls);;All files (*.*)");
+}
+
+TEST(QtNameFilterTest, SeveralPatternsAreSeparatedByBlanks) {
+    EXPECT_EQ(toQtNameFilter("Sounds|*.mp3;*.wav").toStdString(), "Sounds (*.mp3 *.wav)");
+}
+
+TEST(QtNameFilterTest, EmptyDescriptionGivesThePatternsAlone) {
+    EXPECT_EQ(toQtNameFilter("|*.rot").toStdString(), "(*.rot)");
+}
+
+TEST(QtNameFilterTest, EmptyOrUnpairedFilterGivesNoFilter) {
+    EXPECT_EQ(toQtNameFilter("").toStdString(), "");
+    EXPECT_EQ(toQtNameFilter("Playlists").toStdString(), "");
+}
+
+// Answers the next modal dialog as an operator would, once it is up.
+template <typename Dialog>
+void whenShown(QObject* context, std::function<void(Dialog&)> answer) {
+    auto* poll = new QTimer(context);
+    QObject::connect(poll, &QTimer::timeout, context, [poll, answer] {
+        if (auto* d = qobject_cast<Dialog*>(QApplication::activeModalWidget())) {
+            poll->stop();
+            poll->deleteLater();
+            answer(*d);
+        }
+    });
+    poll->start(10);
+}
+
+class QtPrompterTest : public ::testing::Test {
+  protected:
+    test::QtApp qt;
+    QObject context;
+    QtPrompter prompter;
+};
+
+TEST_F(QtPrompterTest, MessageBoxShowsTitleTextIconAndGivesTheButtonPressed) {
+    QString title, text;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    whenShown<QMessageBox>(&context, [&](QMessageBox& box) {
+        title = box.windowTitle();
+        text = box.text();
+        icon = box.icon();
+        box.button(QMessageBox::No)->click();
+    });
+    const core::Answer a =
+        prompter.messageBox("Delete the rotation?", "Confirm", core::MessageButtons::YesNo,
+                            core::MessageIcon::Question);
+    EXPECT_EQ(a, core::Answer::No);
+    EXPECT_EQ(title.toStdString(), "Confirm");
+    EXPECT_EQ(text.toStdString(), "Delete the rotation?");
+    EXPECT_EQ(icon, QMessageBox::Question);
+}
+
+TEST_F(QtPrompterTest, MessageBoxYesIsYes) {
+    whenShown<QMessageBox>(&context,
+                           [](QMessageBox& box) { box.button(QMessageBox::Yes)->click(); });
+    EXPECT_EQ(prompter.messageBox("t", "T", core::MessageButtons::YesNoCancel,
+                                  core::MessageIcon::Exclamation),
+              core::Answer::Yes);
+}
+
+TEST_F(QtPrompterTest, MessageBoxClosedWithoutAButtonIsCancel) {
+    whenShown<QMessageBox>(&context, [](QMessageBox& box) { box.reject(); });
+    EXPECT_EQ(
+        prompter.messageBox("t", "T", core::MessageButtons::OkCancel, core::MessageIcon::None),
+        core::Answer::Cancel);
+}
+
+TEST_F(QtPrompterTest, NameDialogGivesTheTextEntered) {
+    QString label, initial;
+    whenShown<QInputDialog>(&context, [&](QInputDialog& d) {
+        label = d.labelText();
+        initial = d.textValue();
+        d.setTextValue("Morning Drive");
+        d.accept();
+    });
+    EXPECT_EQ(prompter.askName("New Rotation", "Name the rotation", "Untitled"), "Morning Drive");
+    EXPECT_EQ(label.toStdString(), "Name the rotation");
+    EXPECT_EQ(initial.toStdString(), "Untitled");
+}
+
+TEST_F(QtPrompterTest, NameDialogCancelledGivesNothing) {
+    whenShown<QInputDialog>(&context, [](QInputDialog& d) { d.reject(); });
+    EXPECT_FALSE(prompter.askName("New Rotation", "Name the rotation", "x").has_value());
+}
+
+}  // namespace
+}  // namespace tw::ui

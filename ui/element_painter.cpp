@@ -1,0 +1,378 @@
+#include "ui/element_painter.h"
+
+#include <QFont>
+#include <QFontMetricsF>
+#include <algorithm>
+#include <cmath>
+
+#include "ui/console_colors.h"
+#include "ui/visible_elements.h"
+
+namespace tw::ui {
+
+namespace {
+
+using core::Element;
+using core::ElementKind;
+
+const QColor kBorder(0x80, 0x80, 0x80);
+const QColor kSelection(0x33, 0x66, 0xCC);
+
+QString qs(const std::string& s) {
+    return QString::fromStdString(s);
+}
+
+// Font sizes are points on a 96-dpi design, so a point is 4/3 of a design pixel whatever the
+// screen's own resolution. The captions are placed by a rule that counts characters instead of
+// measuring them, made for a narrow face: a condensed face keeps them inside their buttons.
+QFont consoleFont(int points, bool bold) {
+    QFont f;
+    f.setPixelSize(std::max(1, static_cast<int>(std::lround((points > 0 ? points : 8) * 4.0 / 3))));
+    f.setBold(bold);
+    f.setStretch(QFont::SemiCondensed);
+    return f;
+}
+
+QRectF rectOf(const Element& e) {
+    return QRectF(e.rect.left, e.rect.top, e.rect.width, e.rect.height);
+}
+
+QColor textColor(const Element& e) {
+    return e.enabled ? consoleColor(e.foreColor) : QColor(0x90, 0x90, 0x90);
+}
+
+// A caption in its own colour unless that colour disappears into the back colour (the pause
+// buttons are black with black captions): then white or black, whichever reads.
+QColor legibleTextColor(const Element& e) {
+    const QColor fore = textColor(e);
+    const QColor back = consoleColor(e.backColor);
+    if (std::abs(fore.lightness() - back.lightness()) >= 96) {
+        return fore;
+    }
+    return back.lightness() < 128 ? QColor(Qt::white) : QColor(Qt::black);
+}
+
+void paintBox(QPainter& p, const QRectF& r, const QColor& fill) {
+    p.fillRect(r, fill);
+    p.setPen(QPen(kBorder, 1));
+    p.setBrush(Qt::NoBrush);
+    p.drawRect(r.adjusted(0.5, 0.5, -0.5, -0.5));
+}
+
+// The fills and printed texts of a picture or painted button, relative to its top left corner.
+void paintDrawing(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    for (const core::Fill& f : e.drawing.fills) {
+        const QRectF area(r.left() + f.x, r.top() + f.y, f.width, f.height);
+        if (f.image == core::ImageRole::None) {
+            p.fillRect(area, consoleColor(f.color));
+        } else {
+            paintImageRole(p, area, f.image);
+        }
+    }
+    for (const core::PrintedText& t : e.drawing.texts) {
+        const QFont font = consoleFont(t.fontSize, t.bold);
+        p.setFont(font);
+        p.setPen(consoleColor(t.color));
+        const double lineHeight = QFontMetricsF(font).height();
+        p.drawText(QRectF(r.left() + t.x, r.top() + t.y, 10000, lineHeight),
+                   Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, qs(t.text));
+    }
+}
+
+void paintPictureButton(QPainter& p, const Element& e) {
+    if (!e.drawing.empty()) {
+        paintDrawing(p, e);
+        return;
+    }
+    // Not painted by the logic yet: its role and captions, centred.
+    const QRectF r = rectOf(e);
+    paintImageRole(p, r, e.image == core::ImageRole::None ? core::ImageRole::Gray : e.image);
+    p.setFont(consoleFont(e.fontSize, e.fontBold));
+    p.setPen(textColor(e));
+    const QString text = e.caption2.empty() ? qs(e.caption) : qs(e.caption + "\n" + e.caption2);
+    p.drawText(r, Qt::AlignCenter, text);
+}
+
+void paintButton(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    const QColor back = consoleColor(e.backColor);
+    QLinearGradient g(r.topLeft(), r.bottomLeft());
+    g.setColorAt(0, back.lighter(105));
+    g.setColorAt(1, back.darker(115));
+    p.fillRect(r, g);
+    p.setPen(QPen(kBorder.darker(130), 1));
+    p.setBrush(Qt::NoBrush);
+    p.drawRoundedRect(r.adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
+    p.setFont(consoleFont(e.fontSize, e.fontBold));
+    p.setPen(legibleTextColor(e));
+    p.drawText(r.adjusted(2, 0, -2, 0), Qt::AlignCenter | Qt::TextWordWrap, qs(e.caption));
+}
+
+void paintLabel(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    p.fillRect(r, consoleColor(e.backColor));
+    p.setFont(consoleFont(e.fontSize, e.fontBold));
+    p.setPen(textColor(e));
+    p.drawText(r, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, qs(e.caption));
+}
+
+void paintPicture(QPainter& p, const Element& e) {
+    paintBox(p, rectOf(e), consoleColor(e.backColor));
+    paintDrawing(p, e);
+}
+
+bool isGrid(const Element& e) {
+    return e.kind == ElementKind::Grid;
+}
+
+double rowHeight(const Element& e) {
+    return QFontMetricsF(consoleFont(e.fontSize, e.fontBold)).height() + 1;
+}
+
+// Where the rows of a list or grid go: inside the border, under a grid's header line.
+QRectF rowsArea(const Element& e) {
+    const QRectF inside = rectOf(e).adjusted(1, 1, -1, -1);
+    return isGrid(e) ? inside.adjusted(0, rowHeight(e) + 1, 0, 0) : inside;
+}
+
+// Lines of text one under the other from the top of r, the selected one highlighted; as many as
+// fit.
+template <typename Text, typename Selected>
+void paintLines(QPainter& p, const QRectF& r, int count, const Element& e, Text text,
+                Selected selected) {
+    p.setFont(consoleFont(e.fontSize, e.fontBold));
+    const double lineHeight = rowHeight(e);
+    double y = r.top();
+    for (int i = 0; i < count && y < r.bottom(); ++i, y += lineHeight) {
+        const QRectF line(r.left(), y, r.width(), lineHeight);
+        if (selected(i)) {
+            p.fillRect(line, kSelection);
+            p.setPen(Qt::white);
+        } else {
+            p.setPen(textColor(e));
+        }
+        text(p, i, line.adjusted(2, 0, -2, 0));
+    }
+}
+
+void paintList(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    paintBox(p, r, consoleColor(e.backColor));
+    paintLines(
+        p, rowsArea(e), e.listCount(), e,
+        [&](QPainter& pp, int i, const QRectF& line) {
+            const auto& item = e.items[static_cast<std::size_t>(i)];
+            // Folder lists show folders; say so, since there is no icon to tell them apart.
+            const QString text =
+                e.kind == ElementKind::DirList ? "[" + qs(item.text) + "]" : qs(item.text);
+            pp.drawText(line, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, text);
+        },
+        [&](int i) { return i == e.listIndex || e.items[static_cast<std::size_t>(i)].selected; });
+}
+
+void paintGrid(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    paintBox(p, r, consoleColor(e.backColor));
+    std::size_t columns = e.columns.size();
+    for (const auto& row : e.rows) {
+        columns = std::max(columns, row.cells.size());
+    }
+    if (columns == 0) {
+        return;
+    }
+    const QFont font = consoleFont(e.fontSize, e.fontBold);
+    const QRectF rows = rowsArea(e);
+    const double columnWidth = (r.width() - 2) / static_cast<double>(columns);
+    auto cellRect = [&](std::size_t column, const QRectF& line) {
+        return QRectF(line.left() + columnWidth * static_cast<double>(column) + 2, line.top(),
+                      columnWidth - 4, line.height());
+    };
+    const QRectF header(rows.left(), r.top() + 1, rows.width(), rows.top() - r.top() - 1);
+    p.fillRect(header, QColor(0xE4, 0xE4, 0xE4));
+    p.setFont(font);
+    p.setPen(Qt::black);
+    for (std::size_t c = 0; c < e.columns.size(); ++c) {
+        p.drawText(cellRect(c, header), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                   qs(e.columns[c]));
+    }
+    paintLines(
+        p, rows, e.rowCount(), e,
+        [&](QPainter& pp, int i, const QRectF& line) {
+            const auto& row = e.rows[static_cast<std::size_t>(i)];
+            for (std::size_t c = 0; c < row.cells.size(); ++c) {
+                pp.drawText(cellRect(c, line.adjusted(-2, 0, 2, 0)),
+                            Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                            qs(row.cells[c]));
+            }
+        },
+        [&](int i) { return i == e.row || e.rows[static_cast<std::size_t>(i)].selected; });
+}
+
+void paintTextBox(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    paintBox(p, r, consoleColor(e.backColor));
+    p.setFont(consoleFont(e.fontSize, e.fontBold));
+    p.setPen(textColor(e));
+    QRectF textArea = r.adjusted(3, 0, -3, 0);
+    if (e.kind == ElementKind::ComboBox) {
+        const double arrow = std::min(r.height(), 18.0);
+        const QRectF button(r.right() - arrow, r.top(), arrow, r.height());
+        p.fillRect(button.adjusted(1, 1, -1, -1), QColor(0xE0, 0xE0, 0xE0));
+        const QPointF c = button.center();
+        const QPointF tri[] = {{c.x() - 4, c.y() - 2}, {c.x() + 4, c.y() - 2}, {c.x(), c.y() + 3}};
+        p.save();
+        p.setBrush(Qt::black);
+        p.setPen(Qt::NoPen);
+        p.drawPolygon(tri, 3);
+        p.restore();
+        textArea.setRight(button.left() - 2);
+    }
+    p.drawText(textArea, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, qs(e.text));
+}
+
+void paintCheck(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    const double side = std::min(13.0, r.height());
+    const QRectF box(r.left() + 1, r.center().y() - side / 2, side, side);
+    p.save();
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(kBorder.darker(150), 1));
+    p.setBrush(Qt::white);
+    if (e.kind == ElementKind::OptionButton) {
+        p.drawEllipse(box);
+        if (e.value != 0) {
+            p.setBrush(Qt::black);
+            p.drawEllipse(box.adjusted(3.5, 3.5, -3.5, -3.5));
+        }
+    } else {
+        p.drawRect(box);
+        if (e.value != 0) {
+            p.setPen(QPen(Qt::black, 2));
+            p.drawLine(QPointF(box.left() + 3, box.center().y()),
+                       QPointF(box.center().x() - 1, box.bottom() - 3));
+            p.drawLine(QPointF(box.center().x() - 1, box.bottom() - 3),
+                       QPointF(box.right() - 2, box.top() + 3));
+        }
+    }
+    p.restore();
+    p.setFont(consoleFont(e.fontSize, e.fontBold));
+    p.setPen(textColor(e));
+    p.drawText(QRectF(box.right() + 4, r.top(), r.right() - box.right() - 4, r.height()),
+               Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, qs(e.caption));
+}
+
+void paintSlider(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    const double y = r.center().y();
+    p.setPen(QPen(kBorder, 2));
+    p.drawLine(QPointF(r.left() + 4, y), QPointF(r.right() - 4, y));
+    const int span = e.maximum - e.minimum;
+    const double share =
+        span == 0 ? 0 : std::clamp(static_cast<double>(e.value - e.minimum) / span, 0.0, 1.0);
+    const double x = r.left() + 4 + share * (r.width() - 8);
+    p.fillRect(QRectF(x - 3, r.top() + 2, 6, r.height() - 4), QColor(0x60, 0x60, 0x60));
+}
+
+void paintFrame(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
+    p.setPen(QPen(kBorder, 1));
+    p.setBrush(Qt::NoBrush);
+    p.drawRect(r.adjusted(0.5, 0.5, -0.5, -0.5));
+    if (!e.caption.empty()) {
+        const QFont font = consoleFont(e.fontSize, e.fontBold);
+        p.setFont(font);
+        const QString text = qs(e.caption);
+        const QRectF label(r.left() + 8, r.top() - QFontMetricsF(font).height() / 2,
+                           QFontMetricsF(font).horizontalAdvance(text) + 4,
+                           QFontMetricsF(font).height());
+        p.fillRect(label, Qt::white);
+        p.setPen(textColor(e));
+        p.drawText(label, Qt::AlignCenter, text);
+    }
+}
+
+}  // namespace
+
+int rowAt(const Element& e, double y) {
+    const int count = isGrid(e) ? e.rowCount() : e.listCount();
+    const QRectF rows = rowsArea(e);
+    if (y < rows.top() || y >= rows.bottom()) {
+        return -1;
+    }
+    const int row = static_cast<int>((y - rows.top()) / rowHeight(e));
+    return row < count ? row : -1;
+}
+
+void paintElement(QPainter& p, const Element& e) {
+    p.save();
+    // Nothing an element draws leaves its own rect (captions that the centring rule places
+    // outside it included), except a frame's caption, which sits on its top edge.
+    if (e.kind != ElementKind::Frame) {
+        p.setClipRect(rectOf(e), Qt::IntersectClip);
+    }
+    switch (e.kind) {
+        case ElementKind::PictureButton:
+            paintPictureButton(p, e);
+            break;
+        case ElementKind::Button:
+            paintButton(p, e);
+            break;
+        case ElementKind::Label:
+            paintLabel(p, e);
+            break;
+        case ElementKind::Picture:
+            paintPicture(p, e);
+            break;
+        case ElementKind::ListBox:
+        case ElementKind::FileList:
+        case ElementKind::DirList:
+            paintList(p, e);
+            break;
+        case ElementKind::Grid:
+            paintGrid(p, e);
+            break;
+        case ElementKind::TextBox:
+        case ElementKind::ComboBox:
+            paintTextBox(p, e);
+            break;
+        case ElementKind::CheckBox:
+        case ElementKind::OptionButton:
+            paintCheck(p, e);
+            break;
+        case ElementKind::Slider:
+            paintSlider(p, e);
+            break;
+        case ElementKind::Frame:
+            paintFrame(p, e);
+            break;
+        case ElementKind::Form:
+        case ElementKind::Timer:
+            break;
+    }
+    p.restore();
+}
+
+void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area) {
+    const Element& desk = form.frmTarnDesk;
+    p.fillRect(QRectF(0, 0, desk.rect.width, desk.rect.height), consoleColor(desk.backColor));
+    // Texts printed on the form (the message line) are on the form's own surface, so the
+    // controls stand in front of them.
+    p.save();
+    for (const core::PrintedText& t : desk.drawing.texts) {
+        const QFont font = consoleFont(t.fontSize, t.bold);
+        p.setFont(font);
+        p.setPen(consoleColor(t.color));
+        p.drawText(QRectF(t.x, t.y, desk.rect.width - t.x, QFontMetricsF(font).height()),
+                   Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, qs(t.text));
+    }
+    p.restore();
+    for (const Element* e : drawnElements(form)) {
+        // Frame captions stand a little above their frame.
+        if (area.isNull() || rectOf(*e).adjusted(-8, -8, 8, 8).intersects(area)) {
+            paintElement(p, *e);
+        }
+    }
+}
+
+}  // namespace tw::ui

@@ -1,0 +1,28 @@
+#pragma once
+// Draws the console surface from the model, in design pixels (the caller scales the painter).
+// Nothing here keeps state: every paint reads the surface as the logic left it.
+//
+// Thread contract: console thread only (reads the surface).
+
+#include <QPainter>
+#include <QRectF>
+
+#include "core/forms.h"
+
+namespace tw::ui {
+
+// One element at its rect: picture buttons from their drawing (or their role and captions when
+// nothing is drawn yet), labels, pictures with their fills and printed texts, lists, grids, text
+// and combo boxes, check and option buttons, sliders, frames as outlines, system buttons.
+void paintElement(QPainter& p, const core::Element& e);
+
+// The row of a list or grid painted at height y (design pixels, as the element's rect), or -1
+// for none there: the border, a grid's header, or below the last row.
+int rowAt(const core::Element& e, double y);
+
+// The console window: its back colour, the texts printed on the form itself (the message line),
+// then every drawn element (see drawnElements) in front of them. With an area (design pixels),
+// only the elements that reach into it are drawn; the caller clips to it.
+void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area = QRectF());
+
+}  // namespace tw::ui

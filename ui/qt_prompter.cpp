@@ -1,0 +1,148 @@
+#include "ui/qt_prompter.h"
+
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QStringList>
+
+namespace tw::ui {
+
+namespace {
+
+QString qs(const std::string& s) {
+    return QString::fromStdString(s);
+}
+
+QMessageBox::Icon toQtIcon(core::MessageIcon icon) {
+    switch (icon) {
+        case core::MessageIcon::Critical:
+            return QMessageBox::Critical;
+        case core::MessageIcon::Question:
+            return QMessageBox::Question;
+        case core::MessageIcon::Exclamation:
+            return QMessageBox::Warning;
+        case core::MessageIcon::Information:
+            return QMessageBox::Information;
+        case core::MessageIcon::None:
+            break;
+    }
+    return QMessageBox::NoIcon;
+}
+
+QMessageBox::StandardButtons toQtButtons(core::MessageButtons buttons) {
+    switch (buttons) {
+        case core::MessageButtons::OkCancel:
+            return QMessageBox::Ok | QMessageBox::Cancel;
+        case core::MessageButtons::YesNo:
+            return QMessageBox::Yes | QMessageBox::No;
+        case core::MessageButtons::YesNoCancel:
+            return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+        case core::MessageButtons::Ok:
+            break;
+    }
+    return QMessageBox::Ok;
+}
+
+// The folder a dialog opens in, with the offered name when it is a name and not a pattern.
+QString startPath(const core::FileDialog& dialog) {
+    const bool isPattern = dialog.defaultName.find_first_of("*?") != std::string::npos;
+    if (dialog.defaultName.empty() || isPattern) {
+        return qs(dialog.folder);
+    }
+    if (dialog.folder.empty()) {
+        return qs(dialog.defaultName);
+    }
+    return qs(dialog.folder + "/" + dialog.defaultName);
+}
+
+}  // namespace
+
+QString toQtNameFilter(const std::string& filter) {
+    const QStringList parts = qs(filter).split('|');
+    QStringList filters;
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2) {
+        const QString description = parts[i].trimmed();
+        QString patterns = parts[i + 1].trimmed();
+        patterns.replace(';', ' ');
+        // Qt reads the patterns from the last parentheses of each entry; a description that
+        // already shows them is kept as it is.
+        if (description.endsWith("(" + patterns + ")")) {
+            filters << description;
+        } else if (description.isEmpty()) {
+            filters << "(" + patterns + ")";
+        } else {
+            filters << description + " (" + patterns + ")";
+        }
+    }
+    return filters.join(";;");
+}
+
+core::Answer QtPrompter::messageBox(const std::string& text, const std::string& title,
+                                    core::MessageButtons buttons, core::MessageIcon icon) {
+    QMessageBox box(toQtIcon(icon), qs(title), qs(text), toQtButtons(buttons), parent_.data());
+    switch (box.exec()) {
+        case QMessageBox::Ok:
+            return core::Answer::Ok;
+        case QMessageBox::Yes:
+            return core::Answer::Yes;
+        case QMessageBox::No:
+            return core::Answer::No;
+        default:
+            break;
+    }
+    // Closed with Escape or the window's close box: the safe answer of each set of buttons.
+    switch (buttons) {
+        case core::MessageButtons::Ok:
+            return core::Answer::Ok;
+        case core::MessageButtons::YesNo:
+            return core::Answer::No;
+        default:
+            return core::Answer::Cancel;
+    }
+}
+
+std::optional<std::vector<std::string>> QtPrompter::openFiles(const core::FileDialog& dialog) {
+    const QString filter = toQtNameFilter(dialog.filter);
+    QStringList chosen;
+    if (dialog.multiSelect) {
+        chosen = QFileDialog::getOpenFileNames(parent_.data(), qs(dialog.title), startPath(dialog),
+                                               filter);
+    } else {
+        const QString one = QFileDialog::getOpenFileName(parent_.data(), qs(dialog.title),
+                                                         startPath(dialog), filter);
+        if (!one.isEmpty()) {
+            chosen << one;
+        }
+    }
+    if (chosen.isEmpty()) {
+        return std::nullopt;
+    }
+    std::vector<std::string> paths;
+    for (const QString& p : chosen) {
+        paths.push_back(p.toStdString());
+    }
+    return paths;
+}
+
+std::optional<std::string> QtPrompter::saveFile(const core::FileDialog& dialog) {
+    const QString chosen = QFileDialog::getSaveFileName(
+        parent_.data(), qs(dialog.title), startPath(dialog), toQtNameFilter(dialog.filter));
+    if (chosen.isEmpty()) {
+        return std::nullopt;
+    }
+    return chosen.toStdString();
+}
+
+std::optional<std::string> QtPrompter::askName(const std::string& caption,
+                                               const std::string& explanation,
+                                               const std::string& initial) {
+    bool ok = false;
+    const QString text = QInputDialog::getText(parent_.data(), qs(caption), qs(explanation),
+                                               QLineEdit::Normal, qs(initial), &ok);
+    if (!ok) {
+        return std::nullopt;
+    }
+    return text.toStdString();
+}
+
+}  // namespace tw::ui

@@ -1,0 +1,56 @@
+#include "ui/qt_station.h"
+
+#include <exception>
+#include <iostream>
+
+#include "core/startup.h"
+
+namespace tw::ui {
+
+QtStation::QtStation(std::string folder, std::unique_ptr<audio::Engine> engine)
+    : loop_([this](const std::function<void()>& fn) {
+          core::EventScope event(settings_);
+          fn();
+      }),
+      engine_(std::move(engine)) {
+    settings_.addPrivateFileName("appSettings.ini");
+    core::Services s;
+    s.clock = &clock_;
+    s.settings = &settings_;
+    s.engine = engine_.get();
+    s.prompter = &prompter_;
+    s.loop = &loop_;
+    s.trash = &trash_;
+    console_ = std::make_unique<core::Console>(std::move(folder), s);
+    window_ = std::make_unique<SurfaceWidget>(*console_);
+    prompter_.setParentWindow(window_.get());
+}
+
+QtStation::~QtStation() {
+    try {
+        unload();
+        window_.reset();
+        settings_.flush();
+    } catch (const std::exception& e) {
+        // A destructor has no one to hand this to; the terminal is the last witness.
+        std::cerr << "tarnwave: unloading the console failed: " << e.what() << "\n";
+    }
+}
+
+void QtStation::load() {
+    core::EventScope event(settings_);
+    core::Form_Load(*console_);
+}
+
+void QtStation::unload() {
+    if (!console_->loaded || console_->unloaded) {
+        return;
+    }
+    {
+        core::EventScope event(settings_);
+        core::Form_Unload(*console_);
+    }
+    settings_.flush();
+}
+
+}  // namespace tw::ui

@@ -1,0 +1,55 @@
+#pragma once
+// The console as the program runs it: the system clock, the settings store, Qt's event loop and
+// dialogs, the desktop trash and the engine it is handed, the Console on them, and its window.
+// The program and the Qt tests build the same thing through here.
+//
+// Thread contract: console thread only; a QApplication must exist for the whole life of a
+// station.
+
+#include <memory>
+#include <string>
+
+#include "audio/engine.h"
+#include "core/clock.h"
+#include "core/console.h"
+#include "core/settings_store.h"
+#include "core/trash.h"
+#include "ui/qt_event_loop.h"
+#include "ui/qt_prompter.h"
+#include "ui/surface_widget.h"
+
+namespace tw::ui {
+
+class QtStation {
+  public:
+    QtStation(std::string folder, std::unique_ptr<audio::Engine> engine);
+    // Unloads the console first if it was loaded and not unloaded.
+    ~QtStation();
+    QtStation(const QtStation&) = delete;
+    QtStation& operator=(const QtStation&) = delete;
+
+    // Form_Load, as one console event. Does not show the window.
+    void load();
+    // Form_Unload, as one console event, then every setting written out. Once only; later
+    // calls do nothing.
+    void unload();
+
+    core::Console& console() { return *console_; }
+    SurfaceWidget& window() { return *window_; }
+    QtEventLoop& loop() { return loop_; }
+    core::SettingsStore& settings() { return settings_; }
+
+  private:
+    // Declared in the order they may be needed: the loop's event scope uses the settings, the
+    // console uses everything above it, the window the console. Destroyed in reverse.
+    core::SystemClock clock_;
+    core::SettingsStore settings_;
+    QtEventLoop loop_;
+    QtPrompter prompter_;
+    core::DesktopTrash trash_;
+    std::unique_ptr<audio::Engine> engine_;
+    std::unique_ptr<core::Console> console_;
+    std::unique_ptr<SurfaceWidget> window_;
+};
+
+}  // namespace tw::ui
