@@ -1,13 +1,13 @@
 #include "app/engine_choice.h"
 
-#include "audio/null_engine.h"
+#include "audio/mix_engine.h"
 
 namespace tw::app {
 
 std::unique_ptr<audio::Engine> makeEngine() {
-    // Until the engine of our own is built, the console runs on the engine that refuses every
-    // call: it comes up, ticks and logs, and plays nothing.
-    return std::make_unique<audio::NullEngine>();
+    // The sound card, or the timed silent device when there is none (or TARNWAVE_AUDIO=null), so
+    // that the mix, the encoders and the casts go on headless.
+    return std::make_unique<audio::MixEngine>(audio::EngineMode::Device);
 }
 
 }  // namespace tw::app

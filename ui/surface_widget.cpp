@@ -1,6 +1,7 @@
 #include "ui/surface_widget.h"
 
 #include <QHelpEvent>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
@@ -24,6 +25,7 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     setMinimumSize(design);
     resize(design);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    setFocusPolicy(Qt::StrongFocus);  // the function keys reach the console anywhere on it
     repaint_.setTimerType(Qt::CoarseTimer);
     repaint_.setInterval(repaintMs);
     QObject::connect(&repaint_, &QTimer::timeout, this, [this] {
@@ -148,10 +150,23 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
             support::select(console_, name, row);
         }
     } else {
-        support::press(console_, name, button);
+        // The pointer's place across the element, for the bars that seek.
+        support::press(console_, name, button, at.x() - e->rect.left);
     }
     syncTitle();
     repaintChanges();
+}
+
+void SurfaceWidget::keyReleaseEvent(QKeyEvent* event) {
+    // The console's key codes: F1 is 112 ... F12 is 123.
+    const int key = event->key();
+    if (key >= Qt::Key_F1 && key <= Qt::Key_F12) {
+        support::keyUp(console_, 112 + (key - Qt::Key_F1));
+        syncTitle();
+        repaintChanges();
+        return;
+    }
+    QWidget::keyReleaseEvent(event);
 }
 
 }  // namespace tw::ui

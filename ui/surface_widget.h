@@ -37,6 +37,7 @@ class SurfaceWidget final : public QWidget {
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
 
   private:
     // An element's design rect in window pixels, with room for what is drawn just past its edge
