@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/tags/tag_test_util.h"
 #include "tags/id3_tag.h"
+#include "tests/tags/tag_test_util.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw::tags {
