@@ -153,6 +153,11 @@ class clsID3 {
         fields_[f] = std::move(v);
     }
 
+    // What the full read found of the first audio frame and its VBR block.
+    const AudioState& audioState() const {
+        return fields_.audio;
+    }
+
     // Empty after a write that succeeded; otherwise what went wrong, for the console's log.
     const std::string& lastWriteError() const {
         return lastWriteError_;
