@@ -56,15 +56,18 @@ class FdSink : public ReplacementSink {
 
 }  // namespace
 
-std::string replaceFile(const std::string& path, const WriteHooks& hooks,
-                        const std::function<bool(ReplacementSink&)>& fill) {
-    struct stat old {};
-    if (::stat(path.c_str(), &old) != 0) {
+std::string trackAttributes(const std::string& path, struct stat& attributes) {
+    if (::stat(path.c_str(), &attributes) != 0) {
         return failure("reading the track's attributes", errno);
     }
-    if (!S_ISREG(old.st_mode)) {
+    if (!S_ISREG(attributes.st_mode)) {
         return "the track is not a regular file";
     }
+    return {};
+}
+
+std::string replaceFile(const std::string& path, const struct stat& old, const WriteHooks& hooks,
+                        const std::function<bool(ReplacementSink&)>& fill) {
     std::string folder = core::parsePath(path, 3);
     std::string pattern = folder + "." + core::parsePath(path, 6) + ".tw-tag-XXXXXX";
     std::vector<char> name(pattern.begin(), pattern.end());

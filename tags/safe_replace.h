@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include <sys/stat.h>
+
 #include "tags/tag_writer.h"
 
 namespace tw::tags {
@@ -17,9 +19,12 @@ class ReplacementSink {
     virtual bool write(std::string_view bytes) = 0;
 };
 
-// Calls fill with a sink on the temporary file; the result is renamed over path only when fill
-// and every later step succeed. Empty text on success, else the reason.
-std::string replaceFile(const std::string& path, const WriteHooks& hooks,
-                        const std::function<bool(ReplacementSink&)>& fill);
+// The track's mode, owner and times, taken before anything reads it.
+std::string trackAttributes(const std::string& path, struct stat& attributes);
+
+// Calls fill with a sink on the temporary file; the result is given the attributes and renamed
+// over path only when fill and every later step succeed. Empty text on success, else the reason.
+std::string replaceFile(const std::string& path, const struct stat& attributes,
+                        const WriteHooks& hooks, const std::function<bool(ReplacementSink&)>& fill);
 
 }  // namespace tw::tags

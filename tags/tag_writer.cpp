@@ -217,6 +217,10 @@ bool copyAudio(const FileReader& file, std::int64_t from, std::int64_t to, Repla
 
 std::string updateTagsInFile(const TagFields& fields, const std::string& path,
                              const WriteHooks& hooks) {
+    struct stat attributes {};
+    if (std::string error = trackAttributes(path, attributes); !error.empty()) {
+        return error;
+    }
     FileReader file(path);
     if (!file.isOpen()) {
         return "cannot open the track";
@@ -235,20 +239,24 @@ std::string updateTagsInFile(const TagFields& fields, const std::string& path,
 
     const std::int64_t audioEnd = findAudioEnd(file);
     const std::string tail = buildLyrics3(fields) + buildId3v1(fields);
-    return replaceFile(path, hooks, [&](ReplacementSink& sink) {
+    return replaceFile(path, attributes, hooks, [&](ReplacementSink& sink) {
         return sink.write(header) && sink.write(old.body) &&
                copyAudio(file, old.audioStart, audioEnd, sink) && sink.write(tail);
     });
 }
 
 std::string deleteTagsInFile(const std::string& path, const WriteHooks& hooks) {
+    struct stat attributes {};
+    if (std::string error = trackAttributes(path, attributes); !error.empty()) {
+        return error;
+    }
     FileReader file(path);
     if (!file.isOpen()) {
         return "cannot open the track";
     }
     const OldTag old = readOldTag(file);
     const std::int64_t audioEnd = findAudioEnd(file);
-    return replaceFile(path, hooks, [&](ReplacementSink& sink) {
+    return replaceFile(path, attributes, hooks, [&](ReplacementSink& sink) {
         return copyAudio(file, old.audioStart, audioEnd, sink);
     });
 }
