@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/console.h"
 
@@ -20,6 +21,10 @@ bool press(core::Console& c, std::string_view name, MouseButton button = MouseBu
 // Selects an item or row (-1 for none) and runs the selection's action. False for no such element
 // or a row out of range.
 bool select(core::Console& c, std::string_view name, int row);
+// A key pressed on an element ("Delete"); false for no such element.
+bool keyDown(core::Console& c, std::string_view name, std::string_view key);
+// Files dropped on an element, as full paths; false for no such element.
+bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::string>& files);
 // Sets the text of a text box and runs its change action.
 bool type(core::Console& c, std::string_view name, const std::string& text);
 

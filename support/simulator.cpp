@@ -5,6 +5,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "autodj/picker.h"
 #include "core/startup.h"
 #include "core/text.h"
 #include "support/actions.h"
@@ -133,6 +134,44 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
             error = "type: no element \"" + name + "\"";
             return false;
         }
+        return true;
+    }
+    if (cmd == "key") {
+        std::string name, key;
+        splitCommand(rest, name, key);
+        if (name.empty() || key.empty() || !keyDown(c, name, key)) {
+            error = "key needs an element and a key name, not \"" + rest + "\"";
+            return false;
+        }
+        return true;
+    }
+    if (cmd == "drop") {
+        std::string name, paths;
+        splitCommand(rest, name, paths);
+        std::vector<std::string> files;
+        std::istringstream list(paths);
+        for (std::string path; list >> path;) {
+            files.push_back(path);
+        }
+        if (name.empty() || files.empty() || !dropFiles(c, name, files)) {
+            error = "drop needs an element and at least one path";
+            return false;
+        }
+        return true;
+    }
+    if (cmd == "pick") {
+        // pick CATEGORY [YYYY-MM-DD HH:MM:SS]: the slot's time defaults to the present.
+        std::string category, when;
+        splitCommand(rest, category, when);
+        core::DateValue target = c.now();
+        if (category.empty() || (!when.empty() && !core::parseDate(when, target))) {
+            error = "pick needs a category and an optional date, not \"" + rest + "\"";
+            return false;
+        }
+        core::EventScope event(settings_);
+        core::DateValue previous = 0;
+        const std::string path = autodj::pickSongForCatagory(c, category, target, previous);
+        out << "picked " << (path.empty() ? "<none>" : path) << "\n";
         return true;
     }
     if (cmd == "answer") {
