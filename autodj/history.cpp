@@ -14,6 +14,12 @@ std::string readHistory(core::Console& c, const std::string& section, const char
 
 void writeHistory(core::Console& c, const std::string& section, const char* key,
                   std::string value) {
+    // The history keeps one line per key: a line break in a value is stored as a blank.
+    for (char& ch : value) {
+        if (ch == '\r' || ch == '\n') {
+            ch = ' ';
+        }
+    }
     core::writeIni(c, c.playedIniPath(), section, key, value);
 }
 
