@@ -1,7 +1,8 @@
 #include "autodj/picker.h"
 
+#include <sys/stat.h>
+
 #include <cmath>
-#include <filesystem>
 #include <numeric>
 
 #include "autodj/history.h"
@@ -30,13 +31,12 @@ std::string makeArtist(std::string& artist) {
 namespace {
 
 void checkCandidateFile(const std::string& path) {
-    std::error_code ec;
-    const auto status = std::filesystem::status(path, ec);
-    if (ec || !std::filesystem::is_regular_file(status)) {
+    // One stat for both questions: the walk does this for every file of the category.
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
         throw core::Failure(core::kErrFileNotFound, "File not found");
     }
-    const auto size = std::filesystem::file_size(path, ec);
-    if (ec || size == 0) {
+    if (st.st_size == 0) {
         throw core::Failure(core::kErrFileNotFound, "File is empty");
     }
 }
