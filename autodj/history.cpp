@@ -48,6 +48,26 @@ void planPick(core::Console& c, const std::string& trackName, const std::string&
     writeHistory(c, artistKey, kPending, earlier);
 }
 
+void releasePlan(core::Console& c, const std::string& trackName, const std::string& artistKey) {
+    const std::string now = core::generalDate(c.now());
+    for (const std::string* section : {&trackName, &artistKey}) {
+        writeHistory(c, *section, kPending, "no");
+        writeHistory(c, *section, kLastPlayed, now);
+    }
+}
+
+void planRefill(core::Console& c, const std::string& trackName, const std::string& artistKey,
+                core::DateValue plannedTime, core::DateValue previousLastPlayed) {
+    const std::string planned = core::generalDate(plannedTime);
+    writeHistory(c, trackName, kLastPlayed, planned);
+    writeHistory(c, artistKey, kLastPlayed, planned);
+    writeHistory(c, trackName, kPending, core::generalDate(previousLastPlayed));
+}
+
+void retimePlan(core::Console& c, const std::string& trackName, core::DateValue plannedTime) {
+    writeHistory(c, trackName, kLastPlayed, core::generalDate(plannedTime));
+}
+
 void recordStart(core::Console& c, const std::string& trackName, const std::string& artistKey) {
     const std::string now = core::generalDate(c.now());
     const std::int32_t count = core::cLngText(readHistory(c, trackName, kPlayCount, "0"));

@@ -33,6 +33,15 @@ double checkedDivide(double numerator, double denominator);
 // time; Pending = the track's earlier date, or "empty" when it had none.
 void planPick(core::Console& c, const std::string& trackName, const std::string& artistKey,
               core::DateValue plannedTime);
+// Re-Pick gives up the old track of a slot: track and artist Pending = "no", LastPlayed = now.
+// The new track is then planned with planPick.
+void releasePlan(core::Console& c, const std::string& trackName, const std::string& artistKey);
+// The rolling refill of the slot behind the position: track and artist LastPlayed = the planned
+// time; the track's Pending = previousLastPlayed as the picker gave it (a date, never "empty").
+void planRefill(core::Console& c, const std::string& trackName, const std::string& artistKey,
+                core::DateValue plannedTime, core::DateValue previousLastPlayed);
+// Retiming the list: the track's LastPlayed = the new planned time; Pending untouched.
+void retimePlan(core::Console& c, const std::string& trackName, core::DateValue plannedTime);
 // A start on the air: track LastPlayed = now, Pending = "no", PlayCount + 1; artist LastPlayed =
 // now (the artist's Pending keeps what the plan wrote).
 void recordStart(core::Console& c, const std::string& trackName, const std::string& artistKey);

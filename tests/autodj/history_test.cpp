@@ -61,6 +61,29 @@ TEST_F(HistoryTest, LifeOfAPlannedTrackAsTheKeysShowIt) {
     EXPECT_EQ(history(track, "PlayCount"), "2");
 }
 
+TEST_F(HistoryTest, RePickRefillAndRetimeWriteTheirOwnKeys) {
+    open();
+    autodj::planPick(*console, "Old - One", "old", clock.now() + kHour);
+    autodj::releasePlan(*console, "Old - One", "old");
+    for (const char* section : {"Old - One", "old"}) {
+        EXPECT_EQ(history(section, "Pending"), "no");
+        EXPECT_EQ(history(section, "LastPlayed"), now());
+    }
+
+    setHistory("New - Two", "Pending", "no");
+    autodj::planRefill(*console, "New - Two", "new", clock.now() + 2 * kHour,
+                       clock.now() + 2 * kHour);  // never played: the picker gave the slot
+    EXPECT_EQ(history("New - Two", "LastPlayed"), at(2 * kHour));
+    EXPECT_EQ(history("New - Two", "Pending"), at(2 * kHour));  // a date, never "empty"
+    EXPECT_EQ(history("new", "LastPlayed"), at(2 * kHour));
+    EXPECT_EQ(history("new", "Pending"), "<none>");  // the artist's Pending is not written
+
+    autodj::retimePlan(*console, "New - Two", clock.now() + 3 * kHour);
+    EXPECT_EQ(history("New - Two", "LastPlayed"), at(3 * kHour));
+    EXPECT_EQ(history("New - Two", "Pending"), at(2 * kHour));
+    EXPECT_EQ(history("new", "LastPlayed"), at(2 * kHour));
+}
+
 TEST_F(HistoryTest, TrackSectionWithoutLastPlayedBehavesAsNeverPlayedWhateverItsCounters) {
     const auto heavy = addTrack("Rock", "a.mp3", "A", "Heavy");
     const auto old = addTrack("Rock", "b.mp3", "B", "Old");
