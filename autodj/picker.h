@@ -7,7 +7,9 @@
 // pickInProgress is set for its duration and listLoading stops it.
 
 #include <string>
+#include <vector>
 
+#include "autodj/library_state.h"
 #include "autodj/pick_random.h"
 #include "core/console.h"
 
@@ -25,15 +27,6 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
                                 core::DateValue targetTime, core::DateValue& previousLastPlayed);
 
 // The console's shuffle, on the console's generator.
-template <typename T>
-void ShuffleArray(core::Console& c, std::vector<T>& values);
-
-}  // namespace tw::autodj
-
-#include "autodj/library_state.h"
-
-namespace tw::autodj {
-
 template <typename T>
 void ShuffleArray(core::Console& c, std::vector<T>& values) {
     ShuffleArray(values, c.library->random);
