@@ -204,7 +204,7 @@ DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t re
             chars = utf16ToChars(text, true);
             break;
         case 3:
-            chars = utf8ToChars(text);
+            chars = utf8ToChars(text, true);
             break;
         default:
             chars = latin1ToChars(text);
