@@ -191,6 +191,7 @@ DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t re
             text.remove_prefix(1);
         }
     }
+    result.encoding = static_cast<std::uint8_t>(encoding);
     if (isPictureFrame(id)) {
         result.value = std::string(text);
         return result;
