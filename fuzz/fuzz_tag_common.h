@@ -13,8 +13,11 @@ namespace tw::fuzz {
 class InputFile {
   public:
     InputFile(const std::uint8_t* data, std::size_t size) {
+        // Memory-backed where there is such a folder: a run writes hundreds of thousands of files.
         const char* tmp = std::getenv("TMPDIR");
-        folder_ = std::string(tmp ? tmp : "/tmp") + "/tw-fuzz-tag-XXXXXX";
+        const std::string base =
+            tmp ? tmp : (::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp");
+        folder_ = base + "/tw-fuzz-tag-XXXXXX";
         if (::mkdtemp(folder_.data()) == nullptr) {
             std::abort();
         }
