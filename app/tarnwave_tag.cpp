@@ -80,6 +80,7 @@ std::string jsonPictures(const tw::tags::MultiFrameData& list) {
 
 void printJson(const clsID3& tag, bool full) {
     std::vector<std::pair<std::string, std::string>> rows;
+    rows.emplace_back("mp3Title", jsonText(tag.mp3Title()));
     for (const auto& f : tw::tags::kFieldNames) {
         rows.emplace_back(std::string(f.name), jsonText(tag.text(f.field)));
     }

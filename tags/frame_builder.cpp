@@ -89,14 +89,15 @@ std::string frameSizeBytes(std::uint64_t size, std::uint8_t revision) {
     return out;
 }
 
-std::string buildFrame(std::string_view id, const std::string& value, std::uint8_t revision) {
+std::string buildFrame(std::string_view id, const std::string& value, std::uint8_t revision,
+                       std::uint8_t pictureEncoding) {
     if (value.empty()) {
         return {};
     }
     const bool comment = isCommentFrame(id);
     std::string payload;
     if (isPictureFrame(id)) {
-        payload = std::string(1, '\0') + value;
+        payload = std::string(1, static_cast<char>(pictureEncoding)) + value;
     } else if (fitsLatin1(value)) {
         payload =
             std::string(1, '\0') + (comment ? std::string("eng\0", 4) : "") + utf8ToLatin1(value);

@@ -16,7 +16,9 @@ std::string genreFrameText(const TagFields& fields);
 // A frame in ISO-8859-1 when the text fits, else UTF-16 with a byte-order mark (revisions 2 and
 // 3) or UTF-8 (revision 4). Comments and lyrics get language "eng" and an empty description;
 // every other frame, links and pictures too, a leading encoding byte.
-std::string buildFrame(std::string_view id, const std::string& value, std::uint8_t revision);
+// A picture is bytes: it keeps the encoding byte it was read with (pictureEncoding).
+std::string buildFrame(std::string_view id, const std::string& value, std::uint8_t revision,
+                       std::uint8_t pictureEncoding = 0);
 std::string frameSizeBytes(std::uint64_t size, std::uint8_t revision);
 
 // The 128 bytes of the ID3v1 tag, or nothing when there is nothing to put in it.

@@ -191,6 +191,7 @@ DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t re
             text.remove_prefix(1);
         }
     }
+    result.encoding = static_cast<std::uint8_t>(encoding);
     if (isPictureFrame(id)) {
         result.value = std::string(text);
         return result;
@@ -204,7 +205,7 @@ DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t re
             chars = utf16ToChars(text, true);
             break;
         case 3:
-            chars = utf8ToChars(text);
+            chars = utf8ToChars(text, true);
             break;
         default:
             chars = latin1ToChars(text);

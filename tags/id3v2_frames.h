@@ -48,6 +48,7 @@ bool signatureAt(std::string_view body, std::size_t pos);
 struct DecodedFrame {
     std::string value;  // UTF-8; for pictures the bytes behind the encoding byte as they are
     bool hasDescription = false;
+    std::uint8_t encoding = 0;  // the encoding byte that was taken, 0 when none
 };
 DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t revision);
 

@@ -93,6 +93,10 @@ void readId3v2Frames(TagFields& fields, std::string_view body, std::uint8_t revi
                     break;
                 case FrameKind::Picture:
                     fields.AttachedPictures.Add(frame.value, std::nullopt, std::nullopt, true);
+                    if (frame.encoding != 0) {
+                        fields.pictureEncodings[std::hash<std::string>{}(frame.value)] =
+                            frame.encoding;
+                    }
                     break;
             }
         }

@@ -4,7 +4,9 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <unordered_map>
 
 #include "tags/multi_frame_data.h"
 
@@ -72,6 +74,9 @@ struct TagFields {
     MultiFrameData CommercialInfo;
     MultiFrameData ArtistURL;
     MultiFrameData AttachedPictures;
+    // The text encoding of pictures read with a description in UTF-16 or UTF-8, by a hash of the
+    // item, so that an unchanged picture is written back with the encoding its bytes are in.
+    std::unordered_map<std::size_t, std::uint8_t> pictureEncodings;
     bool ID3v1Exists = false;
     bool ID3v2Exists = false;
     bool Lyrics3v1Exists = false;
@@ -79,6 +84,11 @@ struct TagFields {
     std::uint8_t revision = 3;
     bool lyricsTimestamps = false;
     AudioState audio;
+
+    std::uint8_t pictureEncoding(const std::string& item) const {
+        auto it = pictureEncodings.find(std::hash<std::string>{}(item));
+        return it == pictureEncodings.end() ? 0 : it->second;
+    }
 
     std::string& operator[](Field f) { return text[static_cast<std::size_t>(f)]; }
     const std::string& operator[](Field f) const { return text[static_cast<std::size_t>(f)]; }
@@ -90,6 +100,7 @@ struct TagFields {
         CommercialInfo.Clear();
         ArtistURL.Clear();
         AttachedPictures.Clear();
+        pictureEncodings.clear();
         ID3v1Exists = ID3v2Exists = Lyrics3v1Exists = Lyrics3v2Exists = false;
         lyricsTimestamps = false;
         revision = 0;

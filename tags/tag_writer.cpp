@@ -133,10 +133,10 @@ class FrameRewriter {
         for (const std::string& id : queue_) {
             if (auto list = listOf(id)) {
                 for (int& i = *list->index; i <= list->data->Count(); ++i) {
-                    body += buildFrame(id, list->data->Item(i), revision_);
+                    body += frame(id, list->data->Item(i));
                 }
             } else {
-                body += buildFrame(id, frameValue(fields_, id), revision_);
+                body += frame(id, frameValue(fields_, id));
             }
         }
     }
@@ -164,6 +164,11 @@ class FrameRewriter {
         }
     }
 
+    std::string frame(const std::string& id, const std::string& value) const {
+        const std::uint8_t encoding = isPictureFrame(id) ? fields_.pictureEncoding(value) : 0;
+        return buildFrame(id, value, revision_, encoding);
+    }
+
     bool inQueue(const std::string& id) const {
         return std::find(queue_.begin(), queue_.end(), id) != queue_.end();
     }
@@ -173,9 +178,9 @@ class FrameRewriter {
 
     std::size_t replace(std::string& body, std::size_t pos, std::size_t extent,
                         const std::string& id, const std::string& value) {
-        const std::string frame = buildFrame(id, value, revision_);
-        body.replace(pos, extent, frame);
-        return pos + frame.size();
+        const std::string built = frame(id, value);
+        body.replace(pos, extent, built);
+        return pos + built.size();
     }
 
     // A frame kept as it is, except that frame-level unsynchronisation is undone, since the new

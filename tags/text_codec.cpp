@@ -13,7 +13,7 @@ std::u32string latin1ToChars(std::string_view bytes) {
     return out;
 }
 
-std::u32string utf8ToChars(std::string_view bytes) {
+std::u32string utf8ToChars(std::string_view bytes, bool endAtCutSequence) {
     std::u32string out;
     out.reserve(bytes.size());
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
@@ -41,6 +41,9 @@ std::u32string utf8ToChars(std::string_view bytes) {
             continue;
         }
         bool ok = i + static_cast<std::size_t>(extra) < n;
+        if (!ok && endAtCutSequence) {
+            break;
+        }
         for (int k = 1; ok && k <= extra; ++k) {
             unsigned char cc = p[i + k];
             if ((cc & 0xC0) != 0x80) {

@@ -10,8 +10,9 @@ namespace tw::tags {
 // Each byte is one ISO-8859-1 character.
 std::u32string latin1ToChars(std::string_view bytes);
 // UTF-8 decoded in full; a byte that starts no valid sequence counts as one ISO-8859-1 character,
-// so that nothing read from a file is dropped.
-std::u32string utf8ToChars(std::string_view bytes);
+// so that nothing read from a file is dropped. With endAtCutSequence, a lead byte with too few
+// bytes left behind it ends the text instead, as a frame cut short has always read.
+std::u32string utf8ToChars(std::string_view bytes, bool endAtCutSequence = false);
 std::string charsToUtf8(std::u32string_view chars);
 // Little-endian (or, with swap, big-endian) 16-bit units; surrogate pairs joined. An odd last
 // byte is dropped.

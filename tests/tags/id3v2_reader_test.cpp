@@ -219,6 +219,22 @@ TEST_F(Id3v2ReaderTest, Utf8DecodedInFullInRevision4) {
     EXPECT_EQ(t.title(), text);
 }
 
+TEST_F(Id3v2ReaderTest, Utf8LeadByteWithoutEnoughBytesEndsTheText) {
+    auto& t = read(id3Tag(4, frame("TIT2",
+                                   "\x03"
+                                   "ab\xE9\x9F",
+                                   4)));
+    EXPECT_EQ(t.title(), "ab");
+}
+
+TEST_F(Id3v2ReaderTest, Utf8InvalidByteInsideIsKeptAsLatin1) {
+    auto& t = read(id3Tag(4, frame("TIT2",
+                                   "\x03"
+                                   "a\xE9zz",
+                                   4)));
+    EXPECT_EQ(t.title(), "a\xC3\xA9zz");
+}
+
 TEST_F(Id3v2ReaderTest, Utf16BigEndianEncodingInRevision4) {
     std::string data("\x02\0A\0B", 5);
     EXPECT_EQ(read(id3Tag(4, frame("TIT2", data, 4))).title(), "AB");

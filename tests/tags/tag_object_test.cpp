@@ -2,6 +2,7 @@
 // order.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "tags/id3_tag.h"
 #include "tests/tags/tag_test_util.h"
@@ -250,6 +251,19 @@ TEST_F(TagObjectTest, StreamAddressGoesIntoArtist) {
     tag.filename("http://example.org:8000/stream");
     EXPECT_EQ(tag.Artist(), "http://example.org:8000/stream");
     EXPECT_EQ(tag.ID3RevisionV2(), 0);
+}
+
+TEST_F(TagObjectTest, NamedPipeDoesNotHoldTheReader) {
+    const auto fifo = dir_ / "pipe.mp3";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0644), 0);
+    clsID3 tag;
+    tag.filename(fifo.string());
+    tag.RefreshID3Tags();
+    EXPECT_EQ(tag.ID3RevisionV2(), 3);
+    EXPECT_FALSE(tag.ID3v2Exists());
+    tag.title("T");
+    tag.UpdateID3Tags();
+    EXPECT_NE(tag.lastWriteError(), "");
 }
 
 TEST_F(TagObjectTest, FileWithoutTagHasRevisionThree) {

@@ -148,7 +148,7 @@ std::string decodedAudio(const std::filesystem::path& file) {
 
 std::filesystem::path corpus(const std::string& name) {
     const char* root = std::getenv("TW_CORPUS");
-    return std::filesystem::path(root ? root : "../shared/corpus") / "tags" / name;
+    return std::filesystem::path(root ? root : TW_TAG_CORPUS_DIR) / "tags" / name;
 }
 
 }  // namespace tw::test

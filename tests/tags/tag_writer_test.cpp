@@ -351,6 +351,21 @@ TEST_F(TagWriterTest, UpdateOfMissingFileCreatesNothing) {
     EXPECT_FALSE(std::filesystem::exists(path()));
 }
 
+TEST_F(TagWriterTest, PictureKeepsTheEncodingOfItsDescription) {
+    // A UTF-8 description: the picture bytes are written back under the same encoding byte.
+    const std::string pic =
+        std::string("\x03image/png\0\x03", 13) + "Bild \xC3\xBC" + std::string("\0PNGDATA", 8);
+    load(id3Tag(4, frame("APIC", pic, 4) + textFrame("TIT2", "T", 4)) + mpegFrames(1));
+    tag_.title("New");
+    EXPECT_NE(update().find(frame("APIC", pic, 4)), std::string::npos);
+    // A picture the caller sets is bytes with no description encoding of its own.
+    MultiFrameData fresh;
+    fresh.Add(std::string("image/png\0\x03\0NEW", 15), std::nullopt, std::nullopt, true);
+    reread().AttachedPictures(fresh);
+    EXPECT_NE(update().find(frame("APIC", std::string("\0image/png\0\x03\0NEW", 16), 4)),
+              std::string::npos);
+}
+
 TEST_F(TagWriterTest, ListFramesAddedForEveryItem) {
     load(mpegFrames(1));
     MultiFrameData links;

@@ -83,12 +83,12 @@ TEST_P(OtherProgramsTest, ReadsTheirValues) {
     EXPECT_EQ(tag.TrackNumber(), "5");
     EXPECT_EQ(tag.ID3v1Exists(), GetParam().id3v1);
     EXPECT_EQ(tag.ID3RevisionV2(), GetParam().revision == 0 ? 3 : GetParam().revision);
-    if (GetParam().revision != 0 || GetParam().id3v1) {
-        // ffmpeg files its comment under a description of its own ("comment" is not the main
-        // comment frame there); lame writes the main one.
-        if (std::string(GetParam().command).empty()) {
-            EXPECT_EQ(tag.Comments(), "A note");
-        }
+    if (std::string(GetParam().command).empty()) {
+        EXPECT_EQ(tag.Comments(), "A note");
+    } else {
+        // ffmpeg files a comment as a user text frame ("TXXX" described "comment"), which
+        // feeds no field.
+        EXPECT_EQ(tag.Comments(), "");
     }
     tag.RefreshID3Tags();
     EXPECT_EQ(tag.SamplingRateFrequency(), 44100);
@@ -117,7 +117,7 @@ TEST_P(OtherProgramsTest, UpdateKeepsAudioAndFfprobeReadsTheNewValues) {
     EXPECT_EQ(test::ffprobeTags(file),
               "title=Neuer Titel \xC3\xA4\nartist=Band \xE9\x9F\xB3\n"
               "album=An album whose name is longer than thirty characters");
-    EXPECT_EQ(test::decodedAudio(file), audioBefore);
+    EXPECT_TRUE(test::decodedAudio(file) == audioBefore) << "audio changed";
     clsID3 back;
     back.filename(file.string());
     EXPECT_EQ(back.title(), "Neuer Titel \xC3\xA4");
@@ -131,10 +131,10 @@ TEST_P(OtherProgramsTest, UpdateKeepsAudioAndFfprobeReadsTheNewValues) {
     EXPECT_EQ(test::ffprobeTags(file),
               "title=Again\nartist=Band \xE9\x9F\xB3\n"
               "album=An album whose name is longer than thirty characters");
-    EXPECT_EQ(test::decodedAudio(file), audioBefore);
+    EXPECT_TRUE(test::decodedAudio(file) == audioBefore) << "audio changed";
     back.DeleteID3Tags();
     EXPECT_EQ(test::ffprobeTags(file), "title=\nartist=\nalbum=");
-    EXPECT_EQ(test::decodedAudio(file), audioBefore);
+    EXPECT_TRUE(test::decodedAudio(file) == audioBefore) << "audio changed";
 }
 
 INSTANTIATE_TEST_SUITE_P(Sources, OtherProgramsTest, ::testing::ValuesIn(kSources),
@@ -152,7 +152,7 @@ TEST(WriterRoundTripTest, UntaggedLameFileGainsTagsFfprobeReads) {
     tag.Album("L");
     tag.UpdateID3Tags();
     EXPECT_EQ(test::ffprobeTags(file), "title=T\nartist=A\nalbum=L");
-    EXPECT_EQ(test::decodedAudio(file), audioBefore);
+    EXPECT_TRUE(test::decodedAudio(file) == audioBefore) << "audio changed";
 }
 
 TEST(WriterRoundTripTest, Revision2FileKeepsItsRevisionAndAudio) {
@@ -171,7 +171,7 @@ TEST(WriterRoundTripTest, Revision2FileKeepsItsRevisionAndAudio) {
     tag.Album("Disc");
     tag.UpdateID3Tags();
     EXPECT_EQ(test::ffprobeTags(file), "title=New\nartist=Who\nalbum=Disc");
-    EXPECT_EQ(test::decodedAudio(file), audioBefore);
+    EXPECT_TRUE(test::decodedAudio(file) == audioBefore) << "audio changed";
     tag.filename(file.string());
     EXPECT_EQ(tag.ID3RevisionV2(), 2);
 }
