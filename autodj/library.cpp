@@ -149,8 +149,8 @@ void pickActivePlaylist(core::Console& c) {
     auto& list = c.form().lstPlaylists;
     for (int i = 0; i < list.listCount(); ++i) {
         if (list.items[static_cast<std::size_t>(i)].text == "VoiceTracks") {
-            // The original paused here to let the new file settle on disk; the encoder runs
-            // detached either way, so the pause guarantees nothing and is left out.
+            // No 100 ms pause before the selection: the encoder runs detached, so a pause
+            // would not make the new file any more certain to be there.
             lstPlaylists_Click(c, i);
             list.listIndex = i;
             return;
