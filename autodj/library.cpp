@@ -1,9 +1,52 @@
 #include "autodj/library.h"
 
+#include <filesystem>
+
+#include "autodj/history.h"
+#include "autodj/library_state.h"
 #include "core/console_ops.h"
+#include "core/failure.h"
+#include "core/format.h"
 #include "core/paths.h"
+#include "core/text.h"
+#include "tags/id3_tag.h"
 
 namespace tw::autodj {
+
+namespace {
+
+std::string categoryFolder(const std::string& category) {
+    return "/Music/" + category + "/";
+}
+
+// The list's folder without its trailing separator, as the file lists keep it.
+std::string listFolder(core::Console& c) {
+    std::string folder = c.AppFolder + c.activeDirectory;
+    if (!folder.empty() && folder.back() == '/') {
+        folder.pop_back();
+    }
+    return folder;
+}
+
+std::int32_t figureAt(const std::vector<std::int32_t>& figures, int itemNumber) {
+    if (itemNumber < 0 || static_cast<std::size_t>(itemNumber) >= figures.size()) {
+        core::failSubscript();
+    }
+    return figures[static_cast<std::size_t>(itemNumber)];
+}
+
+void clearDetails(core::Console& c) {
+    auto& m = c.form();
+    m.txtSearch.text = "Type Search Here";
+    for (core::Element* e : {&m.txtArtistName, &m.txtSongName, &m.txtGenre, &m.txtAlbum,
+                             &m.txtSongYear, &m.txtComposer, &m.txtPublisher, &m.txtRecordLabel,
+                             &m.txtSweeper, &m.txtIntroUntil, &m.txtOutro, &m.txtNextStart}) {
+        e->text.clear();
+        e->hiddenValue.clear();
+    }
+}
+
+}  // namespace
 
 void showplayLists(core::Console& c) {
     auto& m = c.form();
@@ -21,8 +64,145 @@ void showplayLists(core::Console& c) {
 }
 
 void renewRepeatTime(core::Console& c) {
-    // The library's figures come with the library averaging pass.
-    (void)c;
+    // One slot per item number from 1; slot 0 stays unused.
+    const auto size = static_cast<std::size_t>(c.form().lstPlaylist1.listCount()) + 1;
+    auto& lib = *c.library;
+    lib.repeatTime.assign(size, 0);
+    lib.averageSong.assign(size, 0);
+    lib.lapsPerCatagory.assign(size, 0);
+}
+
+void lstPlaylist1_Click(core::Console& c, int index) {
+    auto& list = c.form().lstPlaylist1;
+    if (index < 0 || index >= list.listCount()) {
+        core::failSubscript();
+    }
+    list.listIndex = index;
+    c.activeDirectory = categoryFolder(list.items[static_cast<std::size_t>(index)].text);
+    c.activeCatagoryIndex = index + 1;
+    c.form().fileList1.path = listFolder(c);
+    core::refreshFileList(c.form().fileList1);
+}
+
+void lstPlaylists_Click(core::Console& c, int index) {
+    if (c.screenMode == 2) {
+        return;
+    }
+    try {
+        auto& m = c.form();
+        if (index < 0 || index >= m.lstPlaylists.listCount()) {
+            core::failSubscript();
+        }
+        m.lstPlaylists.listIndex = index;
+        c.activeDirectory =
+            categoryFolder(m.lstPlaylists.items[static_cast<std::size_t>(index)].text);
+        c.activeCatagoryIndex = index + 1;
+        m.fileList.path = listFolder(c);
+        core::refreshFileList(m.fileList);
+
+        const std::int32_t seconds = figureAt(c.library->repeatTime, index + 1);
+        const std::int32_t hours = seconds / 60 / 60;
+        const std::int32_t minutes = seconds / 60 - hours * 60;
+        const std::string repeatText = core::formatNumber(hours, "0#") + " Hours " +
+                                       core::formatNumber(minutes, "0#") + " Minutes";
+
+        const std::int32_t outs = fillSongList(c);
+        m.lblListInfo.caption = std::to_string(m.fileList.listCount()) + " Tracks" +
+                                " | Approxiamate Repeat Time: " + repeatText + "| outs% " +
+                                std::to_string(outs);
+        clearDetails(c);
+    } catch (const std::exception& e) {
+        core::logError(c, "Error in Playlist:" + core::describeFailure(e).description);
+    }
+}
+
+std::int32_t fillSongList(core::Console& c) {
+    auto& m = c.form();
+    m.lstSongs.items.clear();
+    m.lstSongs.listIndex = -1;
+    m.lstBuilderCatagoryList.items.clear();
+    m.lstBuilderCatagoryList.listIndex = -1;
+    auto& files = c.library->trackFiles;
+    files.clear();
+    files.reserve(m.fileList.items.size());
+    double tunedOut = 0;
+    double playCount = 0;
+    for (const auto& item : m.fileList.items) {
+        std::string path = c.AppFolder + c.activeDirectory + item.text;
+        c.id3->filename(path);
+        std::string title = c.id3->returnID3TitleOnly();
+        tunedOut += core::cLngText(readHistory(c, title, kTunedOut, "0"));
+        playCount += core::cLngText(readHistory(c, title, kPlayCount, "0"));
+        files.push_back(std::move(path));
+        m.lstSongs.items.push_back({title, 0, {}, false});
+        m.lstBuilderCatagoryList.items.push_back({std::move(title), 0, {}, false});
+    }
+    if (playCount < 1) {
+        return 0;
+    }
+    // To one decimal first, then to the whole number: both steps take halves to even.
+    const double percent = tunedOut / playCount * 100;
+    return core::cLng(core::roundHalfEven(percent * 10) / 10);
+}
+
+void pickActivePlaylist(core::Console& c) {
+    auto& list = c.form().lstPlaylists;
+    for (int i = 0; i < list.listCount(); ++i) {
+        if (list.items[static_cast<std::size_t>(i)].text == "VoiceTracks") {
+            // No 100 ms pause before the selection: the encoder runs detached, so a pause
+            // would not make the new file any more certain to be there.
+            lstPlaylists_Click(c, i);
+            list.listIndex = i;
+            return;
+        }
+    }
+}
+
+void cmdSearch_Click(core::Console& c) {
+    auto& m = c.form();
+    core::refreshFileList(m.fileList);
+    fillSongList(c);
+    const std::string& search = m.txtSearch.text;
+    if (search.empty()) {
+        return;
+    }
+    bool first = true;
+    for (int i = 0; i < m.lstSongs.listCount(); ++i) {
+        auto& item = m.lstSongs.items[static_cast<std::size_t>(i)];
+        item.selected = core::containsText(item.text, search);
+        if (item.selected && first) {
+            // The list shows the selection's row: this brings the first match into view.
+            m.lstSongs.listIndex = i;
+            first = false;
+        }
+    }
+}
+
+void fileList_DragDrop(core::Console& c, const std::vector<std::string>& files) {
+    if (c.pickInProgress) {
+        return;
+    }
+    try {
+        namespace fs = std::filesystem;
+        for (const auto& file : files) {
+            const fs::path target =
+                fs::path(c.AppFolder + c.activeDirectory) / fs::path(file).filename();
+            // Copied beside the target first, so that a failed copy never leaves half a file.
+            const fs::path partial = target.string() + ".part";
+            std::error_code ec;
+            fs::copy_file(file, partial, fs::copy_options::overwrite_existing, ec);
+            if (!ec) {
+                fs::rename(partial, target, ec);
+            }
+            if (ec) {
+                fs::remove(partial, ec);
+                throw core::Failure(core::kErrPathFileAccess, "Path/File access error");
+            }
+        }
+        core::refreshFileList(c.form().fileList);
+    } catch (const std::exception& e) {
+        core::logError(c, "Error in file drop: " + core::describeFailure(e).description);
+    }
 }
 
 }  // namespace tw::autodj

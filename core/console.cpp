@@ -1,12 +1,17 @@
 #include "core/console.h"
 
+#include "autodj/library_state.h"
 #include "playout/tick_calls.h"
 #include "support/console_layout.h"
+#include "tags/id3_tag.h"
 
 namespace tw::core {
 
 Console::Console(std::string appFolder, Services services)
-    : AppFolder(std::move(appFolder)), svc(services) {
+    : AppFolder(std::move(appFolder)),
+      svc(services),
+      id3(std::make_unique<tags::clsID3>()),
+      library(std::make_unique<autodj::LibraryState>()) {
     tickCalls = playout::makeConsoleTickCalls(*this);
     support::applyDesignLayout(*this);
 

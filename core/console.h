@@ -23,6 +23,13 @@
 #include "core/settings_store.h"
 #include "core/trash.h"
 
+namespace tw::tags {
+class clsID3;
+}
+namespace tw::autodj {
+struct LibraryState;
+}
+
 namespace tw::core {
 
 // The services a console is handed. None is owned by the console.
@@ -139,6 +146,11 @@ class Console {
     std::string activeDirectory;
     std::int32_t activeCatagoryIndex = 0;
     std::int32_t screenMode = 0;
+    // The one tag object of the console: re-pointed at each file it reads. After a pick it still
+    // holds the chosen file, which the callers read at once.
+    std::unique_ptr<tags::clsID3> id3;
+    // The per-category figures, the song list's paths and the picker's generator.
+    std::unique_ptr<autodj::LibraryState> library;
 
     // --- voice track recording -------------------------------------------------------------
     std::vector<std::uint8_t> recordBuffer;

@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 
+#include "autodj/library.h"
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
 #include "core/settings_store.h"
@@ -48,15 +49,27 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
         {"cmdTrackList", [](core::Console& c, MouseButton, double) { showPanel(c, 1); }},
         {"cmdRotationList", [](core::Console& c, MouseButton, double) { showPanel(c, 2); }},
         {"cmdPlaylistBuilder", [](core::Console& c, MouseButton, double) { showPanel(c, 3); }},
+        {"cmdAddPlayList",
+         [](core::Console& c, MouseButton, double) {
+             showPanel(c, 1);
+             autodj::createCatagory(c);
+         }},
+        {"cmdCalculate",
+         [](core::Console& c, MouseButton, double) { autodj::cmdCalculate(c, false); }},
+        {"cmdSearch", [](core::Console& c, MouseButton, double) { autodj::cmdSearch_Click(c); }},
     };
     return actions;
 }
 
-void afterSelect(core::Console& c, std::string_view name) {
+void afterSelect(core::Console& c, std::string_view name, int row) {
     if (name == "flRotations") {
         autodj::flRotations_Click(c);
     } else if (name == "lstRotationOrList") {
         autodj::lstRotationOrList_Click(c);
+    } else if (row >= 0 && name == "lstPlaylists") {
+        autodj::lstPlaylists_Click(c, row);
+    } else if (row >= 0 && name == "lstPlaylist1") {
+        autodj::lstPlaylist1_Click(c, row);
     }
 }
 
@@ -94,7 +107,29 @@ bool select(core::Console& c, std::string_view name, int row) {
         }
         e->listIndex = row;
     }
-    afterSelect(c, name);
+    afterSelect(c, name, row);
+    return true;
+}
+
+bool keyDown(core::Console& c, std::string_view name, std::string_view key) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (name == "lstPlaylists" && key == "Delete") {
+        autodj::deleteCatagory(c);
+    }
+    return true;
+}
+
+bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::string>& files) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (name == "fileList") {
+        autodj::fileList_DragDrop(c, files);
+    }
     return true;
 }
 

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/console.h"
 
@@ -24,6 +25,10 @@ bool press(core::Console& c, std::string_view name, MouseButton button = MouseBu
 bool select(core::Console& c, std::string_view name, int row);
 // A key released anywhere on the console (key codes: F1 112 ... F10 121).
 bool keyUp(core::Console& c, int keyCode);
+// A key pressed on an element ("Delete"); false for no such element.
+bool keyDown(core::Console& c, std::string_view name, std::string_view key);
+// Files dropped on an element, as full paths; false for no such element.
+bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::string>& files);
 // Sets the text of a text box and runs its change action.
 bool type(core::Console& c, std::string_view name, const std::string& text);
 

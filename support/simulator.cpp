@@ -5,6 +5,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "autodj/picker.h"
 #include "core/startup.h"
 #include "core/text.h"
 #include "support/actions.h"
@@ -127,12 +128,23 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
         return true;
     }
     if (cmd == "key") {
+        // "key 120" releases a key on the console (F9); "key lstPlaylists Delete" presses a
+        // named key on an element.
         double code = 0;
-        if (!parseNumber(rest, code) || code != std::floor(code) || code < 0 || code > 255) {
-            error = "key needs a key code such as 120 (F9)";
+        if (parseNumber(rest, code)) {
+            if (code != std::floor(code) || code < 0 || code > 255) {
+                error = "key needs a key code such as 120 (F9)";
+                return false;
+            }
+            keyUp(c, static_cast<int>(code));
+            return true;
+        }
+        std::string name, key;
+        splitCommand(rest, name, key);
+        if (name.empty() || key.empty() || !keyDown(c, name, key)) {
+            error = "key needs a key code, or an element and a key name, not \"" + rest + "\"";
             return false;
         }
-        keyUp(c, static_cast<int>(code));
         return true;
     }
     if (cmd == "select") {
@@ -160,6 +172,35 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
             error = "type: no element \"" + name + "\"";
             return false;
         }
+        return true;
+    }
+    if (cmd == "drop") {
+        std::string name, paths;
+        splitCommand(rest, name, paths);
+        std::vector<std::string> files;
+        std::istringstream list(paths);
+        for (std::string path; list >> path;) {
+            files.push_back(path);
+        }
+        if (name.empty() || files.empty() || !dropFiles(c, name, files)) {
+            error = "drop needs an element and at least one path";
+            return false;
+        }
+        return true;
+    }
+    if (cmd == "pick") {
+        // pick CATEGORY [YYYY-MM-DD HH:MM:SS]: the slot's time defaults to the present.
+        std::string category, when;
+        splitCommand(rest, category, when);
+        core::DateValue target = c.now();
+        if (category.empty() || (!when.empty() && !core::parseDate(when, target))) {
+            error = "pick needs a category and an optional date, not \"" + rest + "\"";
+            return false;
+        }
+        core::EventScope event(settings_);
+        core::DateValue previous = 0;
+        const std::string path = autodj::pickSongForCatagory(c, category, target, previous);
+        out << "picked " << (path.empty() ? "<none>" : path) << "\n";
         return true;
     }
     if (cmd == "answer") {

@@ -7,6 +7,10 @@
 //   key CODE                  a key released (120 is F9)
 //   select ELEMENT ROW
 //   type ELEMENT TEXT
+//   key ELEMENT KEY           a key on an element ("key lstPlaylists Delete")
+//   drop ELEMENT PATH...      files dropped on an element (paths without blanks)
+//   pick CATEGORY [DATE]      runs the song picker for a slot at DATE ("YYYY-MM-DD HH:MM:SS",
+//                             default now) and prints "picked PATH" or "picked <none>"
 //   answer TEXT               queues the answer of the next prompt
 //   dump [NAME]               the console's state and surface (or one element or variable) as JSON
 //   unload                    runs Form_Unload

@@ -55,6 +55,9 @@ audio::DeviceInfo FakeEngine::getInfo() {
 audio::Handle FakeEngine::streamCreateFile(const std::string& path, std::uint64_t, std::uint64_t,
                                            std::uint32_t flags) {
     calls.push_back("streamCreateFile " + path + " " + std::to_string(flags));
+    if (auto it = fileSeconds.find(path); it != fileSeconds.end()) {
+        return addStream(it->second);
+    }
     return fail(0);
 }
 

@@ -31,6 +31,9 @@ class FakeEngine final : public audio::Engine {
     void remove(audio::Handle h) { channels_.erase(h); }
     bool has(audio::Handle h) const { return channels_.count(h) != 0; }
 
+    // Files that open as decoding streams of the given seconds; any other path fails to open.
+    std::map<std::string, double> fileSeconds;
+
     std::vector<std::string> calls;  // "encodeStop 7", "mixerStreamCreate", ...
     int count(const std::string& prefix) const;
     audio::DeviceInfo deviceInfo{10, 40, 9, true};

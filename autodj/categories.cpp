@@ -1,0 +1,90 @@
+// Making and removing categories.
+
+#include <algorithm>
+#include <filesystem>
+
+#include "autodj/library.h"
+#include "autodj/rotations.h"
+#include "core/console_ops.h"
+#include "core/text.h"
+
+namespace tw::autodj {
+
+namespace {
+
+constexpr const char* kEnterName = "Enter Name Here";
+
+void setUpCreateFolder(core::Console& c) {
+    auto& d = c.ui.dialog;
+    d.frmDialog.tag = "playlist";
+    d.cmdCreate.caption = "Create Catagory";
+    d.cmdCancel.caption = "Cancel";
+    d.lblExplanation.caption = "Enter new Catagory List Below and Press Create Create Catagory";
+    d.txtInputData.text = kEnterName;
+}
+
+void refreshLibraryLists(core::Console& c) {
+    auto& m = c.form();
+    core::refreshFileList(m.dirList);
+    showplayLists(c);
+}
+
+}  // namespace
+
+void createCatagory(core::Console& c) {
+    setUpCreateFolder(c);
+    auto& d = c.ui.dialog;
+    d.frmDialog.visible = true;
+    const auto answer =
+        c.svc.prompter->askName(d.cmdCreate.caption, d.lblExplanation.caption, d.txtInputData.text);
+    d.frmDialog.visible = false;
+    if (!answer) {
+        return;
+    }
+    d.txtInputData.text = *answer;
+    if (answer->empty() || *answer == kEnterName) {
+        return;
+    }
+    std::error_code ec;
+    std::filesystem::create_directories(c.AppFolder + "/Music/" + *answer, ec);
+    if (ec) {
+        core::logError(c, "Error in Create Catagory: " + ec.message());
+        return;
+    }
+    showplayLists(c);
+    renewRepeatTime(c);
+    auto& m = c.form();
+    core::refreshFileList(m.fileList);
+    core::refreshFileList(m.fileList1);
+    showRotationIcons(c);
+}
+
+void deleteCatagory(core::Console& c) {
+    auto& m = c.form();
+    const int index = m.lstPlaylists.listIndex;
+    if (index < 0 || index >= m.lstPlaylists.listCount()) {
+        return;
+    }
+    const std::string name = m.lstPlaylists.items[static_cast<std::size_t>(index)].text;
+    std::error_code ec;
+    std::filesystem::create_directories(c.AppFolder + "/Deleted", ec);
+    const core::Answer answer = c.svc.prompter->messageBox(
+        "Are you sure you want to DELETE this folder and all its contents?", "",
+        core::MessageButtons::OkCancel, core::MessageIcon::Question);
+    if (answer != core::Answer::Ok) {
+        return;
+    }
+    core::moveToRecycle(c, c.AppFolder + "/Music/" + name, 0, true);
+    auto& rows = m.lstRotation.rows;
+    rows.erase(std::remove_if(rows.begin(), rows.end(),
+                              [&](const core::GridRow& row) {
+                                  return row.cells.size() > 1 && core::trim(row.cells[1]) == name;
+                              }),
+               rows.end());
+    if (m.lstRotation.row >= m.lstRotation.rowCount()) {
+        m.lstRotation.row = m.lstRotation.rowCount() - 1;
+    }
+    refreshLibraryLists(c);
+}
+
+}  // namespace tw::autodj

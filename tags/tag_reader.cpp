@@ -1,0 +1,38 @@
+#include "tags/tag_reader.h"
+
+#include <sys/stat.h>
+
+namespace tw::tags {
+
+void readTags(TagFields& fields, const std::string& path, ReadDepth depth) {
+    fields.resetTags();
+    if (depth == ReadDepth::Full) {
+        fields.audio = AudioState{};
+    }
+    // A stream address is no file: the console shows it where the artist would stand.
+    if (path.find("http://") != std::string::npos) {
+        fields[Field::Artist] = path;
+        return;
+    }
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) {
+        return;
+    }
+    FileReader file(path);
+    if (!file.isOpen()) {
+        fields.revision = 3;
+        return;
+    }
+    const Id3v2Header header = readId3v2(fields, file);
+    const std::int64_t audioEnd = readTail(fields, file, depth);
+    if (depth == ReadDepth::Light) {
+        return;
+    }
+    std::int64_t scanStart = 1;
+    if (header.valid) {
+        scanStart = 11 + static_cast<std::int64_t>(header.size) + (header.footerFlag ? 10 : 0);
+    }
+    scanMpegAudio(fields.audio, file, scanStart, audioEnd);
+}
+
+}  // namespace tw::tags

@@ -1,0 +1,34 @@
+#pragma once
+// A console on a station folder with a music library: categories as folders, tracks as tiny MPEG
+// files whose ID3v2 tag carries artist and title, and history written through the console.
+
+#include <string>
+#include <vector>
+
+#include "autodj/library.h"
+#include "autodj/library_state.h"
+#include "core/console_ops.h"
+#include "tests/testlib/console_fixture.h"
+
+namespace tw::test {
+
+class StationFixture : public ConsoleFixture {
+  protected:
+    // A folder under Music.
+    std::string addCategory(const std::string& name);
+    // A track in a category's folder with an ID3v2.3 tag (no tag when both texts are empty).
+    std::string addTrack(const std::string& category, const std::string& fileName,
+                         const std::string& artist, const std::string& title);
+    // The console with its library lists built as start-up builds them.
+    core::Console& open();
+    // A value in played.ini, through the console's settings store.
+    void setHistory(const std::string& section, const std::string& key, const std::string& value);
+    std::string history(const std::string& section, const std::string& key,
+                        const std::string& def = "<none>");
+    // The item number (from 0) of a category on lstPlaylist1.
+    int categoryIndex(const std::string& name);
+    // Log lines of app.log without their time stamp: the text between the date and the final "#".
+    std::vector<std::string> logTexts() const;
+};
+
+}  // namespace tw::test

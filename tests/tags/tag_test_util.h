@@ -1,0 +1,45 @@
+#pragma once
+// Byte-level builders for tag test files, and runners for the outside programs the tests check
+// against (lame, sox, ffmpeg, ffprobe).
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tw::test {
+
+// One ID3v2 frame. revision 2 gives a 3-letter header, 3 a plain size, 4 a 7-bit size.
+std::string frame(const std::string& id, const std::string& data, int revision,
+                  std::uint8_t flags2 = 0);
+// A text frame with encoding byte 0.
+std::string textFrame(const std::string& id, const std::string& text, int revision);
+// The 10-byte header for a body of the given size.
+std::string id3Header(int revision, std::uint8_t flags, std::uint32_t size);
+std::string id3Tag(int revision, const std::string& body, std::uint8_t flags = 0);
+
+// A 128-byte ID3v1 tag from raw 30/30/30/4/30-byte fields and a genre byte.
+std::string id3v1(const std::string& title, const std::string& artist, const std::string& album,
+                  const std::string& year, const std::string& comment, std::uint8_t genre);
+
+// Bytes of one MPEG 1 Layer III frame, 128 kbit/s, 44.1 kHz (417 bytes), stereo unless mono.
+std::string mpegFrame(bool mono = false);
+// Several such frames.
+std::string mpegFrames(int count);
+
+// Runs a command (arguments split by the shell: tests pass fixed, quoted paths) and gives its
+// standard output; exitCode receives the status.
+std::string run(const std::string& command, int* exitCode = nullptr);
+std::string quoted(const std::filesystem::path& p);
+
+// A tone encoded by lame with the extra lame arguments, in folder/name.
+std::filesystem::path lameTone(const std::filesystem::path& folder, const std::string& name,
+                               const std::string& lameArgs = "");
+// title, artist and album as ffprobe reads them ("title=...\nartist=...\nalbum=...").
+std::string ffprobeTags(const std::filesystem::path& file);
+// The decoded PCM of the file, as ffmpeg gives it.
+std::string decodedAudio(const std::filesystem::path& file);
+
+std::filesystem::path corpus(const std::string& name);
+
+}  // namespace tw::test
