@@ -16,8 +16,10 @@ struct Place {
     const char* container;
 };
 
-// Design places, in pixels of the 896 x 641 console. Elements of the three panels carry the
-// panel's name so that they hide with it.
+// Design places, in pixels of the 896 x 641 console. Elements of the three panels (and of the two
+// detail frames of the track list) carry their frame's name so that they hide with it. The
+// helper lists the console keeps hidden (dirList, fileList, fileList1, lstPlaylist1,
+// flRotations, flPlaylists) have no place.
 const Place kPlaces[] = {
     {"lblDateTime", 8, 6, 250, 20, ""},
     {"cmdAutoManual", 266, 4, 90, 26, ""},
@@ -64,7 +66,14 @@ const Place kPlaces[] = {
     {"chkEnableSchedule", 678, 202, 116, 20, ""},
     {"cmdViewStatistics", 800, 198, 88, 28, ""},
 
-    {"lstPlaylists", 8, 232, 162, 328, ""},
+    {"lstPlaylists", 8, 232, 162, 208, ""},
+    {"txtSendText", 8, 446, 162, 22, ""},
+    {"cmdSendMessage", 8, 472, 78, 24, ""},
+    {"cmdSayIt", 92, 472, 78, 24, ""},
+    {"cmdRecord", 8, 500, 78, 28, ""},
+    {"cmdVoiceTrack", 92, 500, 78, 28, ""},
+    {"picMicLevel", 8, 532, 162, 12, ""},
+    {"pctMainVolume", 8, 548, 162, 12, ""},
     {"frmTrackList", 176, 232, 712, 330, ""},
     {"frmRotationList", 176, 232, 712, 330, ""},
     {"frmPlaylistBuilder", 176, 232, 712, 330, ""},
@@ -80,6 +89,25 @@ const Place kPlaces[] = {
     {"cmdCalculate", 282, 532, 100, 28, "frmTrackList"},
     {"frmNameTitleArtist", 484, 232, 404, 296, "frmTrackList"},
     {"frmMoreInfo", 484, 232, 404, 296, "frmTrackList"},
+    {"txtArtistName", 492, 244, 388, 24, "frmNameTitleArtist"},
+    {"txtSongName", 492, 278, 388, 24, "frmNameTitleArtist"},
+    {"txtAlbum", 492, 312, 388, 24, "frmNameTitleArtist"},
+    {"txtGenre", 492, 346, 388, 24, "frmNameTitleArtist"},
+    {"txtSongYear", 492, 380, 388, 24, "frmNameTitleArtist"},
+    {"txtComposer", 492, 414, 388, 24, "frmNameTitleArtist"},
+    {"txtPublisher", 492, 448, 388, 24, "frmNameTitleArtist"},
+    {"txtRecordLabel", 492, 482, 388, 24, "frmNameTitleArtist"},
+    {"lblSweepStart", 492, 244, 120, 22, "frmMoreInfo"},
+    {"txtSweeper", 616, 244, 110, 22, "frmMoreInfo"},
+    {"lblIntroUntil", 492, 272, 120, 22, "frmMoreInfo"},
+    {"txtIntroUntil", 616, 272, 110, 22, "frmMoreInfo"},
+    {"lblOutroUntil", 492, 300, 120, 22, "frmMoreInfo"},
+    {"txtOutro", 616, 300, 110, 22, "frmMoreInfo"},
+    {"lblNextStart", 492, 328, 120, 22, "frmMoreInfo"},
+    {"txtNextStart", 616, 328, 110, 22, "frmMoreInfo"},
+    {"lblSweepId", 732, 244, 148, 22, "frmMoreInfo"},
+    {"cmboSweeperList", 732, 272, 148, 22, "frmMoreInfo"},
+    {"flSweepers", 492, 360, 388, 160, "frmMoreInfo"},
     {"cmdArtistSongAlbum", 484, 532, 96, 28, "frmTrackList"},
     {"cmdMoreInfo", 584, 532, 96, 28, "frmTrackList"},
     {"cmdUpdateTag", 684, 532, 100, 28, "frmTrackList"},
@@ -94,7 +122,11 @@ const Place kPlaces[] = {
     {"cmdAddPlayList", 484, 532, 40, 28, "frmPlaylistBuilder"},
     {"lblLastPlayed", 528, 536, 360, 20, "frmPlaylistBuilder"},
 
-    {"lblListInfo", 8, 566, 880, 18, ""},
+    {"lblShowData", 176, 232, 712, 330, ""},
+    {"lblListInfo", 8, 566, 410, 18, ""},
+    {"optSamplerMode(0)", 424, 566, 150, 18, ""},
+    {"optSamplerMode(1)", 578, 566, 150, 18, ""},
+    {"optSamplerMode(2)", 732, 566, 156, 18, ""},
     {"pctPreviewPlayer", 8, 588, 250, 20, ""},
     {"pctPreviewMarkers", 8, 612, 250, 16, ""},
     {"cmdPreviewSelected", 264, 588, 90, 40, ""},

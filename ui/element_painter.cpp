@@ -81,12 +81,15 @@ void paintDrawing(QPainter& p, const Element& e) {
 }
 
 void paintPictureButton(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
     if (!e.drawing.empty()) {
+        // A button that grew with the window since it was last painted keeps its role's picture
+        // under the old drawing, so it never shows a bare corner.
+        paintImageRole(p, r, e.image == core::ImageRole::None ? core::ImageRole::Gray : e.image);
         paintDrawing(p, e);
         return;
     }
     // Not painted by the logic yet: its role and captions, centred.
-    const QRectF r = rectOf(e);
     paintImageRole(p, r, e.image == core::ImageRole::None ? core::ImageRole::Gray : e.image);
     p.setFont(consoleFont(e.fontSize, e.fontBold));
     p.setPen(textColor(e));

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "core/startup.h"
+#include "support/size_form_controls.h"
 
 namespace tw::ui {
 
@@ -40,6 +41,8 @@ QtStation::~QtStation() {
 void QtStation::load() {
     core::EventScope event(settings_);
     core::Form_Load(*console_);
+    // A window already larger than the design (sized before the load) gets its layout now.
+    support::resizeConsole(*console_, window_->width(), window_->height());
 }
 
 void QtStation::unload() {
