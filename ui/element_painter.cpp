@@ -174,6 +174,33 @@ void paintList(QPainter& p, const Element& e) {
         [&](int i) { return i == e.listIndex || e.items[static_cast<std::size_t>(i)].selected; });
 }
 
+// A tick box at the left of a cell, ticked or not.
+void paintTickBox(QPainter& p, const QRectF& cell, bool ticked) {
+    const double side = std::min(11.0, cell.height() - 2);
+    const QRectF box(cell.left() + 1, cell.center().y() - side / 2, side, side);
+    p.save();
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(kBorder.darker(150), 1));
+    p.setBrush(Qt::white);
+    p.drawRect(box);
+    if (ticked) {
+        p.setPen(QPen(Qt::black, 2));
+        p.drawLine(QPointF(box.left() + 2, box.center().y()),
+                   QPointF(box.center().x() - 1, box.bottom() - 2));
+        p.drawLine(QPointF(box.center().x() - 1, box.bottom() - 2),
+                   QPointF(box.right() - 2, box.top() + 2));
+    }
+    p.restore();
+}
+
+double gridColumnWidth(const Element& e) {
+    std::size_t columns = e.columns.size();
+    for (const auto& row : e.rows) {
+        columns = std::max(columns, row.cells.size());
+    }
+    return columns == 0 ? 0 : (e.rect.width - 2) / static_cast<double>(columns);
+}
+
 void paintGrid(QPainter& p, const Element& e) {
     const QRectF r = rectOf(e);
     paintBox(p, r, consoleColor(e.backColor));
@@ -199,11 +226,15 @@ void paintGrid(QPainter& p, const Element& e) {
         p.drawText(cellRect(c, header), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                    qs(e.columns[c]));
     }
+    const bool ticks = hasTickColumn(e);
     paintLines(
         p, rows, e.rowCount(), e,
         [&](QPainter& pp, int i, const QRectF& line) {
             const auto& row = e.rows[static_cast<std::size_t>(i)];
-            for (std::size_t c = 0; c < row.cells.size(); ++c) {
+            if (ticks) {
+                paintTickBox(pp, cellRect(0, line), row.checked);
+            }
+            for (std::size_t c = ticks ? 1 : 0; c < row.cells.size(); ++c) {
                 pp.drawText(cellRect(c, line.adjusted(-2, 0, 2, 0)),
                             Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                             qs(row.cells[c]));
@@ -296,6 +327,23 @@ void paintFrame(QPainter& p, const Element& e) {
 }
 
 }  // namespace
+
+bool hasTickColumn(const Element& e) {
+    // The rotation's first column ("Sweeper") is a tick per row.
+    return e.kind == ElementKind::Grid && e.name == "lstRotation";
+}
+
+int columnAt(const Element& e, double x) {
+    const double width = gridColumnWidth(e);
+    if (e.kind != ElementKind::Grid || width <= 0) {
+        return -1;
+    }
+    const double across = x - e.rect.left - 1;
+    if (across < 0 || across >= e.rect.width - 2) {
+        return -1;
+    }
+    return static_cast<int>(across / width);
+}
 
 int rowAt(const Element& e, double y) {
     const int count = isGrid(e) ? e.rowCount() : e.listCount();

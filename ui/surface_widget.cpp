@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "autodj/rotations.h"
 #include "core/settings_store.h"
 #include "support/actions.h"
 #include "support/console_layout.h"
@@ -180,6 +181,11 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
         // A click on a row selects it (and runs the list's click); between rows it does nothing.
         if (t.row >= 0) {
             support::select(console_, name, t.row);
+            if (hasTickColumn(*t.element) && columnAt(*t.element, at.x()) == 0) {
+                // A click on the tick box of the rotation's sweeper column ticks it.
+                core::EventScope scope(*console_.svc.settings);
+                autodj::toggleRotationSweeper(console_, t.row);
+            }
         }
         drag_.press(name, t.row);
         afterAction("select", name);

@@ -311,5 +311,23 @@ TEST_F(ConsoleHandsTest, TheDeleteKeyOnTheCategoriesAsksAndDeletesTheCategory) {
     EXPECT_EQ(actions.back(), std::make_pair(std::string("key"), std::string("lstPlaylists")));
 }
 
+TEST_F(ConsoleHandsTest, AClickOnARotationRowsTickBoxTicksItsSweeper) {
+    categories({"Jazz", "Rock"});
+    loadAndShow();
+    const Element& rotation = c().form().lstRotation;
+    dragLeft(rowPoint(c().form().lstPlaylists, 0), centre(rotation));
+    ASSERT_EQ(rotation.rowCount(), 1);
+    const bool before = rotation.rows[0].checked;
+    const QPoint row = rowPoint(rotation, 0);
+    const QPoint tick(static_cast<int>(rotation.rect.left) + 6, row.y());
+    ASSERT_EQ(columnAt(rotation, tick.x()), 0);
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, tick);
+    EXPECT_NE(rotation.rows[0].checked, before);
+    // A click on the category's own column only selects the row.
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, row);
+    EXPECT_NE(rotation.rows[0].checked, before);
+    EXPECT_EQ(rotation.row, 0);
+}
+
 }  // namespace
 }  // namespace tw::ui
