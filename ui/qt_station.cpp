@@ -24,12 +24,14 @@ QtStation::QtStation(std::string folder, std::unique_ptr<audio::Engine> engine)
     s.trash = &trash_;
     console_ = std::make_unique<core::Console>(std::move(folder), s);
     window_ = std::make_unique<SurfaceWidget>(*console_);
+    status_ = std::make_unique<StatusWindow>(*console_, window_.get());
     prompter_.setParentWindow(window_.get());
 }
 
 QtStation::~QtStation() {
     try {
         unload();
+        status_.reset();
         window_.reset();
         settings_.flush();
     } catch (const std::exception& e) {
