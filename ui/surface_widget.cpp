@@ -1,5 +1,6 @@
 #include "ui/surface_widget.h"
 
+#include <QDesktopServices>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QHelpEvent>
@@ -26,7 +27,10 @@
 namespace tw::ui {
 
 SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* parent)
-    : QWidget(parent), console_(console), drag_(console) {
+    : QWidget(parent),
+      console_(console),
+      drag_(console),
+      openUrl_([](const QUrl& url) { QDesktopServices::openUrl(url); }) {
     const QSize design(static_cast<int>(support::kDesignWidth),
                        static_cast<int>(support::kDesignHeight));
     // The console never shrinks below its design.
@@ -43,6 +47,10 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     });
     repaint_.start();
     syncTitle();
+}
+
+QUrl SurfaceWidget::helpPage() {
+    return QUrl::fromLocalFile(QStringLiteral(TW_HELP_PAGE));
 }
 
 void SurfaceWidget::syncTitle() {
@@ -192,6 +200,9 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     } else {
         // The pointer's place across the element, for the bars that seek.
         support::press(console_, name, button, at.x() - t.element->rect.left);
+        if (name == "cmdHelp" && button == support::MouseButton::Left) {
+            openUrl_(helpPage());
+        }
         afterAction("press", name);
     }
 }

@@ -10,6 +10,7 @@
 #include <QRect>
 #include <QRegion>
 #include <QTimer>
+#include <QUrl>
 #include <QWidget>
 #include <cstddef>
 #include <functional>
@@ -42,6 +43,12 @@ class SurfaceWidget final : public QWidget {
     using ActionObserver = std::function<void(const std::string& action, const std::string& name)>;
     void setActionObserver(ActionObserver observer) { observer_ = std::move(observer); }
 
+    // cmdHelp opens the console's help page through this (the desktop's default browser unless
+    // replaced, as the tests do).
+    using UrlOpener = std::function<void(const QUrl&)>;
+    void setUrlOpener(UrlOpener opener) { openUrl_ = std::move(opener); }
+    static QUrl helpPage();
+
   protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -73,6 +80,7 @@ class SurfaceWidget final : public QWidget {
     core::Console& console_;
     ListDrag drag_;
     ActionObserver observer_;
+    UrlOpener openUrl_;
     std::string keyTarget_;  // the list last clicked: the Delete key goes to it
     QTimer repaint_;
     // The last look, in the order of the form's element list (a fixed order).

@@ -329,5 +329,19 @@ TEST_F(ConsoleHandsTest, AClickOnARotationRowsTickBoxTicksItsSweeper) {
     EXPECT_EQ(rotation.row, 0);
 }
 
+TEST_F(ConsoleHandsTest, HelpOpensTheHelpPageInTheBrowser) {
+    loadAndShow();
+    std::vector<QUrl> opened;
+    window().setUrlOpener([&](const QUrl& url) { opened.push_back(url); });
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().cmdHelp));
+    ASSERT_EQ(opened.size(), 1u);
+    EXPECT_EQ(opened[0], SurfaceWidget::helpPage());
+    ASSERT_TRUE(opened[0].isLocalFile());
+    EXPECT_TRUE(fs::is_regular_file(opened[0].toLocalFile().toStdString()));
+    // Other buttons open nothing.
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().cmdMute));
+    EXPECT_EQ(opened.size(), 1u);
+}
+
 }  // namespace
 }  // namespace tw::ui
