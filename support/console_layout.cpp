@@ -19,7 +19,8 @@ struct Place {
 // Design places, in pixels of the 896 x 641 console. Elements of the three panels (and of the two
 // detail frames of the track list) carry their frame's name so that they hide with it. The
 // helper lists the console keeps hidden (dirList, fileList, fileList1, lstPlaylist1,
-// flRotations, flPlaylists) have no place.
+// flRotations, flPlaylists) have no place. The strip under the panels (from 562) is kept free
+// for the message line the console prints on the form itself.
 const Place kPlaces[] = {
     {"lblDateTime", 8, 6, 250, 20, ""},
     {"cmdAutoManual", 266, 4, 90, 26, ""},
@@ -123,24 +124,24 @@ const Place kPlaces[] = {
     {"lblLastPlayed", 528, 536, 360, 20, "frmPlaylistBuilder"},
 
     {"lblShowData", 176, 232, 712, 330, ""},
-    {"lblListInfo", 8, 566, 410, 18, ""},
-    {"optSamplerMode(0)", 424, 566, 150, 18, ""},
-    {"optSamplerMode(1)", 578, 566, 150, 18, ""},
-    {"optSamplerMode(2)", 732, 566, 156, 18, ""},
-    {"pctPreviewPlayer", 8, 588, 250, 20, ""},
-    {"pctPreviewMarkers", 8, 612, 250, 16, ""},
-    {"cmdPreviewSelected", 264, 588, 90, 40, ""},
-    {"cmdPlayActiveSong", 358, 588, 60, 40, ""},
-    {"cmdSampler(1)", 424, 588, 44, 40, ""},
-    {"cmdSampler(2)", 470, 588, 44, 40, ""},
-    {"cmdSampler(3)", 516, 588, 44, 40, ""},
-    {"cmdSampler(4)", 562, 588, 44, 40, ""},
-    {"cmdSampler(5)", 608, 588, 44, 40, ""},
-    {"cmdSampler(6)", 654, 588, 44, 40, ""},
-    {"cmdSampler(7)", 700, 588, 44, 40, ""},
-    {"cmdSampler(8)", 746, 588, 44, 40, ""},
-    {"cmdSampler(9)", 792, 588, 44, 40, ""},
-    {"cmdSampler(10)", 838, 588, 50, 40, ""},
+    {"lblListInfo", 8, 578, 410, 16, ""},
+    {"optSamplerMode(0)", 424, 578, 150, 16, ""},
+    {"optSamplerMode(1)", 578, 578, 150, 16, ""},
+    {"optSamplerMode(2)", 732, 578, 156, 16, ""},
+    {"pctPreviewPlayer", 8, 596, 250, 20, ""},
+    {"pctPreviewMarkers", 8, 620, 250, 16, ""},
+    {"cmdPreviewSelected", 264, 596, 90, 40, ""},
+    {"cmdPlayActiveSong", 358, 596, 60, 40, ""},
+    {"cmdSampler(1)", 424, 596, 44, 40, ""},
+    {"cmdSampler(2)", 470, 596, 44, 40, ""},
+    {"cmdSampler(3)", 516, 596, 44, 40, ""},
+    {"cmdSampler(4)", 562, 596, 44, 40, ""},
+    {"cmdSampler(5)", 608, 596, 44, 40, ""},
+    {"cmdSampler(6)", 654, 596, 44, 40, ""},
+    {"cmdSampler(7)", 700, 596, 44, 40, ""},
+    {"cmdSampler(8)", 746, 596, 44, 40, ""},
+    {"cmdSampler(9)", 792, 596, 44, 40, ""},
+    {"cmdSampler(10)", 838, 596, 50, 40, ""},
 };
 
 void paintPlayers(core::Console& c) {

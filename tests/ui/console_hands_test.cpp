@@ -12,6 +12,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QUrl>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -20,11 +21,13 @@
 #include <vector>
 
 #include "audio/null_engine.h"
+#include "core/console_ops.h"
 #include "support/console_layout.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
 #include "ui/qt_station.h"
+#include "ui/visible_elements.h"
 
 namespace tw::ui {
 namespace {
@@ -341,6 +344,58 @@ TEST_F(ConsoleHandsTest, HelpOpensTheHelpPageInTheBrowser) {
     // Other buttons open nothing.
     QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().cmdMute));
     EXPECT_EQ(opened.size(), 1u);
+}
+
+// Pixels of r whose colour is close to the given one.
+int pixelsNear(const QImage& image, const QRect& r, const QColor& colour) {
+    int n = 0;
+    for (int y = r.top(); y <= r.bottom(); ++y) {
+        for (int x = r.left(); x <= r.right(); ++x) {
+            const QColor p = image.pixelColor(x, y);
+            n += std::abs(p.red() - colour.red()) + std::abs(p.green() - colour.green()) +
+                     std::abs(p.blue() - colour.blue()) <
+                 90;
+        }
+    }
+    return n;
+}
+
+TEST_F(ConsoleHandsTest, TheMessageLineIsReadableUnderThePanels) {
+    loadAndShow();
+    core::printMessageOnScreen(c(), "Rotation saved as Morning Drive");
+    const core::PrintedText& line = c().form().frmTarnDesk.drawing.texts.at(0);
+    const QRect strip(static_cast<int>(line.x), static_cast<int>(line.y), 200, 12);
+    // Nothing stands over it.
+    for (int x = strip.left(); x <= strip.right(); x += 4) {
+        for (int y = strip.top(); y <= strip.bottom(); y += 2) {
+            ASSERT_EQ(elementAt(c().form(), x, y), nullptr) << x << "," << y;
+        }
+    }
+    auto ink = [&](const QImage& image) {
+        int n = 0;
+        for (int y = strip.top(); y <= strip.bottom(); ++y) {
+            for (int x = strip.left(); x <= strip.right(); ++x) {
+                n += image.pixelColor(x, y).lightness() < 140;
+            }
+        }
+        return n;
+    };
+    EXPECT_GT(ink(grab()), 60);
+    c().form().frmTarnDesk.drawing.clear();
+    EXPECT_EQ(ink(grab()), 0);
+}
+
+TEST_F(ConsoleHandsTest, ATimeLeftLabelIsDrawnInTheColourItFlashesTo) {
+    loadAndShow();
+    core::Element& left = c().form().lblTimeLeft1;
+    left.caption = "00:12.0";
+    left.foreColor = 0x0000FF;  // red, as the console numbers colours (blue in the high byte)
+    const QImage red = grab();
+    EXPECT_GT(pixelsNear(red, area(left), QColor(0xFF, 0, 0)), 15);
+    left.foreColor = 0;
+    const QImage black = grab();
+    EXPECT_EQ(pixelsNear(black, area(left), QColor(0xFF, 0, 0)), 0);
+    EXPECT_GT(pixelsNear(black, area(left), Qt::black), 15);
 }
 
 }  // namespace
