@@ -198,6 +198,7 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
         drag_.press(name, t.row);
         afterAction("select", name);
     } else {
+        keyTarget_.clear();  // the focus went to something else than a list
         // The pointer's place across the element, for the bars that seek.
         support::press(console_, name, button, at.x() - t.element->rect.left);
         if (name == "cmdHelp" && button == support::MouseButton::Left) {

@@ -314,6 +314,29 @@ TEST_F(ConsoleHandsTest, TheDeleteKeyOnTheCategoriesAsksAndDeletesTheCategory) {
     EXPECT_EQ(actions.back(), std::make_pair(std::string("key"), std::string("lstPlaylists")));
 }
 
+TEST_F(ConsoleHandsTest, TheDeleteKeyAfterAClickElsewhereDeletesNothing) {
+    categories({"Jazz", "Rock"});
+    loadAndShow();
+    const Element& cats = c().form().lstPlaylists;
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, rowPoint(cats, 1));
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().cmdMute));
+    actions.clear();
+    bool asked = false;
+    QTimer refuse;  // a confirmation, if one came, is refused so the test ends
+    refuse.setInterval(10);
+    QObject::connect(&refuse, &QTimer::timeout, [&] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            asked = true;
+            box->reject();
+        }
+    });
+    refuse.start();
+    QTest::keyClick(&window(), Qt::Key_Delete);
+    EXPECT_FALSE(asked);
+    EXPECT_TRUE(actions.empty());
+    EXPECT_TRUE(fs::exists(dir / "Music" / cats.items[1].text));
+}
+
 TEST_F(ConsoleHandsTest, AClickOnARotationRowsTickBoxTicksItsSweeper) {
     categories({"Jazz", "Rock"});
     loadAndShow();
