@@ -60,12 +60,12 @@ const Place kPlaces[] = {
     {"cmdDefaultSweeper", 734, 150, 154, 40, ""},
 
     {"cmdTrackList", 8, 198, 150, 28, ""},
-    {"cmdRotationList", 164, 198, 150, 28, ""},
-    {"cmdPlaylistBuilder", 320, 198, 150, 28, ""},
-    {"cmdNewRotation", 476, 198, 100, 28, ""},
-    {"cmdRotationSchedule", 582, 198, 90, 28, ""},
-    {"chkEnableSchedule", 678, 202, 116, 20, ""},
-    {"cmdViewStatistics", 800, 198, 88, 28, ""},
+    {"cmdRotationList", 164, 198, 184, 28, ""},
+    {"cmdPlaylistBuilder", 354, 198, 124, 28, ""},
+    {"cmdNewRotation", 484, 198, 96, 28, ""},
+    {"cmdRotationSchedule", 586, 198, 72, 28, ""},
+    {"chkEnableSchedule", 664, 202, 108, 20, ""},
+    {"cmdViewStatistics", 778, 198, 110, 28, ""},
 
     {"lstPlaylists", 8, 232, 162, 208, ""},
     {"txtSendText", 8, 446, 162, 22, ""},
@@ -116,10 +116,10 @@ const Place kPlaces[] = {
 
     {"lstBuilderCatagoryList", 176, 232, 300, 328, "frmPlaylistBuilder"},
     {"lstPlayListBuilder", 484, 232, 404, 262, "frmPlaylistBuilder"},
-    {"cmdLoadPlaylist", 484, 498, 100, 28, "frmPlaylistBuilder"},
-    {"cmdSavePlaylist", 588, 498, 100, 28, "frmPlaylistBuilder"},
-    {"cmdResetPlaylist", 692, 498, 96, 28, "frmPlaylistBuilder"},
-    {"cmdDeleteItem", 792, 498, 96, 28, "frmPlaylistBuilder"},
+    {"cmdLoadPlaylist", 484, 498, 93, 28, "frmPlaylistBuilder"},
+    {"cmdSavePlaylist", 580, 498, 93, 28, "frmPlaylistBuilder"},
+    {"cmdResetPlaylist", 676, 498, 101, 28, "frmPlaylistBuilder"},
+    {"cmdDeleteItem", 780, 498, 108, 28, "frmPlaylistBuilder"},
     {"cmdAddPlayList", 484, 532, 40, 28, "frmPlaylistBuilder"},
     {"lblLastPlayed", 528, 536, 360, 20, "frmPlaylistBuilder"},
 

@@ -10,6 +10,17 @@
 
 namespace tw::ui {
 
+// Font sizes are points on a 96-dpi design, so a point is 4/3 of a design pixel whatever the
+// screen's own resolution. The captions are placed by a rule that counts characters instead of
+// measuring them, made for a narrow face: a condensed face keeps them inside their buttons.
+QFont consoleFont(int points, bool bold) {
+    QFont f;
+    f.setPixelSize(std::max(1, static_cast<int>(std::lround((points > 0 ? points : 8) * 4.0 / 3))));
+    f.setBold(bold);
+    f.setStretch(QFont::SemiCondensed);
+    return f;
+}
+
 namespace {
 
 using core::Element;
@@ -20,17 +31,6 @@ const QColor kSelection(0x33, 0x66, 0xCC);
 
 QString qs(const std::string& s) {
     return QString::fromStdString(s);
-}
-
-// Font sizes are points on a 96-dpi design, so a point is 4/3 of a design pixel whatever the
-// screen's own resolution. The captions are placed by a rule that counts characters instead of
-// measuring them, made for a narrow face: a condensed face keeps them inside their buttons.
-QFont consoleFont(int points, bool bold) {
-    QFont f;
-    f.setPixelSize(std::max(1, static_cast<int>(std::lround((points > 0 ? points : 8) * 4.0 / 3))));
-    f.setBold(bold);
-    f.setStretch(QFont::SemiCondensed);
-    return f;
 }
 
 QRectF rectOf(const Element& e) {

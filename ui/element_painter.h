@@ -4,12 +4,16 @@
 //
 // Thread contract: console thread only (reads the surface).
 
+#include <QFont>
 #include <QPainter>
 #include <QRectF>
 
 #include "core/forms.h"
 
 namespace tw::ui {
+
+// The face the console's texts are drawn in, at a size in points of the console's design.
+QFont consoleFont(int points, bool bold);
 
 // One element at its rect: picture buttons from their drawing (or their role and captions when
 // nothing is drawn yet), labels, pictures with their fills and printed texts, lists, grids, text

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QFontMetricsF>
 #include <QImage>
 #include <QTest>
 #include <filesystem>
@@ -12,9 +13,11 @@
 #include <vector>
 
 #include "audio/null_engine.h"
+#include "core/console_ops.h"
 #include "support/console_layout.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/qt_app.h"
+#include "ui/element_painter.h"
 #include "ui/qt_station.h"
 #include "ui/visible_elements.h"
 
@@ -159,6 +162,39 @@ TEST_F(ConsoleLayoutRenderTest, TheFaultCheckFindsAButtonMovedOntoAnother) {
     EXPECT_EQ(faults[0], "cmdSkipNow overlaps cmdMute");
     c().form().cmdMute.rect.left = 880;
     EXPECT_EQ(layoutFaults(c().form(), 896, 641).front(), "cmdMute lies outside the window");
+}
+
+// Printed lines of the painted buttons that do not fit their button as the window draws them.
+std::vector<std::string> clippedCaptions(core::MainForm& form) {
+    std::vector<std::string> clipped;
+    for (const Element* e : drawnElements(form)) {
+        if (e->kind != ElementKind::PictureButton) {
+            continue;
+        }
+        for (const core::PrintedText& t : e->drawing.texts) {
+            const double width = QFontMetricsF(consoleFont(t.fontSize, t.bold))
+                                     .horizontalAdvance(QString::fromStdString(t.text));
+            if (t.x < 0 || t.x + width > e->rect.width) {
+                clipped.push_back(e->name + " \"" + t.text + "\"");
+            }
+        }
+    }
+    return clipped;
+}
+
+TEST_F(ConsoleLayoutRenderTest, EveryPaintedCaptionFitsItsButton) {
+    loadAndShow();
+    for (QSize size : {QSize(896, 641), QSize(1344, 962)}) {
+        window().resize(size);
+        forEveryPanel([&](const std::string& state) {
+            for (const std::string& caption : clippedCaptions(c().form())) {
+                ADD_FAILURE() << size.width() << " wide, " << state << ": " << caption;
+            }
+        });
+    }
+    // The check sees a caption too long for its button.
+    core::printOnButton(c().form().cmdMic, core::ImageRole::Gray, "A caption far too long for it");
+    EXPECT_EQ(clippedCaptions(c().form()).size(), 1u);
 }
 
 }  // namespace
