@@ -60,10 +60,17 @@ void paintBox(QPainter& p, const QRectF& r, const QColor& fill) {
 }
 
 // The fills and printed texts of a picture or painted button, relative to its top left corner.
-void paintDrawing(QPainter& p, const Element& e) {
+// How a drawing made for an older size of its element is fitted to the present one: fills are
+// stretched by (sx, sy), printed lines moved by (dx, dy). One to one for a drawing of its size.
+struct DrawingFit {
+    double sx = 1, sy = 1, dx = 0, dy = 0;
+};
+
+void paintDrawing(QPainter& p, const Element& e, const DrawingFit& fit = {}) {
     const QRectF r = rectOf(e);
     for (const core::Fill& f : e.drawing.fills) {
-        const QRectF area(r.left() + f.x, r.top() + f.y, f.width, f.height);
+        const QRectF area(r.left() + f.x * fit.sx, r.top() + f.y * fit.sy, f.width * fit.sx,
+                          f.height * fit.sy);
         if (f.image == core::ImageRole::None) {
             p.fillRect(area, consoleColor(f.color));
         } else {
@@ -75,7 +82,7 @@ void paintDrawing(QPainter& p, const Element& e) {
         p.setFont(font);
         p.setPen(consoleColor(t.color));
         const double lineHeight = QFontMetricsF(font).height();
-        p.drawText(QRectF(r.left() + t.x, r.top() + t.y, 10000, lineHeight),
+        p.drawText(QRectF(r.left() + t.x + fit.dx, r.top() + t.y + fit.dy, 10000, lineHeight),
                    Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, qs(t.text));
     }
 }
@@ -83,10 +90,20 @@ void paintDrawing(QPainter& p, const Element& e) {
 void paintPictureButton(QPainter& p, const Element& e) {
     const QRectF r = rectOf(e);
     if (!e.drawing.empty()) {
-        // A button that grew with the window since it was last painted keeps its role's picture
-        // under the old drawing, so it never shows a bare corner.
-        paintImageRole(p, r, e.image == core::ImageRole::None ? core::ImageRole::Gray : e.image);
-        paintDrawing(p, e);
+        // A painted button is its role's picture stretched over it with its lines centred. One
+        // painted before the window last changed its size (the console repaints only some
+        // buttons on a resize) still shows so: its picture stretched to the present size and its
+        // lines moved by half the growth, which keeps them centred.
+        DrawingFit fit;
+        if (!e.drawing.fills.empty()) {
+            const core::Fill& base = e.drawing.fills.front();
+            if (base.image != core::ImageRole::None && base.x == 0 && base.y == 0 &&
+                base.width > 0 && base.height > 0) {
+                fit = {r.width() / base.width, r.height() / base.height,
+                       (r.width() - base.width) / 2, (r.height() - base.height) / 2};
+            }
+        }
+        paintDrawing(p, e, fit);
         return;
     }
     // Not painted by the logic yet: its role and captions, centred.

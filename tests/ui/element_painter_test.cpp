@@ -186,5 +186,31 @@ TEST_F(ElementPainterTest, ColumnOfAGridIsFoundAcrossIt) {
     EXPECT_EQ(columnAt(form.lstPlaylists, 12), -1);
 }
 
+TEST_F(ElementPainterTest, AButtonPaintedAtAnOlderSizeIsStretchedToItsPresentOne) {
+    core::Element& b = form.cmdSkipNow;
+    b.rect = {10, 10, 100, 30};
+    core::printOnButton(b, ImageRole::Blue, "NEXT");
+    b.rect = {10, 10, 150, 45};  // grown since, not repainted
+    const QImage image = paint();
+    // The far corner is the role's blue, not the form.
+    const QColor corner = image.pixelColor(10 + 150 - 3, 10 + 45 - 3);
+    EXPECT_GT(corner.blue(), corner.red() + 40) << corner.name().toStdString();
+    // The caption stays about the middle: its ink is centred within a few pixels.
+    double sumX = 0, sumY = 0;
+    int n = 0;
+    for (int y = 10; y < 55; ++y) {
+        for (int x = 10; x < 160; ++x) {
+            if (image.pixelColor(x, y).lightness() < 90) {
+                sumX += x;
+                sumY += y;
+                ++n;
+            }
+        }
+    }
+    ASSERT_GT(n, 20);
+    EXPECT_NEAR(sumX / n, 10 + 75, 8);
+    EXPECT_NEAR(sumY / n, 10 + 22.5, 8);
+}
+
 }  // namespace
 }  // namespace tw::ui
