@@ -16,7 +16,7 @@ for t in "${targets[@]}"; do
     work=$(mktemp -d)
     seeds=fuzz/corpus/${t#fuzz_}
     run=$secs
-    case "$t" in fuzz_tag_*) [ "$run" -lt 60 ] && run=60 ;; esac
+    if [[ "$t" == fuzz_tag_* && "$run" -lt 60 ]]; then run=60; fi
     echo "== $t for ${run}s (seeds: $seeds)"
     "build-fuzz/fuzz/$t" -max_total_time="$run" -timeout=10 -rss_limit_mb=2048 \
         -artifact_prefix="build-fuzz/$t-" "$work" "$seeds" 2>&1 | tail -n 3
