@@ -2,6 +2,7 @@
 
 #include "autodj/rotations.h"
 #include "core/settings_store.h"
+#include "support/actions.h"
 
 namespace tw::ui {
 
@@ -16,13 +17,15 @@ void ListDrag::press(const std::string& name, int row) {
     if (name == "lstPlaylists" && row < m.lstPlaylists.listCount()) {
         source_ = name;
         category_ = m.lstPlaylists.items[static_cast<std::size_t>(row)].text;
-    } else if (name == "lstRotation" || name == "lstPlaylist") {
+    } else if (name == "lstRotation" || name == "lstPlaylist" || name == "lstSongs" ||
+               name == "lstBuilderCatagoryList") {
         source_ = name;
     }
 }
 
 void ListDrag::move(const std::string& name, int row) {
-    if (source_.empty() || name != source_ || row < 0 || row == row_ || source_ == "lstPlaylists") {
+    if (source_.empty() || name != source_ || row < 0 || row == row_ || source_ == "lstPlaylists" ||
+        source_ == "lstSongs" || source_ == "lstBuilderCatagoryList") {
         return;
     }
     core::EventScope event(*console_.svc.settings);
@@ -43,6 +46,10 @@ void ListDrag::release(const std::string& name, int row) {
         // The category goes in at the row it lands on, or after the last row.
         console_.form().lstRotation.row = row;
         autodj::dropCategoryOnRotation(console_, category_);
+    } else if ((source == "lstSongs" || source == "lstBuilderCatagoryList") &&
+               (name == "lblplayer1" || name == "lblPlayer2")) {
+        // A track taken from a list onto a player that is not on the air.
+        support::dragElement(console_, source, name);
     } else if (source == "lstRotation" && moved_) {
         core::EventScope event(*console_.svc.settings);
         autodj::releaseRotationDrag(console_);
