@@ -13,12 +13,16 @@
 #include "core/text.h"
 #include "tags/field_names.h"
 #include "tags/id3_tag.h"
+#include "tags/text_codec.h"
 
 namespace {
 
 using tw::tags::clsID3;
 
-std::string jsonText(const std::string& s) {
+// Bytes that are no UTF-8 (picture data, a value set by hand) are shown as the ISO-8859-1
+// characters they would be, so that the output is always valid JSON.
+std::string jsonText(const std::string& raw) {
+    const std::string s = tw::tags::charsToUtf8(tw::tags::utf8ToChars(raw));
     std::string out = "\"";
     for (unsigned char c : s) {
         switch (c) {

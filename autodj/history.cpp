@@ -34,18 +34,27 @@ double checkedDivide(double numerator, double denominator) {
 }
 
 void planPick(core::Console& c, const std::string& trackName, const std::string& artistKey,
-              core::DateValue plannedTime) {
-    std::string earlier = readHistory(c, trackName, kLastPlayed, "");
-    if (earlier.empty()) {
-        earlier = "empty";
-    }
+              core::DateValue plannedTime, core::DateValue previousLastPlayed) {
     const std::string planned = core::generalDate(plannedTime);
+    const std::string earlier = core::diffSeconds(previousLastPlayed, plannedTime) == 0
+                                    ? std::string("empty")
+                                    : core::generalDate(previousLastPlayed);
     writeHistory(c, trackName, kLastPlayed, planned);
-    writeHistory(c, trackName, kPending, earlier);
     writeHistory(c, artistKey, kLastPlayed, planned);
     // The artist's rollback is the track's own earlier date: a withdrawal restores the artist to
     // the date of this track, not to the artist's own last play.
+    writeHistory(c, trackName, kPending, earlier);
     writeHistory(c, artistKey, kPending, earlier);
+}
+
+void planPick(core::Console& c, const std::string& trackName, const std::string& artistKey,
+              core::DateValue plannedTime) {
+    const std::string earlier = readHistory(c, trackName, kLastPlayed, "");
+    core::DateValue previous = plannedTime;
+    if (!earlier.empty()) {
+        previous = core::cDate(earlier);
+    }
+    planPick(c, trackName, artistKey, plannedTime, previous);
 }
 
 void releasePlan(core::Console& c, const std::string& trackName, const std::string& artistKey) {

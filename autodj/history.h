@@ -33,6 +33,10 @@ double checkedDivide(double numerator, double denominator);
 // time; Pending = the track's earlier date, or "empty" when it had none.
 void planPick(core::Console& c, const std::string& trackName, const std::string& artistKey,
               core::DateValue plannedTime);
+// The same with the picker's previousLastPlayed: when it equals the planned time to the second
+// (the picker's answer for a track with no history) the rollback is "empty", otherwise its date.
+void planPick(core::Console& c, const std::string& trackName, const std::string& artistKey,
+              core::DateValue plannedTime, core::DateValue previousLastPlayed);
 // Re-Pick gives up the old track of a slot: track and artist Pending = "no", LastPlayed = now.
 // The new track is then planned with planPick.
 void releasePlan(core::Console& c, const std::string& trackName, const std::string& artistKey);

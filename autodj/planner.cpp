@@ -1,20 +1,242 @@
 #include "autodj/planner.h"
 
+#include "autodj/history.h"
+#include "autodj/picker.h"
+#include "autodj/rotations.h"
+#include "core/console_ops.h"
+#include "core/failure.h"
+#include "core/format.h"
 #include "core/paths.h"
 #include "core/text.h"
+#include "playout/stream_time.h"
+#include "playout/track_scan.h"
+#include "support/stream_address.h"
+#include "tags/cue_data.h"
+#include "tags/id3_tag.h"
 
 namespace tw::autodj {
 
+namespace {
+
+void markRow(core::Element& grid, int row) {
+    for (int i = 0; i < grid.rowCount(); ++i) {
+        grid.rows[static_cast<std::size_t>(i)].selected = i == row;
+    }
+}
+
+// The length of a file as its time text and seconds, through a stream of its own.
+void measure(core::Console& c, const std::string& path, std::string& text, float& seconds) {
+    audio::Engine& e = c.engine();
+    const audio::Handle h = playout::openStream(e, path, 0, 0, audio::kStreamDecode, path);
+    seconds = playout::cbass_time(e).GetDuration(h);
+    text = playout::GetTime(seconds);
+    e.streamFree(h);
+}
+
+core::GridRow listRow(const clsTrackListing& t, const char* repick) {
+    core::GridRow row;
+    row.cells = {core::formatDate(t.timeOn, "HH:MM.SS AMPM"), t.trackName, t.trackLength, repick};
+    row.checked = t.sweeperChecked;
+    return row;
+}
+
+void setRow(core::Element& grid, int i, core::GridRow row) {
+    if (i < 0) {
+        return;
+    }
+    if (i >= grid.rowCount()) {
+        grid.rows.resize(static_cast<std::size_t>(i) + 1);
+    }
+    row.selected = grid.rows[static_cast<std::size_t>(i)].selected;
+    grid.rows[static_cast<std::size_t>(i)] = std::move(row);
+}
+
+clsTrackListing& record(core::Console& c, int i) {
+    if (i < 0 || i >= static_cast<int>(c.trackList.size())) {
+        core::failSubscript();
+    }
+    return c.trackList[static_cast<std::size_t>(i)];
+}
+
+}  // namespace
+
 void loadNextSong(core::Console& c, std::int16_t flag) {
-    // Nothing to load until the running list is picked from the library.
-    (void)c;
-    (void)flag;
+    auto& m = c.form();
+    try {
+        int row = c.rotationPosition;
+        if (c.listMode == 0) {
+            if (flag == 0) {
+                if (c.rotationPosition + 1 < m.lstRotation.rowCount()) {
+                    ++c.rotationPosition;
+                } else {
+                    c.rotationPosition = 0;
+                }
+                m.lstRotation.row = c.rotationPosition;
+                if (m.lstRotation.rowCount() > 0) {
+                    markRow(m.lstRotation, c.rotationPosition);
+                    markRow(m.lstPlaylist, c.rotationPosition);
+                }
+            } else {
+                c.rotationPosition = m.lstRotation.row;
+            }
+            row = c.rotationPosition;
+        } else if (c.listMode == -1) {
+            auto& list = m.lstPlaylist;
+            if (list.rowCount() > 0 && list.row < 0) {
+                list.row = 0;
+            }
+            row = list.row;
+            markRow(list, row);
+            // In a playlist the selection rests one row ahead of the loaded row.
+            if (flag == 0 && list.rowCount() > 0) {
+                list.row = row + 1 >= list.rowCount() ? 0 : row + 1;
+            }
+        }
+
+        clsTrackListing& t = record(c, row);
+        c.id3->filename(t.trackPath);
+        tags::clsMp3TagData tag;
+        c.id3->returnID3Tag(tag);
+        const std::int32_t outs = core::cLngText(readHistory(c, tag.mp3Title, kTunedOut, "0"));
+        const std::int32_t count = core::cLngText(readHistory(c, tag.mp3Title, kPlayCount, "0"));
+
+        int player = 0;
+        if (c.activePlayer == 1) {
+            player = 2;
+        } else if (c.activePlayer == 2 || c.activePlayer == 0) {
+            player = 1;
+        }
+        if (player != 0) {
+            core::Element& pick = player == 2 ? m.cmdPlayer2Pick : m.cmdPlayer1Pick;
+            core::Element& button = player == 2 ? m.lblPlayer2 : m.lblplayer1;
+            std::string& song = player == 2 ? c.nextSong2 : c.nextSong1;
+            std::string& songName = player == 2 ? c.nextSongName2 : c.nextSongName1;
+            audio::Handle& stream = player == 2 ? c.player2Stream : c.player1Stream;
+            pick.caption = "LastPlayed: " + core::generalDate(t.trackLastPlayed) +
+                           " Outs:" + std::to_string(outs) + " Count:" + std::to_string(count);
+            if (support::fileExists(t.trackPath)) {
+                song = t.trackPath;
+                songName = tag.mp3Title;
+                core::printOnButton(button, core::ImageRole::Gray, tag.Artist, tag.songName);
+            } else if (t.trackIsURL) {
+                song = t.trackPath;
+                songName = t.trackPath;
+                core::printOnButton(button, core::ImageRole::Gray, tag.Artist);
+            } else {
+                // Neither a file nor an address: the player keeps what it had.
+                return;
+            }
+            // In manual mode the old handle is overwritten without being freed.
+            if (c.automated() && stream != 0) {
+                c.engine().streamFree(stream);
+                stream = 0;
+            }
+            stream = playout::openStream(c.engine(), song, 0, 0, audio::kStreamDecode, song);
+            core::Element& timeLeft = player == 2 ? m.lblTimeLeft2 : m.lblTimeLeft1;
+            timeLeft.caption = "00:00.0";
+            core::CueRecord& cue = player == 2 ? c.cueRecord2 : c.cueRecord1;
+            cue = tags::readCueRecord(c, song);
+            const std::int32_t end = playout::SetTrackStart(c, song, stream);
+            // A cue point in the tag always wins over the trim.
+            if (cue.nextStart == 0) {
+                cue.nextStart = static_cast<float>(end);
+            }
+            playout::drawCueMarkers(c, stream, player == 2 ? m.pctMarkers2 : m.pctMarkers1, cue);
+            timeLeft.foreColor = 0;
+        }
+        if (c.listMode == 0) {
+            UpdateTrackList(c, flag);
+        }
+    } catch (const std::exception& e) {
+        core::logError(c, "error Loading Next Song:" + core::describeFailure(e).description);
+    }
+}
+
+void UpdateTrackList(core::Console& c, std::int16_t flag) {
+    auto& m = c.form();
+    const int current = m.lstRotation.row;
+    int x = -1;
+    std::string path;
+    try {
+        if (m.lstRotation.rows.empty() || flag != 0 || c.trackList.empty()) {
+            return;
+        }
+        const int rows = std::min(m.lstPlaylist.rowCount(), static_cast<int>(c.trackList.size()));
+        if (rows == 0) {
+            return;
+        }
+        // Only the slot just behind the position is replanned, for its next lap.
+        x = current == 0 ? rows - 1 : current - 1;
+        if (x < 0 || x >= rows) {
+            return;
+        }
+        clsTrackListing& t = c.trackList[static_cast<std::size_t>(x)];
+        const clsTrackListing& prev =
+            c.trackList[static_cast<std::size_t>(x == 0 ? rows - 1 : x - 1)];
+        // Unlike the first build, the crossfade is not taken off here.
+        t.timeOn = core::addSeconds(prev.timeOn, timeToSeconds(prev.trackLength));
+        core::DateValue previous = 0;
+        path = pickSongForCatagory(c, t.trackCatagory, t.timeOn, previous);
+        c.id3->filename(path);
+        tags::clsMp3TagData tag;
+        c.id3->returnID3Tag(tag);
+        t.trackName = tag.mp3Title;
+        t.trackPath = path;
+        t.trackLastPlayed = previous;
+        float seconds = 0;
+        measure(c, path, t.trackLength, seconds);
+        std::string artist = tag.Artist;
+        planRefill(c, t.trackName, makeArtist(artist), t.timeOn, previous);
+        setRow(m.lstPlaylist, x, listRow(t, "clickToRepick"));
+    } catch (const std::exception& e) {
+        core::logError(c, "error in UpdateTrackList:" + core::describeFailure(e).description +
+                              "TrackList Size:" + std::to_string(c.trackList.size()) +
+                              " CurrentX:" + std::to_string(x) + " currentFile:" + path +
+                              "position:" + std::to_string(c.rotationPosition));
+    }
 }
 
 void rePickItem(core::Console& c, int i) {
-    // Rows are re-picked once the song picker is in place.
-    (void)c;
-    (void)i;
+    auto& m = c.form();
+    try {
+        clsTrackListing& t = record(c, i);
+        if (i > 0) {
+            const clsTrackListing& prev = record(c, i - 1);
+            // Only a re-pick writes trackLengthInSeconds: for a row never re-picked this adds
+            // nothing, and the retiming that follows puts the time right.
+            t.timeOn = core::addSeconds(prev.timeOn, prev.trackLengthInSeconds);
+        } else {
+            t.timeOn = nextStartTime(c);
+        }
+        if (core::diffYears(t.timeOn, c.now()) > 3) {
+            t.timeOn = c.now();
+        }
+        std::string oldArtist = t.trackArtist;
+        releasePlan(c, t.trackName, makeArtist(oldArtist));
+        if (i < m.lstRotation.rowCount()) {
+            const auto& cells = m.lstRotation.rows[static_cast<std::size_t>(i)].cells;
+            t.trackCatagory = cells.size() > 1 ? cells[1] : std::string();
+        }
+        if (i < m.lstPlaylist.rowCount()) {
+            auto& cells = m.lstPlaylist.rows[static_cast<std::size_t>(i)].cells;
+            cells.resize(std::max<std::size_t>(cells.size(), 4));
+            cells[1] = "Repicking Song";
+        }
+        core::DateValue previous = 0;
+        const std::string path = pickSongForCatagory(c, t.trackCatagory, t.timeOn, previous);
+        c.id3->filename(path);
+        tags::clsMp3TagData tag;
+        c.id3->returnID3Tag(tag);
+        t.trackName = tag.mp3Title;
+        t.trackPath = path;
+        t.trackLastPlayed = previous;
+        measure(c, path, t.trackLength, t.trackLengthInSeconds);
+        std::string artist = tag.Artist;
+        planPick(c, t.trackName, makeArtist(artist), t.timeOn, previous);
+        setRow(m.lstPlaylist, i, listRow(t, "ClickToRepick"));
+    } catch (const std::exception& e) {
+        core::logError(c, "error in rePickItem:" + core::describeFailure(e).description);
+    }
 }
 
 core::DateValue nextStartTime(core::Console& c) {
@@ -41,6 +263,43 @@ std::int32_t timeToSeconds(std::string_view text) {
     const double m = core::val(core::token(":", 2, text));
     const double s = core::val(core::token(":", 3, text));
     return core::cLng(h * 3600 + m * 60 + s);
+}
+
+void lstPlaylist_MouseDown(core::Console& c, int column) {
+    auto& m = c.form();
+    try {
+        const int row = m.lstPlaylist.row;
+        const bool selected = row >= 0 && row < m.lstPlaylist.rowCount();
+        if (c.listMode == 0 && column == 3 && selected) {
+            rePickItem(c, row);
+            retimeTrackList(c, 1, 0);
+            loadNextSong(c, -1);
+            c.redrawPending = true;
+        }
+        if (column == 1 && selected) {
+            std::string lastPlayed, percentage;
+            returnLastPlayedData(c, record(c, row).trackPath, lastPlayed, percentage);
+            m.lblShowData.caption =
+                "lastPlayed: " + lastPlayed + "\n" + "  TuneOutPercentage: " + percentage;
+            m.lblShowData.visible = true;
+        }
+        if (column == 0 && selected) {
+            // The preview player comes with its own part of the console; until then no preview
+            // is running after the call.
+            auto& cells = m.lstPlaylist.rows[static_cast<std::size_t>(row)].cells;
+            cells.resize(std::max<std::size_t>(cells.size(), 4));
+            cells[3] = "ClickToRepick";
+        }
+    } catch (const std::exception& e) {
+        core::logError(c, "error in lstPlaylistMouseDown:" + core::describeFailure(e).description);
+    }
+}
+
+void lstPlaylist_MouseUp(core::Console& c) {
+    if (c.redrawPending) {
+        showTrackList(c);
+        c.redrawPending = false;
+    }
 }
 
 }  // namespace tw::autodj

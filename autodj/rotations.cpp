@@ -4,6 +4,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "autodj/history.h"
+#include "autodj/picker.h"
 #include "autodj/planner.h"
 #include "autodj/rotation_file.h"
 #include "core/atomic_file.h"
@@ -11,7 +13,9 @@
 #include "core/failure.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "playout/stream_time.h"
 #include "support/name_dialog.h"
+#include "tags/id3_tag.h"
 
 namespace tw::autodj {
 
@@ -123,8 +127,60 @@ void loadList(core::Console& c, std::string& name) {
 }
 
 void PickRotationSong(core::Console& c) {
-    // The picks come with the song picker; until then the running list keeps its rows unpicked.
-    (void)c;
+    auto& m = c.form();
+    try {
+        if (m.lstRotation.rows.empty()) {
+            return;
+        }
+        m.lstPlaylist.rows.clear();
+        m.lstPlaylist.row = -1;
+        core::ShowStatus(c, 0);
+        const int rows = m.lstRotation.rowCount();
+        ensureRecords(c, static_cast<std::size_t>(rows) + 1);
+        for (int i = 0; i < rows; ++i) {
+            clsTrackListing& t = c.trackList[static_cast<std::size_t>(i)];
+            core::DateValue target = 0;
+            if (i == 0) {
+                t.timeOn = nextStartTime(c);
+                // The first pick is judged at the present time, not at its planned time.
+                target = c.now();
+            } else {
+                const clsTrackListing& prev = c.trackList[static_cast<std::size_t>(i - 1)];
+                // Only the first build takes the crossfade off each slot.
+                const std::int32_t seconds =
+                    core::cLng(timeToSeconds(prev.trackLength) - c.crossfadeTime);
+                t.timeOn = core::addSeconds(prev.timeOn, seconds);
+                target = t.timeOn;
+            }
+            core::DateValue previous = 0;
+            const std::string path = pickSongForCatagory(
+                c, cell(m.lstRotation.rows[static_cast<std::size_t>(i)], kCategoryColumn), target,
+                previous);
+            c.id3->filename(path);
+            tags::clsMp3TagData tag;
+            c.id3->returnID3Tag(tag);
+            t.trackPath = path;
+            t.trackName = tag.mp3Title;
+            t.trackArtist = tag.Artist;
+            t.trackLastPlayed = previous;
+            audio::Engine& e = c.engine();
+            const audio::Handle h = playout::openStream(e, path, 0, 0, audio::kStreamDecode, path);
+            t.trackLength = playout::GetTime(playout::cbass_time(e).GetDuration(h));
+            e.streamFree(h);
+            std::string artist = tag.Artist;
+            planPick(c, t.trackName, makeArtist(artist), target, previous);
+            core::setStatusText(c, "Picking Song:" + t.trackName);
+            core::ShowStatus(c, static_cast<double>(i + 1) / rows);
+        }
+        for (int i = 0; i < rows; ++i) {
+            m.lstPlaylist.rows.push_back(
+                playlistRow(c.trackList[static_cast<std::size_t>(i)], "ClicktoRepick"));
+        }
+        core::closeStatus(c);
+    } catch (const std::exception& e) {
+        core::printMessageOnScreen(
+            c, "Error PickRotationSong:" + core::describeFailure(e).description + "   ");
+    }
 }
 
 void retimeTrackList(core::Console& c, std::int16_t fromPlaylist, std::int16_t yield) {
@@ -162,8 +218,12 @@ void retimeTrackList(core::Console& c, std::int16_t fromPlaylist, std::int16_t y
 }
 
 void clearPendingPicks(core::Console& c) {
-    // Open plans are withdrawn once the history keeps them.
-    (void)c;
+    // The spare record at the end never holds a track and is passed over.
+    for (std::size_t i = 0; i + 1 < c.trackList.size(); ++i) {
+        const clsTrackListing& t = c.trackList[i];
+        std::string artist = t.trackArtist;
+        withdrawPlan(c, t.trackName, makeArtist(artist));
+    }
 }
 
 void removeTrackListRow(core::Console& c, int row) {

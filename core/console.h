@@ -143,6 +143,7 @@ class Console {
     std::string activeListName;
     bool listLoading = false;
     bool pickInProgress = false;
+    bool redrawPending = false;  // lstPlaylist is rewritten at the mouse release after a re-pick
     std::string activeDirectory;
     std::int32_t activeCatagoryIndex = 0;
     std::int32_t screenMode = 0;

@@ -1,13 +1,112 @@
 #include "playout/player_start.h"
 
+#include <cerrno>
+
+#include "autodj/history.h"
+#include "autodj/picker.h"
 #include "autodj/planner.h"
+#include "broadcast/cast_form.h"
 #include "core/console_ops.h"
+#include "core/failure.h"
+#include "core/text.h"
+#include "playout/stream_time.h"
+#include "tags/id3_tag.h"
 
 namespace tw::playout {
 
+namespace {
+
+// The free sync: the engine calls it on its own thread when the stream is gone. It only asks the
+// console thread to switch fadeTimer on; the load itself happens there.
+audio::SyncProc freeSync(core::Console& c) {
+    core::EventLoop* loop = c.svc.loop;
+    return [loop, &c](audio::Handle, audio::Handle, std::uint32_t) {
+        if (loop) {
+            loop->post([&c] { core::setFadeTimerEnabled(c, true); });
+        }
+    };
+}
+
+void slidePlayers(core::Console& c, float value) {
+    for (audio::Handle h : {c.player1Stream, c.player2Stream}) {
+        if (h != 0) {
+            c.engine().channelSlideAttribute(h, audio::kAttribVol, value, 1000);
+        }
+    }
+}
+
+}  // namespace
+
 void startNExt(core::Console& c) {
-    // The players come on the air with the engine; until then there is nothing to start.
-    (void)c;
+    auto& m = c.form();
+    audio::Engine& e = c.engine();
+    try {
+        if (m.lstPlaylist.rows.empty() && m.lstRotation.rows.empty() && c.activePlayer == 0) {
+            return;
+        }
+        const std::string url =
+            core::readIni(c, c.appSettingsPath(), "Shoutcast", "URL", "Station URL");
+        c.silenceTicks = 0;
+        m.cmdPausePlay1.backColor = 0;
+        m.cmdPausePlay2.backColor = 0;
+
+        int incoming = 0;
+        if (c.activePlayer == 1) {
+            incoming = 2;
+        } else if (c.activePlayer == 2 || c.activePlayer == 0) {
+            incoming = 1;
+        } else {
+            return;
+        }
+        const int outgoing = incoming == 1 ? 2 : 1;
+        // The flip comes first: if nothing waits on the incoming player, the next tick's
+        // recovery path acts on the other one.
+        c.activePlayer = static_cast<std::int16_t>(incoming);
+        const audio::Handle in = incoming == 1 ? c.player1Stream : c.player2Stream;
+        const audio::Handle out = outgoing == 1 ? c.player1Stream : c.player2Stream;
+        if (in == 0) {
+            return;
+        }
+        const cbass_time t(e);
+        // Items of a minute or less (jingles) run out at full level under the next track. The
+        // target below silence makes the fade reach nothing long before its time is up.
+        if (out != 0 && t.GetDuration(out) > 60.0f) {
+            e.channelSlideAttribute(
+                out, audio::kAttribVol, -100.0f,
+                static_cast<std::uint32_t>(core::cLng(c.crossfadeTime * 1000.0)));
+        }
+        if (!e.mixerAddChannel(c.mixerStream, in, audio::kStreamAutoFree)) {
+            return;
+        }
+        const std::string path = incoming == 2 ? c.nextSong2 : c.nextSong1;
+        autodj::stampStartedTrack(c, path);
+
+        c.id3->filename(path);
+        tags::clsMp3TagData tag;
+        c.id3->returnID3Tag(tag);
+        c.currentTitle = tag.mp3Title;
+        std::string artist = tag.Artist;
+        autodj::recordStart(c, c.currentTitle, autodj::makeArtist(artist));
+        core::logPlayed(c, c.currentTitle, c.now());
+
+        // Jingles of 15 seconds or less leave the title on the air as it is.
+        if (t.GetDuration(in) > 15.0f) {
+            for (int i = 0; i < core::kEncoderCount; ++i) {
+                if (broadcast::getEncoderEnabled(c, i)) {
+                    e.castSetTitle(c.encoderHandles[static_cast<std::size_t>(i)], c.currentTitle,
+                                   url);
+                }
+            }
+        }
+        core::printOnButton(incoming == 2 ? m.lblPlayer2 : m.lblplayer1, core::ImageRole::Blue,
+                            tag.Artist, tag.songName);
+        const audio::Handle sync = e.channelSetSync(in, audio::kSyncFree, 0, freeSync(c));
+        (incoming == 2 ? c.sync2 : c.sync1) = sync;
+    } catch (const std::exception& ex) {
+        const core::FailureInfo f = core::describeFailure(ex);
+        core::logError(c, "StartNext" + f.description + "  " + std::to_string(f.number) +
+                              " Bass Error:" + std::to_string(e.errorGetCode()) + " " + f.source);
+    }
 }
 
 void fadeTimer_Timer(core::Console& c) {
@@ -18,11 +117,28 @@ void fadeTimer_Timer(core::Console& c) {
     core::setFadeTimerEnabled(c, false);
 }
 
+void setPlayersVolume(core::Console& c, float value) {
+    c.engine().channelSetAttribute(c.player1Stream, audio::kAttribVol, value);
+    c.engine().channelSetAttribute(c.player2Stream, audio::kAttribVol, value);
+}
+
+void duckPlayers(core::Console& c) {
+    slidePlayers(c, 0.5f);
+}
+
+void restorePlayers(core::Console& c) {
+    slidePlayers(c, 1.0f);
+}
+
 }  // namespace tw::playout
 
 namespace tw::core {
 
 void setFadeTimerEnabled(Console& c, bool enabled) {
+    // A free sync that arrives after the console closed has nothing left to load.
+    if (c.unloaded && enabled) {
+        return;
+    }
     c.ui.main.fadeTimer.enabled = enabled;
     if (!c.svc.loop) {
         return;

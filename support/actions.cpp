@@ -1,5 +1,6 @@
 #include "support/actions.h"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 
@@ -43,6 +44,16 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
              if (b == MouseButton::Left) {
                  playout::seekPlayer(c, 2, x);
              }
+         }},
+        {"lstPlaylist",
+         [](core::Console& c, MouseButton, double x) {
+             // The grid's columns share its width equally, as the view draws them.
+             const auto& grid = c.form().lstPlaylist;
+             const int columns = std::max<int>(1, static_cast<int>(grid.columns.size()));
+             const double width = grid.rect.width > 0 ? grid.rect.width : 1;
+             const int column = std::clamp(static_cast<int>(x / (width / columns)), 0, columns - 1);
+             autodj::lstPlaylist_MouseDown(c, column);
+             autodj::lstPlaylist_MouseUp(c);
          }},
         {"cmdNewRotation",
          [](core::Console& c, MouseButton, double) { autodj::cmdNewRotation_Click(c); }},

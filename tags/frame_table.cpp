@@ -100,10 +100,35 @@ const std::array<std::string_view, 33> frameIds3 = {
 
 const std::array<std::string_view, 5> lyricsFieldIds = {"LYR", "AUT", "EAL", "EAR", "ETT"};
 
+namespace {
+
+// Identifiers compared as numbers: this look-up runs for every frame of every track read.
+constexpr std::uint64_t packed(std::string_view id) {
+    std::uint64_t v = id.size();
+    for (char c : id) {
+        v = (v << 8) | static_cast<unsigned char>(c);
+    }
+    return v;
+}
+
+constexpr auto kPacked = [] {
+    std::array<std::uint64_t, kEntries.size()> keys{};
+    for (std::size_t i = 0; i < kEntries.size(); ++i) {
+        keys[i] = packed(kEntries[i].id);
+    }
+    return keys;
+}();
+
+}  // namespace
+
 std::optional<FrameRole> frameRole(std::string_view id) {
-    for (const auto& e : kEntries) {
-        if (e.id == id) {
-            return FrameRole{e.kind, e.field};
+    if (id.size() < 3 || id.size() > 4) {
+        return std::nullopt;
+    }
+    const std::uint64_t key = packed(id);
+    for (std::size_t i = 0; i < kPacked.size(); ++i) {
+        if (kPacked[i] == key) {
+            return FrameRole{kEntries[i].kind, kEntries[i].field};
         }
     }
     return std::nullopt;

@@ -1,7 +1,5 @@
 #include "tags/tag_reader.h"
 
-#include <sys/stat.h>
-
 namespace tw::tags {
 
 void readTags(TagFields& fields, const std::string& path, ReadDepth depth) {
@@ -14,11 +12,10 @@ void readTags(TagFields& fields, const std::string& path, ReadDepth depth) {
         fields[Field::Artist] = path;
         return;
     }
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0) {
-        return;
-    }
     FileReader file(path);
+    if (file.notFound()) {
+        return;  // nothing there: every value stays reset, revision 0
+    }
     if (!file.isOpen()) {
         fields.revision = 3;
         return;

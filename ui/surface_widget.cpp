@@ -148,6 +148,10 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
         const int row = rowAt(*e, at.y());
         if (row >= 0) {
             support::select(console_, name, row);
+            // A grid's own action looks at the column under the pointer.
+            if (e->kind == core::ElementKind::Grid) {
+                support::press(console_, name, button, at.x() - e->rect.left);
+            }
         }
     } else {
         // The pointer's place across the element, for the bars that seek.

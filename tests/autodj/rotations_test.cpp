@@ -179,7 +179,7 @@ TEST_F(RotationsTest, ChoosingARotationByHandSwitchesTheScheduleOffAndLoadsIt) {
     EXPECT_EQ(c().form().chkEnableSchedule.value, 0);
     EXPECT_EQ(c().listMode, 0);
     EXPECT_EQ(c().activeListName, "day.rot");
-    EXPECT_EQ(c().rotationPosition, -1);
+    EXPECT_EQ(c().rotationPosition, 0) << "the new list loads its first row";
     EXPECT_EQ(c().form().lstRotation.rowCount(), 1);
     EXPECT_TRUE(c().form().lstRotationOrList.items[0].selected);
     ASSERT_TRUE(support::select(c(), "lstRotationOrList", 1));

@@ -94,6 +94,14 @@ TEST_F(TarnwaveTagTest, MissingFileGivesTheResetObjectAndStatus1) {
     EXPECT_NE(out.find("\"GenreID\": 255"), std::string::npos);
 }
 
+TEST_F(TarnwaveTagTest, BytesThatAreNoUtf8StayValidJson) {
+    const auto f = file();
+    int status = -1;
+    tool("--set " + quoted("Comments=caf\xE9") + " " + quoted(f), &status);
+    const std::string out = tool(quoted(f), &status);
+    EXPECT_NE(out.find("\"Comments\": \"caf\xC3\xA9\""), std::string::npos) << out;
+}
+
 TEST_F(TarnwaveTagTest, WrongCommandLineGivesStatus2) {
     int status = -1;
     tool("", &status);
