@@ -96,10 +96,18 @@ std::string StationRun::exec(const std::string& line) {
 void StationRun::advance(double seconds, double step) {
     for (double done = 0; done < seconds; done += step) {
         sim_.loop().advance(std::min(step, seconds - done));
-        const std::int16_t player = sim_.console().activePlayer;
-        if (player != lastPlayer_) {
-            ++starts_;
-            lastPlayer_ = player;
+        auto& c = sim_.console();
+        const audio::Handle streams[2] = {c.player1Stream, c.player2Stream};
+        for (int i = 0; i < 2; ++i) {
+            Watched& w = players_[i];
+            const audio::Handle h = streams[i];
+            if (h != w.stream) {
+                w = Watched{h, h == 0 ? 0 : c.svc.engine->channelGetPosition(h), false};
+            } else if (h != 0 && !w.counted &&
+                       c.svc.engine->channelGetPosition(h) != w.firstPosition) {
+                ++starts_;
+                w.counted = true;
+            }
         }
     }
 }

@@ -48,7 +48,10 @@ class StationRun {
     // Moves virtual time on by `seconds`, in steps of `step`, watching the players after each.
     void advance(double seconds, double step = 1.0);
 
-    // Times the active player changed: each start on the air changes it.
+    // Starts on the air seen: a player's stream whose position moved since it was first seen.
+    // Every track gets a stream of its own (handles are never the same twice); a stream loaded
+    // and waiting keeps its position, and a start that fails adds nothing to the mix, so only
+    // real starts count.
     int starts() const { return starts_; }
     double renderedSeconds() const { return static_cast<double>(frames_) / 44100.0; }
     bool heardSound() const { return firstSoundFrame_ >= 0; }
@@ -62,7 +65,12 @@ class StationRun {
 
     support::Simulator sim_;
     int starts_ = 0;
-    std::int16_t lastPlayer_ = 0;
+    struct Watched {
+        audio::Handle stream = 0;
+        std::int64_t firstPosition = 0;
+        bool counted = false;
+    };
+    Watched players_[2];  // player 1 and player 2
     std::int64_t frames_ = 0;
     std::int64_t firstSoundFrame_ = -1;
     std::int64_t zeroRunStart_ = -1;  // the frame the running stretch of zero began, or -1
