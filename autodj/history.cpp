@@ -89,6 +89,10 @@ void recordStart(core::Console& c, const std::string& trackName, const std::stri
 namespace {
 
 void withdrawSection(core::Console& c, const std::string& section, const std::string& pending) {
+    // No plan is open: nothing is written.
+    if (pending == "no") {
+        return;
+    }
     if (pending == "empty") {
         core::deleteIniKey(c, c.playedIniPath(), section, kLastPlayed);
     } else if (pending != "no") {

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <ctime>
 #include <unordered_map>
 #include <utility>
@@ -152,11 +153,14 @@ struct SettingsStore::Impl {
         bool dirty = false;
         // The file is there but cannot be read; writing would replace what we never saw.
         bool readable = true;
+        // The event in which the disk was last looked at: within one event it is looked at once.
+        std::uint64_t checkedInEvent = 0;
     };
 
     std::unordered_map<std::string, Entry> files;
     std::vector<std::string> privateNames;
     int eventDepth = 0;
+    std::uint64_t eventSerial = 0;  // counts the outermost events; 0 is "no event"
     timespec uncertainty = uncertainTimeAfterWrite();
 
     void trust(Entry& e, const DiskStamp& stamp) {
@@ -200,12 +204,17 @@ struct SettingsStore::Impl {
 
     Entry& open(const std::string& path) {
         auto [it, added] = files.try_emplace(path);
+        Entry& e = it->second;
+        const std::uint64_t event = eventDepth > 0 ? eventSerial : 0;
         if (added) {
-            load(it->second, path);
-        } else if (!it->second.dirty) {
-            refresh(it->second, path);
+            load(e, path);
+        } else if (!e.dirty && (event == 0 || e.checkedInEvent != event)) {
+            // A pick reads the history hundreds of times in one event; one look at the disk per
+            // event is enough to see what others changed in between.
+            refresh(e, path);
         }
-        return it->second;
+        e.checkedInEvent = event;
+        return e;
     }
 
     bool isPrivate(const std::string& path) const {
@@ -275,7 +284,9 @@ void SettingsStore::write(const std::string& file, std::string_view section, std
 }
 
 void SettingsStore::beginEvent() {
-    ++impl_->eventDepth;
+    if (impl_->eventDepth++ == 0) {
+        ++impl_->eventSerial;
+    }
 }
 
 void SettingsStore::endEvent() {

@@ -8,8 +8,9 @@
 // write replaces the first matching line or appends to its section (creating the section at the end
 // of the file), a write with no value deletes the key, and reading never creates a file.
 //
-// Files are kept parsed in memory. A file changed on disk by anyone else is read again; every write
-// is visible to the next read at once. Writes are gathered while a console event runs (see
+// Files are kept parsed in memory. A file changed on disk by anyone else is read again (outside a
+// console event at the next read, inside one at the first read of the file in that event); every
+// write is visible to the next read at once. Writes are gathered while a console event runs (see
 // EventScope) and written when the outermost event ends, or at once when no event is open. A file
 // is replaced atomically: a temporary file in the same folder is written, flushed and renamed over
 // it, so that a crash never leaves half a file.

@@ -348,3 +348,26 @@ TEST_F(SettingsStoreTest, FlushWritesANewFileAndNeverTouchesTheOldOne) {
 
 }  // namespace
 }  // namespace tw::core
+
+namespace tw::core {
+namespace {
+
+TEST(SettingsStoreEventTest, AChangeOnDiskShowsAtTheNextEventNotInTheMiddleOfOne) {
+    test::TempDir dir;
+    const std::string file = (dir / "played.ini").string();
+    test::writeFile(file, "[T]\nLastPlayed=1\n");
+    SettingsStore store;
+    store.beginEvent();
+    EXPECT_EQ(store.read(file, "T", "LastPlayed", ""), "1");
+    test::writeFile(file, "[T]\nLastPlayed=22\n");
+    EXPECT_EQ(store.read(file, "T", "LastPlayed", ""), "1") << "one look at the disk per event";
+    store.endEvent();
+    store.beginEvent();
+    EXPECT_EQ(store.read(file, "T", "LastPlayed", ""), "22");
+    store.endEvent();
+    test::writeFile(file, "[T]\nLastPlayed=333\n");
+    EXPECT_EQ(store.read(file, "T", "LastPlayed", ""), "333") << "outside events every read looks";
+}
+
+}  // namespace
+}  // namespace tw::core

@@ -174,14 +174,50 @@ bool FakeEngine::channelSlideAttribute(audio::Handle h, std::uint32_t attrib, fl
 }
 
 audio::Handle FakeEngine::channelSetSync(audio::Handle h, std::uint32_t type, std::uint64_t,
-                                         audio::SyncProc) {
+                                         audio::SyncProc proc) {
     calls.push_back("channelSetSync " + std::to_string(h) + " " + std::to_string(type));
-    return find(h) ? next_++ : fail(0);
+    if (!find(h)) {
+        return fail(0);
+    }
+    const audio::Handle sync = next_++;
+    syncs_[sync] = {h, type, std::move(proc)};
+    return sync;
 }
 
 bool FakeEngine::channelRemoveSync(audio::Handle h, audio::Handle sync) {
     calls.push_back("channelRemoveSync " + std::to_string(h) + " " + std::to_string(sync));
-    return find(h) != nullptr || fail(false);
+    auto it = syncs_.find(sync);
+    if (!find(h) || it == syncs_.end() || it->second.channel != h) {
+        return fail(false);
+    }
+    syncs_.erase(it);
+    return true;
+}
+
+void FakeEngine::finish(audio::Handle h) {
+    channels_.erase(h);
+    std::vector<std::pair<audio::Handle, audio::SyncProc>> fire;
+    for (auto it = syncs_.begin(); it != syncs_.end();) {
+        if (it->second.channel == h) {
+            if (it->second.type == audio::kSyncFree && it->second.proc) {
+                fire.emplace_back(it->first, it->second.proc);
+            }
+            it = syncs_.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    for (auto& [sync, proc] : fire) {
+        proc(sync, h, 0);
+    }
+}
+
+int FakeEngine::syncCount(audio::Handle h) const {
+    int n = 0;
+    for (const auto& [id, s] : syncs_) {
+        n += s.channel == h;
+    }
+    return n;
 }
 
 audio::Handle FakeEngine::mixerStreamCreate(std::uint32_t, std::uint32_t, std::uint32_t) {

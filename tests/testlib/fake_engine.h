@@ -33,6 +33,10 @@ class FakeEngine final : public audio::Engine {
 
     // Files that open as decoding streams of the given seconds; any other path fails to open.
     std::map<std::string, double> fileSeconds;
+    // Ends a stream the way the mixer does after its last sample: it is freed, and its free syncs
+    // fire (on the calling thread, standing in for the engine's own).
+    void finish(audio::Handle h);
+    int syncCount(audio::Handle h) const;
 
     std::vector<std::string> calls;  // "encodeStop 7", "mixerStreamCreate", ...
     int count(const std::string& prefix) const;
@@ -126,6 +130,12 @@ class FakeEngine final : public audio::Engine {
     Channel* find(audio::Handle h);
 
     std::map<audio::Handle, Channel> channels_;
+    struct Sync {
+        audio::Handle channel;
+        std::uint32_t type;
+        audio::SyncProc proc;
+    };
+    std::map<audio::Handle, Sync> syncs_;
     audio::Handle next_ = 100;
     int lastError_ = 0;
 };

@@ -1,0 +1,166 @@
+#include "playout/player_start.h"
+
+#include <gtest/gtest.h>
+
+#include "core/console_ops.h"
+#include "tests/autodj/station_fixture.h"
+
+namespace tw::playout {
+namespace {
+
+using core::Console;
+
+class PlayerStartTest : public test::StationFixture {
+  protected:
+    PlayerStartTest() {
+        addCategory("Rock");
+        pathA = addTrack("Rock", "a.mp3", "Ann Arbor", "Alpha");
+        pathB = addTrack("Rock", "b.mp3", "Bob Brown", "Beta");
+        Console& c = open();
+        c.trackList.assign(17, {});
+        c.mixerStream = engine.mixerStreamCreate(44100, 2, 0);
+        core::GridRow row;
+        row.cells = {"", "Rock"};
+        c.form().lstRotation.rows.push_back(row);
+    }
+    Console& c() { return *console; }
+    // Player n loaded with path, as the planner leaves it.
+    audio::Handle load(int n, const std::string& path, double seconds) {
+        const audio::Handle h = engine.addStream(seconds);
+        (n == 1 ? c().player1Stream : c().player2Stream) = h;
+        (n == 1 ? c().nextSong1 : c().nextSong2) = path;
+        return h;
+    }
+    std::string h(audio::Handle x) const { return std::to_string(x); }
+    std::string pathA, pathB;
+};
+
+TEST_F(PlayerStartTest, TheFirstStartIsOnPlayerOneAndRecordsThePlay) {
+    const audio::Handle a = load(1, pathA, 200);
+    startNExt(c());
+    EXPECT_EQ(c().activePlayer, 1);
+    EXPECT_EQ(engine.count("mixerAddChannel " + h(c().mixerStream) + " " + h(a) + " 262144"), 1);
+    EXPECT_EQ(c().currentTitle, "Ann Arbor - Alpha");
+    EXPECT_EQ(history("Ann Arbor - Alpha", "LastPlayed"), "11/22/2026 10:00:00 AM");
+    EXPECT_EQ(history("Ann Arbor - Alpha", "Pending"), "no");
+    EXPECT_EQ(history("Ann Arbor - Alpha", "PlayCount"), "1");
+    EXPECT_EQ(history("ann arbor", "LastPlayed"), "11/22/2026 10:00:00 AM");
+    EXPECT_EQ(test::readFile(dir / "Played.log"), "Ann Arbor - Alpha,11/22/2026 10:00:00 AM\n");
+    EXPECT_EQ(c().form().lblplayer1.image, core::ImageRole::Blue);
+    EXPECT_EQ(c().form().lblplayer1.caption, "Ann Arbor");
+    EXPECT_EQ(c().form().lblplayer1.caption2, "Alpha");
+    EXPECT_NE(c().sync1, 0u);
+    EXPECT_EQ(engine.syncCount(a), 1);
+    // The first encoder is on by default and gets the title with the station's address.
+    EXPECT_EQ(engine.count("channelSetSync " + h(a) + " 8"), 1);
+}
+
+TEST_F(PlayerStartTest, ThePlayCountGoesUpWithEveryStart) {
+    setHistory("Ann Arbor - Alpha", "PlayCount", "41");
+    load(1, pathA, 200);
+    startNExt(c());
+    EXPECT_EQ(history("Ann Arbor - Alpha", "PlayCount"), "42");
+}
+
+TEST_F(PlayerStartTest, TheOutgoingTrackFadesOverOneCrossfade) {
+    const audio::Handle a = load(1, pathA, 200);
+    load(2, pathB, 200);
+    c().activePlayer = 1;
+    c().crossfadeTime = 2.5f;
+    startNExt(c());
+    EXPECT_EQ(c().activePlayer, 2);
+    EXPECT_EQ(engine.count("channelSlideAttribute " + h(a) + " 2 -100.000000 2500"), 1);
+    EXPECT_EQ(engine.count("channelSlideAttribute " + h(c().player2Stream)), 0)
+        << "the incoming track starts at full volume";
+}
+
+TEST_F(PlayerStartTest, ATrackOfExactlySixtySecondsIsNotFaded) {
+    const audio::Handle a = load(1, pathA, 60);
+    load(2, pathB, 200);
+    c().activePlayer = 1;
+    startNExt(c());
+    EXPECT_EQ(engine.count("channelSlideAttribute " + h(a)), 0);
+}
+
+TEST_F(PlayerStartTest, ATrackOfExactlyFifteenSecondsSendsNoTitleButIsRecorded) {
+    load(1, pathA, 15);
+    startNExt(c());
+    EXPECT_EQ(engine.count("castSetTitle"), 0);
+    EXPECT_EQ(history("Ann Arbor - Alpha", "PlayCount"), "1");
+    EXPECT_FALSE(test::readFile(dir / "Played.log").empty());
+}
+
+TEST_F(PlayerStartTest, SkipWithNothingWaitingFlipsAndLeavesTheTrackPlayingUnfaded) {
+    const audio::Handle a = load(1, pathA, 200);
+    c().activePlayer = 1;
+    startNExt(c());
+    EXPECT_EQ(c().activePlayer, 2);
+    EXPECT_EQ(engine.count("channelSlideAttribute"), 0);
+    EXPECT_EQ(engine.count("mixerAddChannel"), 0);
+    EXPECT_EQ(engine.channelIsActive(a), audio::kPlaying);
+}
+
+TEST_F(PlayerStartTest, ASecondStartInTheSameCrossfadeStopsAtTheStaleHandle) {
+    const audio::Handle a = load(1, pathA, 200);
+    load(2, pathB, 200);
+    c().activePlayer = 1;
+    startNExt(c());
+    engine.remove(a);  // still fading in the mixer for the console, gone for the engine
+    startNExt(c());
+    EXPECT_EQ(c().activePlayer, 1);
+    EXPECT_EQ(test::readFile(dir / "Played.log"), "Bob Brown - Beta,11/22/2026 10:00:00 AM\n");
+    EXPECT_TRUE(appLogLines().empty()) << "a failed add is silent";
+}
+
+TEST_F(PlayerStartTest, NothingToStartAndNothingRunningReturnsAtOnce) {
+    c().form().lstRotation.rows.clear();
+    load(1, pathA, 200);
+    startNExt(c());
+    EXPECT_EQ(c().activePlayer, 0);
+    EXPECT_TRUE(engine.calls.size() == 1u);  // the mixer's creation only
+}
+
+TEST_F(PlayerStartTest, StartingClearsThePausedLookAndTheSilenceCount) {
+    load(1, pathA, 200);
+    c().silenceTicks = 17;
+    c().form().cmdPausePlay2.backColor = 0x40;
+    startNExt(c());
+    EXPECT_EQ(c().silenceTicks, 0);
+    EXPECT_EQ(c().form().cmdPausePlay2.backColor, 0u);
+}
+
+TEST_F(PlayerStartTest, ACounterThatIsNoNumberEndsTheStartWithItsFailureLine) {
+    setHistory("Ann Arbor - Alpha", "PlayCount", "many");
+    load(1, pathA, 200);
+    startNExt(c());
+    const auto lines = logTexts();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].rfind("StartNextType mismatch  13 Bass Error:", 0), 0u) << lines[0];
+    EXPECT_EQ(c().activePlayer, 1);
+}
+
+TEST_F(PlayerStartTest, TheEndOfTheStreamLoadsTheEmptyPlayerThroughFadeTimer) {
+    const audio::Handle a = load(1, pathA, 200);
+    startNExt(c());
+    c().form().cmdAutoManual.caption = core::kManual;
+    engine.finish(a);
+    loop.advance(0.05);
+    EXPECT_TRUE(c().form().fadeTimer.enabled) << "waits while the console is in manual mode";
+    c().form().cmdAutoManual.caption = core::kAutomated;
+    loop.advance(0.01);
+    EXPECT_FALSE(c().form().fadeTimer.enabled);
+}
+
+TEST_F(PlayerStartTest, DuckAndRestoreSlideThePlayersThatHaveAStream) {
+    const audio::Handle a = load(1, pathA, 200);
+    duckPlayers(c());
+    restorePlayers(c());
+    EXPECT_EQ(engine.count("channelSlideAttribute " + h(a) + " 2 0.500000 1000"), 1);
+    EXPECT_EQ(engine.count("channelSlideAttribute " + h(a) + " 2 1.000000 1000"), 1);
+    EXPECT_EQ(engine.count("channelSlideAttribute 0"), 0);
+    setPlayersVolume(c(), 0.25f);
+    EXPECT_FLOAT_EQ(engine.channel(a).volume, 0.25f);
+}
+
+}  // namespace
+}  // namespace tw::playout
