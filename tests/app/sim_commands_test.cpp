@@ -108,13 +108,17 @@ TEST(SimulatorStationCommands, RecordNeedsAnEngineThatRendersOffline) {
 
 TEST(SimulatorStationCommands, RecordWritesTheMixersBusAsSixteenBitStereo) {
     test::TempDir dir;
-    const auto station = dir / "station";
-    ASSERT_EQ(test::makeDemoStation(station, 1, 1, 20, 20, 1), "");
+    // The track comes from a library of its own: a station with a library and a rotation puts
+    // its first track on the air by itself, and this mixer is to start empty.
+    const auto library = dir / "library";
+    ASSERT_EQ(test::makeDemoStation(library, 1, 1, 20, 20, 1), "");
     std::string track;
-    for (const auto& e : std::filesystem::directory_iterator(station / "Music/Rock")) {
+    for (const auto& e : std::filesystem::directory_iterator(library / "Music/Rock")) {
         track = e.path().string();
     }
     ASSERT_FALSE(track.empty());
+    const auto station = dir / "station";
+    std::filesystem::create_directories(station);
 
     support::Simulator sim(station.string(), startDate(),
                            std::make_unique<audio::MixEngine>(audio::EngineMode::Offline));
