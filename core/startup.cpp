@@ -17,6 +17,7 @@
 #include "playout/player_start.h"
 #include "playout/position_monitor.h"
 #include "support/console_layout.h"
+#include "support/size_form_controls.h"
 
 namespace tw::core {
 
@@ -93,10 +94,7 @@ void Form_Load(Console& c) {
         setStatusText(c, "Loading TarnWave");
         c.playerBarWidth = 250;
         c.playerBarHeight = 50;
-        c.savedLayout.clear();
-        for (Element* e : m.all()) {
-            c.savedLayout.push_back({e->name, e->rect, e->fontSize});
-        }
+        support::recordConsoleLayout(c);
         c.trackList.assign(17, {});
 
         setStatusText(c, "Loading Settings");

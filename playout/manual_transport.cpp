@@ -1,10 +1,16 @@
 #include "playout/manual_transport.h"
 
+#include "autodj/history.h"
+#include "autodj/library_state.h"
 #include "autodj/planner.h"
 #include "core/console_ops.h"
+#include "core/paths.h"
 #include "core/text.h"
 #include "playout/player_start.h"
 #include "playout/stream_time.h"
+#include "playout/track_scan.h"
+#include "tags/cue_data.h"
+#include "tags/id3_tag.h"
 
 namespace tw::playout {
 
@@ -97,6 +103,77 @@ void cmdMute_Click(core::Console& c) {
             c.muted = false;
         }
     }
+}
+
+namespace {
+
+bool playerTakesDrops(const core::Console& c, int n) {
+    return c.activePlayer == 0 || c.activePlayer != n;
+}
+
+// Replaces player n's stream with one on path, freeing the old one.
+audio::Handle reopen(core::Console& c, int n, const std::string& path) {
+    audio::Handle& stream = streamOf(c, n);
+    if (stream != 0) {
+        c.engine().streamFree(stream);
+    }
+    stream = openStream(c.engine(), path, 0, 0, audio::kStreamDecode, path);
+    return stream;
+}
+
+}  // namespace
+
+void dropElementOnPlayer(core::Console& c, int n, const std::string& toolTip) {
+    if (!playerTakesDrops(c, n)) {
+        return;
+    }
+    (n == 1 ? c.nextSong1 : c.nextSong2) = toolTip;
+    const audio::Handle stream = reopen(c, n, toolTip);
+    core::printOnButton(n == 1 ? c.form().lblplayer1 : c.form().lblPlayer2, core::ImageRole::Gray,
+                        core::parsePath(toolTip, 4));
+    (n == 1 ? c.nextSongName1 : c.nextSongName2) = toolTip;
+    const std::int32_t end = SetTrackStart(c, toolTip, stream);
+    core::CueRecord& cue = n == 1 ? c.cueRecord1 : c.cueRecord2;
+    if (cue.nextStart == 0) {
+        cue.nextStart = static_cast<float>(end);
+    }
+}
+
+void dropTrackOnPlayer(core::Console& c, int n, const std::string& rowText) {
+    if (!playerTakesDrops(c, n)) {
+        return;
+    }
+    const auto& rows = c.form().lstSongs.items;
+    const auto& files = c.library->trackFiles;
+    std::string path;
+    for (std::size_t i = 0; i < rows.size() && i < files.size(); ++i) {
+        if (rows[i].text == rowText) {
+            path = files[i];
+            break;
+        }
+    }
+    if (path.empty()) {
+        return;
+    }
+    (n == 1 ? c.nextSong1 : c.nextSong2) = path;
+    const audio::Handle stream = reopen(c, n, path);
+    c.id3->filename(path);
+    tags::clsMp3TagData tag;
+    c.id3->returnID3Tag(tag);
+    const std::string lastPlayed =
+        autodj::readHistory(c, tag.mp3Title, autodj::kLastPlayed, core::generalDate(c.now()));
+    // Player 2's button never reads the tune-outs: it shows 0.
+    const std::string outs =
+        n == 1 ? autodj::readHistory(c, tag.mp3Title, autodj::kTunedOut, "0") : "0";
+    const std::string count = autodj::readHistory(c, tag.mp3Title, autodj::kPlayCount, "0");
+    (n == 1 ? c.form().cmdPlayer1Pick : c.form().cmdPlayer2Pick).caption =
+        "LastPlayed:" + lastPlayed + " Outs:" + outs + " Count:" + count;
+    core::printOnButton(n == 1 ? c.form().lblplayer1 : c.form().lblPlayer2, core::ImageRole::Gray,
+                        tag.Artist, tag.songName);
+    (n == 1 ? c.nextSongName1 : c.nextSongName2) = tag.mp3Title;
+    core::CueRecord& cue = n == 1 ? c.cueRecord1 : c.cueRecord2;
+    cue = tags::readCueRecord(c, path);
+    drawCueMarkers(c, stream, n == 1 ? c.form().pctMarkers1 : c.form().pctMarkers2, cue);
 }
 
 void keyUp(core::Console& c, int keyCode) {

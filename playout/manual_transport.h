@@ -5,6 +5,8 @@
 //
 // Thread contract: console thread only.
 
+#include <string>
+
 #include "core/console.h"
 
 namespace tw::playout {
@@ -24,6 +26,11 @@ void fadeOut(core::Console& c, int n);
 void seekPlayer(core::Console& c, int n, double x);
 // cmdMute: silences the studio output (the casts keep their feed).
 void cmdMute_Click(core::Console& c);
+// Drops on a player's button (lblplayer1, lblPlayer2), taken only while that player is not on the
+// air. An element dragged in "Move to Player" mode brings its tool tip, the path of its file; a row
+// dragged from a track list brings its text, which names the file among the listed tracks.
+void dropElementOnPlayer(core::Console& c, int n, const std::string& toolTip);
+void dropTrackOnPlayer(core::Console& c, int n, const std::string& rowText);
 // A key released anywhere on the console: F9 skips, F10 re-picks player 1's track.
 void keyUp(core::Console& c, int keyCode);
 

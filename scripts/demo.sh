@@ -6,4 +6,11 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 scripts/build.sh build
 mkdir -p demo-station
+# The demo library, rotation and sweepers, where the script that makes them is present (it
+# leaves a station it has already made as it is).
+if [[ -x scripts/make-demo-station.sh ]]; then
+    scripts/make-demo-station.sh demo-station
+elif [[ -f scripts/make-demo-station.sh ]]; then
+    bash scripts/make-demo-station.sh demo-station
+fi
 TARNWAVE_HOME="$PWD/demo-station" exec build/app/tarnwave "$@"

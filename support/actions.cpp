@@ -144,6 +144,27 @@ bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::s
     return true;
 }
 
+bool dragElement(core::Console& c, std::string_view source, std::string_view target) {
+    core::Element* from = c.ui.find(source);
+    if (!from || !c.ui.find(target)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (target == "lblplayer1" || target == "lblPlayer2") {
+        const int n = target == "lblplayer1" ? 1 : 2;
+        if (source == "lstSongs" || source == "lstBuilderCatagoryList") {
+            if (from->listIndex >= 0 && from->listIndex < from->listCount()) {
+                playout::dropTrackOnPlayer(
+                    c, n, from->items[static_cast<std::size_t>(from->listIndex)].text);
+            }
+        } else if (!from->toolTip.empty()) {
+            // An element dragged in "Move to Player" mode carries its file as its tool tip.
+            playout::dropElementOnPlayer(c, n, from->toolTip);
+        }
+    }
+    return true;
+}
+
 bool keyUp(core::Console& c, int keyCode) {
     core::EventScope event(*c.svc.settings);
     playout::keyUp(c, keyCode);

@@ -23,6 +23,9 @@ bool press(core::Console& c, std::string_view name, MouseButton button = MouseBu
 // Selects an item or row (-1 for none) and runs the selection's action. False for no such element
 // or a row out of range.
 bool select(core::Console& c, std::string_view name, int row);
+// An element dragged onto another: a track list's selected row or a "Move to Player" button onto
+// a player's button. False for no such elements.
+bool dragElement(core::Console& c, std::string_view source, std::string_view target);
 // A key released anywhere on the console (key codes: F1 112 ... F10 121).
 bool keyUp(core::Console& c, int keyCode);
 // A key pressed on an element ("Delete"); false for no such element.

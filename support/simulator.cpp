@@ -306,6 +306,15 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
         }
         return true;
     }
+    if (cmd == "drag") {
+        std::string source, target;
+        splitCommand(rest, source, target);
+        if (source.empty() || target.empty() || !dragElement(c, source, target)) {
+            error = "drag needs a source element and a target element, not \"" + rest + "\"";
+            return false;
+        }
+        return true;
+    }
     if (cmd == "drop") {
         std::string name, paths;
         splitCommand(rest, name, paths);

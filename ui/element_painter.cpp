@@ -10,6 +10,17 @@
 
 namespace tw::ui {
 
+// Font sizes are points on a 96-dpi design, so a point is 4/3 of a design pixel whatever the
+// screen's own resolution. The captions are placed by a rule that counts characters instead of
+// measuring them, made for a narrow face: a condensed face keeps them inside their buttons.
+QFont consoleFont(int points, bool bold) {
+    QFont f;
+    f.setPixelSize(std::max(1, static_cast<int>(std::lround((points > 0 ? points : 8) * 4.0 / 3))));
+    f.setBold(bold);
+    f.setStretch(QFont::SemiCondensed);
+    return f;
+}
+
 namespace {
 
 using core::Element;
@@ -20,17 +31,6 @@ const QColor kSelection(0x33, 0x66, 0xCC);
 
 QString qs(const std::string& s) {
     return QString::fromStdString(s);
-}
-
-// Font sizes are points on a 96-dpi design, so a point is 4/3 of a design pixel whatever the
-// screen's own resolution. The captions are placed by a rule that counts characters instead of
-// measuring them, made for a narrow face: a condensed face keeps them inside their buttons.
-QFont consoleFont(int points, bool bold) {
-    QFont f;
-    f.setPixelSize(std::max(1, static_cast<int>(std::lround((points > 0 ? points : 8) * 4.0 / 3))));
-    f.setBold(bold);
-    f.setStretch(QFont::SemiCondensed);
-    return f;
 }
 
 QRectF rectOf(const Element& e) {
@@ -60,10 +60,17 @@ void paintBox(QPainter& p, const QRectF& r, const QColor& fill) {
 }
 
 // The fills and printed texts of a picture or painted button, relative to its top left corner.
-void paintDrawing(QPainter& p, const Element& e) {
+// How a drawing made for an older size of its element is fitted to the present one: fills are
+// stretched by (sx, sy), printed lines moved by (dx, dy). One to one for a drawing of its size.
+struct DrawingFit {
+    double sx = 1, sy = 1, dx = 0, dy = 0;
+};
+
+void paintDrawing(QPainter& p, const Element& e, const DrawingFit& fit = {}) {
     const QRectF r = rectOf(e);
     for (const core::Fill& f : e.drawing.fills) {
-        const QRectF area(r.left() + f.x, r.top() + f.y, f.width, f.height);
+        const QRectF area(r.left() + f.x * fit.sx, r.top() + f.y * fit.sy, f.width * fit.sx,
+                          f.height * fit.sy);
         if (f.image == core::ImageRole::None) {
             p.fillRect(area, consoleColor(f.color));
         } else {
@@ -75,18 +82,31 @@ void paintDrawing(QPainter& p, const Element& e) {
         p.setFont(font);
         p.setPen(consoleColor(t.color));
         const double lineHeight = QFontMetricsF(font).height();
-        p.drawText(QRectF(r.left() + t.x, r.top() + t.y, 10000, lineHeight),
+        p.drawText(QRectF(r.left() + t.x + fit.dx, r.top() + t.y + fit.dy, 10000, lineHeight),
                    Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, qs(t.text));
     }
 }
 
 void paintPictureButton(QPainter& p, const Element& e) {
+    const QRectF r = rectOf(e);
     if (!e.drawing.empty()) {
-        paintDrawing(p, e);
+        // A painted button is its role's picture stretched over it with its lines centred. One
+        // painted before the window last changed its size (the console repaints only some
+        // buttons on a resize) still shows so: its picture stretched to the present size and its
+        // lines moved by half the growth, which keeps them centred.
+        DrawingFit fit;
+        if (!e.drawing.fills.empty()) {
+            const core::Fill& base = e.drawing.fills.front();
+            if (base.image != core::ImageRole::None && base.x == 0 && base.y == 0 &&
+                base.width > 0 && base.height > 0) {
+                fit = {r.width() / base.width, r.height() / base.height,
+                       (r.width() - base.width) / 2, (r.height() - base.height) / 2};
+            }
+        }
+        paintDrawing(p, e, fit);
         return;
     }
     // Not painted by the logic yet: its role and captions, centred.
-    const QRectF r = rectOf(e);
     paintImageRole(p, r, e.image == core::ImageRole::None ? core::ImageRole::Gray : e.image);
     p.setFont(consoleFont(e.fontSize, e.fontBold));
     p.setPen(textColor(e));
@@ -171,6 +191,33 @@ void paintList(QPainter& p, const Element& e) {
         [&](int i) { return i == e.listIndex || e.items[static_cast<std::size_t>(i)].selected; });
 }
 
+// A tick box at the left of a cell, ticked or not.
+void paintTickBox(QPainter& p, const QRectF& cell, bool ticked) {
+    const double side = std::min(11.0, cell.height() - 2);
+    const QRectF box(cell.left() + 1, cell.center().y() - side / 2, side, side);
+    p.save();
+    p.setRenderHint(QPainter::Antialiasing);
+    p.setPen(QPen(kBorder.darker(150), 1));
+    p.setBrush(Qt::white);
+    p.drawRect(box);
+    if (ticked) {
+        p.setPen(QPen(Qt::black, 2));
+        p.drawLine(QPointF(box.left() + 2, box.center().y()),
+                   QPointF(box.center().x() - 1, box.bottom() - 2));
+        p.drawLine(QPointF(box.center().x() - 1, box.bottom() - 2),
+                   QPointF(box.right() - 2, box.top() + 2));
+    }
+    p.restore();
+}
+
+double gridColumnWidth(const Element& e) {
+    std::size_t columns = e.columns.size();
+    for (const auto& row : e.rows) {
+        columns = std::max(columns, row.cells.size());
+    }
+    return columns == 0 ? 0 : (e.rect.width - 2) / static_cast<double>(columns);
+}
+
 void paintGrid(QPainter& p, const Element& e) {
     const QRectF r = rectOf(e);
     paintBox(p, r, consoleColor(e.backColor));
@@ -196,11 +243,15 @@ void paintGrid(QPainter& p, const Element& e) {
         p.drawText(cellRect(c, header), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                    qs(e.columns[c]));
     }
+    const bool ticks = hasTickColumn(e);
     paintLines(
         p, rows, e.rowCount(), e,
         [&](QPainter& pp, int i, const QRectF& line) {
             const auto& row = e.rows[static_cast<std::size_t>(i)];
-            for (std::size_t c = 0; c < row.cells.size(); ++c) {
+            if (ticks) {
+                paintTickBox(pp, cellRect(0, line), row.checked);
+            }
+            for (std::size_t c = ticks ? 1 : 0; c < row.cells.size(); ++c) {
                 pp.drawText(cellRect(c, line.adjusted(-2, 0, 2, 0)),
                             Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                             qs(row.cells[c]));
@@ -293,6 +344,23 @@ void paintFrame(QPainter& p, const Element& e) {
 }
 
 }  // namespace
+
+bool hasTickColumn(const Element& e) {
+    // The rotation's first column ("Sweeper") is a tick per row.
+    return e.kind == ElementKind::Grid && e.name == "lstRotation";
+}
+
+int columnAt(const Element& e, double x) {
+    const double width = gridColumnWidth(e);
+    if (e.kind != ElementKind::Grid || width <= 0) {
+        return -1;
+    }
+    const double across = x - e.rect.left - 1;
+    if (across < 0 || across >= e.rect.width - 2) {
+        return -1;
+    }
+    return static_cast<int>(across / width);
+}
 
 int rowAt(const Element& e, double y) {
     const int count = isGrid(e) ? e.rowCount() : e.listCount();

@@ -1,9 +1,10 @@
 #pragma once
-// Draws the console surface from the model, in design pixels (the caller scales the painter).
+// Draws the console surface from the model at the places the model gives (window pixels).
 // Nothing here keeps state: every paint reads the surface as the logic left it.
 //
 // Thread contract: console thread only (reads the surface).
 
+#include <QFont>
 #include <QPainter>
 #include <QRectF>
 
@@ -11,17 +12,25 @@
 
 namespace tw::ui {
 
+// The face the console's texts are drawn in, at a size in points of the console's design.
+QFont consoleFont(int points, bool bold);
+
 // One element at its rect: picture buttons from their drawing (or their role and captions when
 // nothing is drawn yet), labels, pictures with their fills and printed texts, lists, grids, text
 // and combo boxes, check and option buttons, sliders, frames as outlines, system buttons.
 void paintElement(QPainter& p, const core::Element& e);
 
-// The row of a list or grid painted at height y (design pixels, as the element's rect), or -1
+// The row of a list or grid painted at height y (window pixels, as the element's rect), or -1
 // for none there: the border, a grid's header, or below the last row.
 int rowAt(const core::Element& e, double y);
+// The column of a grid painted at x (window pixels), or -1 outside its columns or for anything
+// but a grid.
+int columnAt(const core::Element& e, double x);
+// Whether a grid shows its rows' ticks (GridRow::checked) as boxes in its first column.
+bool hasTickColumn(const core::Element& e);
 
 // The console window: its back colour, the texts printed on the form itself (the message line),
-// then every drawn element (see drawnElements) in front of them. With an area (design pixels),
+// then every drawn element (see drawnElements) in front of them. With an area (window pixels),
 // only the elements that reach into it are drawn; the caller clips to it.
 void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area = QRectF());
 

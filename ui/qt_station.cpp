@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "core/startup.h"
+#include "support/size_form_controls.h"
 
 namespace tw::ui {
 
@@ -23,12 +24,14 @@ QtStation::QtStation(std::string folder, std::unique_ptr<audio::Engine> engine)
     s.trash = &trash_;
     console_ = std::make_unique<core::Console>(std::move(folder), s);
     window_ = std::make_unique<SurfaceWidget>(*console_);
+    status_ = std::make_unique<StatusWindow>(*console_, window_.get());
     prompter_.setParentWindow(window_.get());
 }
 
 QtStation::~QtStation() {
     try {
         unload();
+        status_.reset();
         window_.reset();
         settings_.flush();
     } catch (const std::exception& e) {
@@ -40,6 +43,8 @@ QtStation::~QtStation() {
 void QtStation::load() {
     core::EventScope event(settings_);
     core::Form_Load(*console_);
+    // A window already larger than the design (sized before the load) gets its layout now.
+    support::resizeConsole(*console_, window_->width(), window_->height());
 }
 
 void QtStation::unload() {

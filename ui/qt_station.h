@@ -16,6 +16,7 @@
 #include "core/trash.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_prompter.h"
+#include "ui/status_window.h"
 #include "ui/surface_widget.h"
 
 namespace tw::ui {
@@ -36,6 +37,7 @@ class QtStation {
 
     core::Console& console() { return *console_; }
     SurfaceWidget& window() { return *window_; }
+    StatusWindow& statusWindow() { return *status_; }
     QtEventLoop& loop() { return loop_; }
     core::SettingsStore& settings() { return settings_; }
 
@@ -50,6 +52,7 @@ class QtStation {
     std::unique_ptr<audio::Engine> engine_;
     std::unique_ptr<core::Console> console_;
     std::unique_ptr<SurfaceWidget> window_;
+    std::unique_ptr<StatusWindow> status_;
 };
 
 }  // namespace tw::ui

@@ -1,15 +1,24 @@
 #include "ui/surface_widget.h"
 
+#include <QDesktopServices>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
 #include <QToolTip>
+#include <QUrl>
 #include <string>
+#include <vector>
 
+#include "autodj/rotations.h"
+#include "core/settings_store.h"
 #include "support/actions.h"
 #include "support/console_layout.h"
+#include "support/size_form_controls.h"
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
@@ -18,7 +27,10 @@
 namespace tw::ui {
 
 SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* parent)
-    : QWidget(parent), console_(console) {
+    : QWidget(parent),
+      console_(console),
+      drag_(console),
+      openUrl_([](const QUrl& url) { QDesktopServices::openUrl(url); }) {
     const QSize design(static_cast<int>(support::kDesignWidth),
                        static_cast<int>(support::kDesignHeight));
     // The console never shrinks below its design.
@@ -26,6 +38,7 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     resize(design);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::StrongFocus);  // the function keys reach the console anywhere on it
+    setAcceptDrops(true);             // files from the desktop
     repaint_.setTimerType(Qt::CoarseTimer);
     repaint_.setInterval(repaintMs);
     QObject::connect(&repaint_, &QTimer::timeout, this, [this] {
@@ -36,9 +49,8 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     syncTitle();
 }
 
-QPointF SurfaceWidget::toDesign(const QPointF& windowPoint) const {
-    return QPointF(windowPoint.x() * support::kDesignWidth / width(),
-                   windowPoint.y() * support::kDesignHeight / height());
+QUrl SurfaceWidget::helpPage() {
+    return QUrl::fromLocalFile(QStringLiteral(TW_HELP_PAGE));
 }
 
 void SurfaceWidget::syncTitle() {
@@ -52,11 +64,8 @@ QRect SurfaceWidget::windowArea(const core::Rect& r) const {
     if (r.width <= 0 || r.height <= 0) {
         return {};
     }
-    const double sx = width() / support::kDesignWidth;
-    const double sy = height() / support::kDesignHeight;
     const double margin = 8;
-    return QRectF((r.left - margin) * sx, (r.top - margin) * sy, (r.width + 2 * margin) * sx,
-                  (r.height + 2 * margin) * sy)
+    return QRectF(r.left - margin, r.top - margin, r.width + 2 * margin, r.height + 2 * margin)
         .toAlignedRect();
 }
 
@@ -99,8 +108,7 @@ bool SurfaceWidget::event(QEvent* event) {
     }
     // Tool tips are the elements' own, looked up where the pointer rests.
     auto* help = static_cast<QHelpEvent*>(event);
-    const QPointF at = toDesign(help->pos());
-    const core::Element* e = elementAt(console_.form(), at.x(), at.y());
+    const core::Element* e = elementAt(console_.form(), help->pos().x(), help->pos().y());
     if (e && !e->toolTip.empty()) {
         QToolTip::showText(help->globalPos(), QString::fromStdString(e->toolTip), this);
     } else {
@@ -115,12 +123,45 @@ void SurfaceWidget::paintEvent(QPaintEvent* event) {
     // The form's own rect may not cover the window (the painter is opaque): start from its colour.
     p.fillRect(rect(), consoleColor(console_.form().frmTarnDesk.backColor));
     p.setRenderHint(QPainter::TextAntialiasing);
-    const double sx = width() / support::kDesignWidth;
-    const double sy = height() / support::kDesignHeight;
-    p.scale(sx, sy);
-    const QRectF area = event->rect().toRectF();
-    paintConsole(p, console_.form(),
-                 QRectF(area.left() / sx, area.top() / sy, area.width() / sx, area.height() / sy));
+    paintConsole(p, console_.form(), event->rect().toRectF());
+}
+
+void SurfaceWidget::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    // Before the load there is no recorded design to scale; the load applies the size.
+    if (!console_.loaded || console_.unloaded) {
+        return;
+    }
+    bool resized = false;
+    {
+        core::EventScope scope(*console_.svc.settings);
+        resized = support::resizeConsole(console_, width(), height());
+    }
+    if (resized) {
+        repaintChanges();
+        update();
+    }
+}
+
+SurfaceWidget::Target SurfaceWidget::targetAt(const QPointF& at) {
+    Target t;
+    t.element = elementAt(console_.form(), at.x(), at.y());
+    if (t.element) {
+        const core::ElementKind k = t.element->kind;
+        if (k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
+            k == core::ElementKind::DirList || k == core::ElementKind::Grid) {
+            t.row = rowAt(*t.element, at.y());
+        }
+    }
+    return t;
+}
+
+void SurfaceWidget::afterAction(const std::string& action, const std::string& name) {
+    if (observer_) {
+        observer_(action, name);
+    }
+    syncTitle();
+    repaintChanges();
 }
 
 void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
@@ -133,32 +174,122 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
         QWidget::mousePressEvent(event);
         return;
     }
-    const QPointF at = toDesign(event->position());
-    const core::Element* e = elementAt(console_.form(), at.x(), at.y());
-    if (!e) {
+    const QPointF at = event->position();
+    const Target t = targetAt(at);
+    if (!t.element) {
         return;
     }
     // The name is copied: the action may change the surface it came from.
-    const std::string name = e->name;
-    const bool list = e->kind == core::ElementKind::ListBox ||
-                      e->kind == core::ElementKind::FileList ||
-                      e->kind == core::ElementKind::DirList || e->kind == core::ElementKind::Grid;
+    const std::string name = t.element->name;
+    const core::ElementKind k = t.element->kind;
+    const bool list = k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
+                      k == core::ElementKind::DirList || k == core::ElementKind::Grid;
     if (list && button == support::MouseButton::Left) {
+        keyTarget_ = name;
         // A click on a row selects it (and runs the list's click); between rows it does nothing.
-        const int row = rowAt(*e, at.y());
-        if (row >= 0) {
-            support::select(console_, name, row);
-            // A grid's own action looks at the column under the pointer.
-            if (e->kind == core::ElementKind::Grid) {
-                support::press(console_, name, button, at.x() - e->rect.left);
+        if (t.row >= 0) {
+            support::select(console_, name, t.row);
+            if (hasTickColumn(*t.element) && columnAt(*t.element, at.x()) == 0) {
+                // A click on the tick box of the rotation's sweeper column ticks it.
+                core::EventScope scope(*console_.svc.settings);
+                autodj::toggleRotationSweeper(console_, t.row);
+            } else if (k == core::ElementKind::Grid) {
+                // A grid's own action looks at the column under the pointer.
+                support::press(console_, name, button, at.x() - t.element->rect.left);
             }
         }
+        drag_.press(name, t.row);
+        afterAction("select", name);
     } else {
+        keyTarget_.clear();  // the focus went to something else than a list
         // The pointer's place across the element, for the bars that seek.
-        support::press(console_, name, button, at.x() - e->rect.left);
+        support::press(console_, name, button, at.x() - t.element->rect.left);
+        if (name == "cmdHelp" && button == support::MouseButton::Left) {
+            openUrl_(helpPage());
+        }
+        afterAction("press", name);
     }
-    syncTitle();
-    repaintChanges();
+}
+
+void SurfaceWidget::mouseMoveEvent(QMouseEvent* event) {
+    if (!drag_.active() || !(event->buttons() & Qt::LeftButton)) {
+        QWidget::mouseMoveEvent(event);
+        return;
+    }
+    const Target t = targetAt(event->position());
+    const std::string name = t.element ? t.element->name : std::string();
+    drag_.move(name, t.row);
+    afterAction("drag", name);
+}
+
+void SurfaceWidget::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() != Qt::LeftButton || !drag_.active()) {
+        QWidget::mouseReleaseEvent(event);
+        return;
+    }
+    const Target t = targetAt(event->position());
+    const std::string name = t.element ? t.element->name : std::string();
+    drag_.release(name, t.row);
+    afterAction("release", name);
+}
+
+void SurfaceWidget::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Delete && !keyTarget_.empty()) {
+        support::keyDown(console_, keyTarget_, "Delete");
+        afterAction("key", keyTarget_);
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+const core::Element* SurfaceWidget::fileDropTarget(const QPointF& at) {
+    const core::Element* e = elementAt(console_.form(), at.x(), at.y());
+    if (e && (e->name == "lstSongs" || e->name == "fileList")) {
+        return e;
+    }
+    return nullptr;
+}
+
+namespace {
+
+std::vector<std::string> localFiles(const QMimeData* data) {
+    std::vector<std::string> files;
+    if (!data || !data->hasUrls()) {
+        return files;
+    }
+    for (const QUrl& url : data->urls()) {
+        if (url.isLocalFile()) {
+            files.push_back(url.toLocalFile().toStdString());
+        }
+    }
+    return files;
+}
+
+}  // namespace
+
+void SurfaceWidget::dragEnterEvent(QDragEnterEvent* event) {
+    if (!localFiles(event->mimeData()).empty()) {
+        event->acceptProposedAction();
+    }
+}
+
+void SurfaceWidget::dragMoveEvent(QDragMoveEvent* event) {
+    if (fileDropTarget(event->position())) {
+        event->acceptProposedAction();
+    } else {
+        event->ignore();
+    }
+}
+
+void SurfaceWidget::dropEvent(QDropEvent* event) {
+    const std::vector<std::string> files = localFiles(event->mimeData());
+    if (files.empty() || !fileDropTarget(event->position())) {
+        event->ignore();
+        return;
+    }
+    support::dropFiles(console_, "fileList", files);
+    event->acceptProposedAction();
+    afterAction("drop", "fileList");
 }
 
 void SurfaceWidget::keyReleaseEvent(QKeyEvent* event) {
@@ -166,8 +297,7 @@ void SurfaceWidget::keyReleaseEvent(QKeyEvent* event) {
     const int key = event->key();
     if (key >= Qt::Key_F1 && key <= Qt::Key_F12) {
         support::keyUp(console_, 112 + (key - Qt::Key_F1));
-        syncTitle();
-        repaintChanges();
+        afterAction("keyUp", std::to_string(112 + (key - Qt::Key_F1)));
         return;
     }
     QWidget::keyReleaseEvent(event);

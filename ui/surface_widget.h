@@ -1,7 +1,8 @@
 #pragma once
-// The console window: draws the console surface from the model, scaled from the design size
-// (896 x 641) to the window's size, and turns mouse presses into the operator's actions on the
-// element under the pointer. It keeps no copy of the surface; every paint reads the model.
+// The console window: draws the console surface from the model at the places the model gives
+// (window pixels; a resize of the window goes to the console's own resize rule, which moves
+// them), and turns mouse presses, drags, drops of files and keys into the operator's actions on
+// the element under the pointer. It keeps no copy of the surface; every paint reads the model.
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
@@ -9,11 +10,15 @@
 #include <QRect>
 #include <QRegion>
 #include <QTimer>
+#include <QUrl>
 #include <QWidget>
 #include <cstddef>
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "core/console.h"
+#include "ui/list_drag.h"
 
 namespace tw::ui {
 
@@ -24,8 +29,6 @@ class SurfaceWidget final : public QWidget {
     // signal to wait for.
     explicit SurfaceWidget(core::Console& console, int repaintMs = 60, QWidget* parent = nullptr);
 
-    // A point of the window in design pixels.
-    QPointF toDesign(const QPointF& windowPoint) const;
     // The window's title follows frmTarnDesk's caption; called by the repaint beat, and public
     // so that a caller need not wait for the beat.
     void syncTitle();
@@ -33,18 +36,52 @@ class SurfaceWidget final : public QWidget {
     // and new places). Returns the window area scheduled, empty when nothing changed.
     QRegion repaintChanges();
 
+    // Told, after the console has run it, of every action the window hands to the console, by
+    // kind ("press", "select", "drag", "release", "key" for Delete, "keyUp" with the key code as
+    // the name, "drop") and element. For diagnostics and the window's own tests; the console
+    // does not depend on it.
+    using ActionObserver = std::function<void(const std::string& action, const std::string& name)>;
+    void setActionObserver(ActionObserver observer) { observer_ = std::move(observer); }
+
+    // cmdHelp opens the console's help page through this (the desktop's default browser unless
+    // replaced, as the tests do).
+    using UrlOpener = std::function<void(const QUrl&)>;
+    void setUrlOpener(UrlOpener opener) { openUrl_ = std::move(opener); }
+    static QUrl helpPage();
+
   protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
   private:
-    // An element's design rect in window pixels, with room for what is drawn just past its edge
-    // (a frame's caption, antialiasing).
+    // An element's rect with room for what is drawn just past its edge (a frame's caption,
+    // antialiasing).
     QRect windowArea(const core::Rect& r) const;
+    // The element and the row of a list or grid (-1 none) under a point of the window.
+    struct Target {
+        const core::Element* element = nullptr;
+        int row = -1;
+    };
+    Target targetAt(const QPointF& at);
+    // Where dropped files go: the song list of the track list stands for the file list.
+    const core::Element* fileDropTarget(const QPointF& at);
+    // Tells the observer, retitles the window and repaints what the action changed.
+    void afterAction(const std::string& action, const std::string& name);
 
     core::Console& console_;
+    ListDrag drag_;
+    ActionObserver observer_;
+    UrlOpener openUrl_;
+    std::string keyTarget_;  // the list last clicked: the Delete key goes to it
     QTimer repaint_;
     // The last look, in the order of the form's element list (a fixed order).
     std::vector<std::size_t> fingerprints_;

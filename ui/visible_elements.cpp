@@ -1,5 +1,6 @@
 #include "ui/visible_elements.h"
 
+#include <algorithm>
 #include <string>
 
 namespace tw::ui {
@@ -43,6 +44,9 @@ std::vector<const Element*> drawnElements(core::MainForm& form) {
         }
         (e->kind == ElementKind::Frame ? frames : others).push_back(e);
     }
+    // Shown over the middle panels: in front of everything.
+    std::stable_partition(others.begin(), others.end(),
+                          [](const Element* e) { return e->name != "lblShowData"; });
     frames.insert(frames.end(), others.begin(), others.end());
     return frames;
 }

@@ -12,10 +12,11 @@ namespace tw::ui {
 
 // Elements shown on the console: visible, with a size, not a timer or the form itself, and every
 // frame they stand in (following container after container) visible too. Frames come first so
-// that they lie behind what stands in them; the rest keep the form's order.
+// that they lie behind what stands in them; the rest keep the form's order, except lblShowData,
+// which the console shows over the panels and so comes last.
 std::vector<const core::Element*> drawnElements(core::MainForm& form);
 
-// The element drawn topmost at (x, y) in design pixels, preferring anything over a frame;
+// The element drawn topmost at (x, y) in window pixels, preferring anything over a frame;
 // nullptr when the point is on the bare form.
 const core::Element* elementAt(core::MainForm& form, double x, double y);
 

@@ -51,10 +51,10 @@ int inkIn(const QImage& image, const QRect& rect) {
     return ink;
 }
 
-QRect windowRect(const core::Element& e, const QWidget& w) {
-    const double sx = w.width() / 896.0, sy = w.height() / 641.0;
-    return QRect(static_cast<int>(e.rect.left * sx), static_cast<int>(e.rect.top * sy),
-                 static_cast<int>(e.rect.width * sx), static_cast<int>(e.rect.height * sy));
+// The model's places are the window's pixels.
+QRect windowRect(const core::Element& e) {
+    return QRect(static_cast<int>(e.rect.left), static_cast<int>(e.rect.top),
+                 static_cast<int>(e.rect.width), static_cast<int>(e.rect.height));
 }
 
 class ConsoleWindowTest : public ::testing::Test {
@@ -107,7 +107,7 @@ TEST_F(ConsoleWindowTest, RenderedWindowShowsTheClockText) {
     }
     EXPECT_GT(colours.size(), 20u) << "the window is (nearly) blank";
 
-    const QRect clock = windowRect(c().form().lblDateTime, window());
+    const QRect clock = windowRect(c().form().lblDateTime);
     const int withText = inkIn(image, clock);
     EXPECT_GT(withText, 40);
     EXPECT_LT(withText, clock.width() * clock.height() / 2) << "a solid block, not text";
@@ -139,7 +139,7 @@ TEST_F(ConsoleWindowTest, WindowStartsAtTheDesignSizeAndNeverShrinksBelowIt) {
 TEST_F(ConsoleWindowTest, ClickOnAPanelButtonShowsItsPanel) {
     loadAndShow();
     ASSERT_EQ(c().screenMode, 2);
-    const QRect button = windowRect(c().form().cmdTrackList, window());
+    const QRect button = windowRect(c().form().cmdTrackList);
     QTest::mouseClick(&window(), Qt::LeftButton, {}, button.center());
     EXPECT_EQ(c().screenMode, 1);
     EXPECT_TRUE(c().form().frmTrackList.visible);
@@ -149,7 +149,7 @@ TEST_F(ConsoleWindowTest, ClickOnAPanelButtonShowsItsPanel) {
 TEST_F(ConsoleWindowTest, ClickLandsOnTheSameElementInALargerWindow) {
     loadAndShow();
     window().resize(1344, 962);
-    const QRect button = windowRect(c().form().cmdAutoManual, window());
+    const QRect button = windowRect(c().form().cmdAutoManual);
     ASSERT_GT(button.width(), 100);  // scaled: 90 design pixels wide
     QTest::mouseClick(&window(), Qt::LeftButton, {}, button.center());
     EXPECT_EQ(c().form().cmdAutoManual.caption, core::kManual);
@@ -198,15 +198,15 @@ TEST_F(ConsoleWindowTest, OnlyThePlacesThatChangedAreRepainted) {
     core::MainForm& m = c().form();
     core::printOnButton(m.cmdSkipNow, core::ImageRole::Green, "NEXT");
     const QRegion changed = window().repaintChanges();
-    EXPECT_TRUE(changed.contains(windowRect(m.cmdSkipNow, window())));
-    EXPECT_FALSE(changed.contains(windowRect(m.cmdSampler[9], window()).center()));
+    EXPECT_TRUE(changed.contains(windowRect(m.cmdSkipNow)));
+    EXPECT_FALSE(changed.contains(windowRect(m.cmdSampler[9]).center()));
 
     // A move repaints where it was and where it is now.
-    const QRect before = windowRect(m.cmdMute, window());
+    const QRect before = windowRect(m.cmdMute);
     m.cmdMute.rect.left += 300;
     const QRegion moved = window().repaintChanges();
     EXPECT_TRUE(moved.contains(before));
-    EXPECT_TRUE(moved.contains(windowRect(m.cmdMute, window())));
+    EXPECT_TRUE(moved.contains(windowRect(m.cmdMute)));
 
     // The form's own colour is all of the window.
     m.frmTarnDesk.backColor = 0xC0C0C0;
@@ -226,7 +226,7 @@ TEST_F(ConsoleWindowTest, WhatIsOnScreenFollowsTheSurfaceAfterPartialRepaints) {
     const QImage onScreen = window().screen()->grabWindow(window().winId()).toImage();
     const QImage fresh = window().grab().toImage();
     ASSERT_EQ(onScreen.size(), fresh.size());
-    const QRect clock = windowRect(m.lblDateTime, window());
+    const QRect clock = windowRect(m.lblDateTime);
     int differing = 0;
     for (int y = 0; y < fresh.height(); ++y) {
         for (int x = 0; x < fresh.width(); ++x) {
@@ -240,7 +240,7 @@ TEST_F(ConsoleWindowTest, WhatIsOnScreenFollowsTheSurfaceAfterPartialRepaints) {
 
 TEST_F(ConsoleWindowTest, ToolTipIsThatOfTheElementUnderThePointer) {
     loadAndShow();
-    const QPoint at = windowRect(c().form().chkEnableSchedule, window()).center();
+    const QPoint at = windowRect(c().form().chkEnableSchedule).center();
     QHelpEvent help(QEvent::ToolTip, at, window().mapToGlobal(at));
     QApplication::sendEvent(&window(), &help);
     EXPECT_EQ(QToolTip::text().toStdString(), c().form().chkEnableSchedule.toolTip);

@@ -141,5 +141,76 @@ TEST_F(ElementPainterTest, HeaderOfAGridIsNoRow) {
     EXPECT_LT(y, 60);
 }
 
+TEST_F(ElementPainterTest, TheRotationShowsEachRowsTickAsABoxInItsFirstColumn) {
+    core::Element& grid = form.lstRotation;
+    grid.rect = {0, 0, 200, 100};
+    grid.columns = {"Sweeper", "Catagory"};
+    grid.rows = {{{"", "Rock"}, false, false}, {{"", "Jazz"}, true, false}};
+    ASSERT_TRUE(hasTickColumn(grid));
+    EXPECT_FALSE(hasTickColumn(form.lstPlaylist));
+    const QImage image = paint();
+    int y0 = 0, y1 = 0;
+    for (int y = 0; y < 100; ++y) {
+        if (rowAt(grid, y) == 0 && y0 == 0) {
+            y0 = y;
+        }
+        if (rowAt(grid, y) == 1 && y1 == 0) {
+            y1 = y;
+        }
+    }
+    ASSERT_GT(y1, y0);
+    const int rowHeight = y1 - y0;
+    // Pixels of a row's first 16 columns darker than the given lightness.
+    auto darker = [&](int top, int lightness) {
+        int n = 0;
+        for (int y = top; y < top + rowHeight; ++y) {
+            for (int x = 2; x < 16; ++x) {
+                n += QColor(image.pixel(x, y)).lightness() < lightness;
+            }
+        }
+        return n;
+    };
+    EXPECT_GT(darker(y1, 60), darker(y0, 60) + 5) << "the ticked row shows a tick";
+    EXPECT_GT(darker(y0, 200), 10) << "the unticked row shows an empty box";
+}
+
+TEST_F(ElementPainterTest, ColumnOfAGridIsFoundAcrossIt) {
+    core::Element& grid = form.lstPlaylist;
+    grid.rect = {10, 0, 202, 100};
+    grid.columns = {"Time On", "Track Name", "Length", "Re-Pick"};
+    EXPECT_EQ(columnAt(grid, 5), -1);
+    EXPECT_EQ(columnAt(grid, 12), 0);
+    EXPECT_EQ(columnAt(grid, 62), 1);
+    EXPECT_EQ(columnAt(grid, 210), 3);
+    EXPECT_EQ(columnAt(grid, 212), -1);
+    EXPECT_EQ(columnAt(form.lstPlaylists, 12), -1);
+}
+
+TEST_F(ElementPainterTest, AButtonPaintedAtAnOlderSizeIsStretchedToItsPresentOne) {
+    core::Element& b = form.cmdSkipNow;
+    b.rect = {10, 10, 100, 30};
+    core::printOnButton(b, ImageRole::Blue, "NEXT");
+    b.rect = {10, 10, 150, 45};  // grown since, not repainted
+    const QImage image = paint();
+    // The far corner is the role's blue, not the form.
+    const QColor corner = image.pixelColor(10 + 150 - 3, 10 + 45 - 3);
+    EXPECT_GT(corner.blue(), corner.red() + 40) << corner.name().toStdString();
+    // The caption stays about the middle: its ink is centred within a few pixels.
+    double sumX = 0, sumY = 0;
+    int n = 0;
+    for (int y = 10; y < 55; ++y) {
+        for (int x = 10; x < 160; ++x) {
+            if (image.pixelColor(x, y).lightness() < 90) {
+                sumX += x;
+                sumY += y;
+                ++n;
+            }
+        }
+    }
+    ASSERT_GT(n, 20);
+    EXPECT_NEAR(sumX / n, 10 + 75, 8);
+    EXPECT_NEAR(sumY / n, 10 + 22.5, 8);
+}
+
 }  // namespace
 }  // namespace tw::ui

@@ -1,0 +1,54 @@
+#include "ui/list_drag.h"
+
+#include "autodj/rotations.h"
+#include "core/settings_store.h"
+
+namespace tw::ui {
+
+void ListDrag::press(const std::string& name, int row) {
+    source_.clear();
+    moved_ = false;
+    row_ = row;
+    auto& m = console_.form();
+    if (row < 0) {
+        return;
+    }
+    if (name == "lstPlaylists" && row < m.lstPlaylists.listCount()) {
+        source_ = name;
+        category_ = m.lstPlaylists.items[static_cast<std::size_t>(row)].text;
+    } else if (name == "lstRotation" || name == "lstPlaylist") {
+        source_ = name;
+    }
+}
+
+void ListDrag::move(const std::string& name, int row) {
+    if (source_.empty() || name != source_ || row < 0 || row == row_ || source_ == "lstPlaylists") {
+        return;
+    }
+    core::EventScope event(*console_.svc.settings);
+    if (source_ == "lstRotation") {
+        autodj::dragRotationRow(console_, row_, row);
+    } else {
+        autodj::dragPlaylistRow(console_, row_, row);
+    }
+    row_ = row;
+    moved_ = true;
+}
+
+void ListDrag::release(const std::string& name, int row) {
+    const std::string source = std::move(source_);
+    source_.clear();
+    if (source == "lstPlaylists" && name == "lstRotation" && !category_.empty()) {
+        core::EventScope event(*console_.svc.settings);
+        // The category goes in at the row it lands on, or after the last row.
+        console_.form().lstRotation.row = row;
+        autodj::dropCategoryOnRotation(console_, category_);
+    } else if (source == "lstRotation" && moved_) {
+        core::EventScope event(*console_.svc.settings);
+        autodj::releaseRotationDrag(console_);
+    }
+    moved_ = false;
+    category_.clear();
+}
+
+}  // namespace tw::ui

@@ -1,0 +1,39 @@
+#pragma once
+// The operator's drags between and within the console's lists: a category from lstPlaylists
+// dropped on lstRotation joins the rotation where it lands; a row of lstRotation or lstPlaylist
+// dragged over the rows of its own grid travels with the pointer. The window feeds it the
+// element and row under the pointer at the press, at each move with the button held and at the
+// release; each call that changes the console is one console event.
+//
+// Thread contract: console thread only.
+
+#include <string>
+
+#include "core/console.h"
+
+namespace tw::ui {
+
+class ListDrag {
+  public:
+    explicit ListDrag(core::Console& console) : console_(console) {}
+
+    // A press of the left button on a row (-1 for none) of the named element.
+    void press(const std::string& name, int row);
+    // The pointer moved, the button held, over a row (-1 for none) of the named element ("" for
+    // no element).
+    void move(const std::string& name, int row);
+    // The button released over a row of the named element. Ends the drag.
+    void release(const std::string& name, int row);
+
+    // Whether a drag that can land is under way (a category or grid row was pressed).
+    bool active() const { return !source_.empty(); }
+
+  private:
+    core::Console& console_;
+    std::string source_;  // "" when no drag is under way
+    int row_ = -1;        // the dragged row's present index
+    bool moved_ = false;  // a grid row changed places
+    std::string category_;
+};
+
+}  // namespace tw::ui

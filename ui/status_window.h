@@ -1,0 +1,32 @@
+#pragma once
+// The console's progress window (frmStatus): shown while the model says it is visible, in front
+// of the console and without blocking it, with its bar (pctStatus) and text (lblProgress) drawn
+// from the model. It looks at the model on its own beat; nothing in the console waits for it.
+//
+// Thread contract: console thread only (a widget, and it reads the console).
+
+#include <QTimer>
+#include <QWidget>
+
+#include "core/console.h"
+
+namespace tw::ui {
+
+class StatusWindow final : public QWidget {
+  public:
+    // owner: the console's window, which this one stands in front of (may be nullptr).
+    StatusWindow(core::Console& console, QWidget* owner, int beatMs = 100);
+
+    // Shows or hides the window as frmStatus says and repaints it; called by the beat, and
+    // public so that a caller need not wait for it.
+    void follow();
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+
+  private:
+    core::Console& console_;
+    QTimer beat_;
+};
+
+}  // namespace tw::ui
