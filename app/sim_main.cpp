@@ -62,11 +62,8 @@ int main(int argc, char** argv) {
     }
 
     // The engine renders offline: exactly as much audio as virtual time moves on.
-    auto engine = std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline);
-    tw::audio::MixEngine* mix = engine.get();
     tw::support::Simulator sim(
-        station, start, std::move(engine),
-        tw::support::offlineRenderer([mix](std::size_t frames) { return mix->render(frames); }));
+        station, start, std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline));
     if (script.empty()) {
         return sim.run(std::cin, std::cout, std::cerr);
     }

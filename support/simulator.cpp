@@ -1,11 +1,17 @@
 #include "support/simulator.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <istream>
 #include <ostream>
 #include <sstream>
 
+#include "autodj/library.h"
 #include "autodj/picker.h"
+#include "autodj/rotations.h"
 #include "core/startup.h"
 #include "core/text.h"
 #include "support/actions.h"
@@ -30,6 +36,83 @@ bool parseNumber(const std::string& s, double& out) {
     std::istringstream in(s);
     in >> out;
     return !in.fail() && in.eof() && std::isfinite(out);
+}
+
+constexpr std::size_t kBlockFrames = 4096;
+constexpr std::uint32_t kRate = 44100;
+constexpr std::uint16_t kChannels = 2;
+
+// A 16-bit PCM WAV file at 44100 Hz stereo, written as the samples come; the sizes in its header
+// are filled in by finish().
+class WavWriter {
+  public:
+    explicit WavWriter(const std::string& path) : out_(path, std::ios::binary | std::ios::trunc) {
+        writeHeader(0);
+    }
+    bool ok() const { return static_cast<bool>(out_); }
+    void write(const float* samples, std::size_t count) {
+        std::array<char, 2 * kBlockFrames * kChannels> bytes{};
+        while (count > 0) {
+            const std::size_t n = std::min(count, bytes.size() / 2);
+            for (std::size_t i = 0; i < n; ++i) {
+                const float v = std::clamp(samples[i], -1.0f, 1.0f);
+                const auto s = static_cast<std::int16_t>(std::lrint(v * 32767.0f));
+                const auto u = static_cast<std::uint16_t>(s);
+                bytes[2 * i] = static_cast<char>(u & 0xff);
+                bytes[2 * i + 1] = static_cast<char>(u >> 8);
+            }
+            out_.write(bytes.data(), static_cast<std::streamsize>(2 * n));
+            dataBytes_ += 2 * n;
+            samples += n;
+            count -= n;
+        }
+    }
+    bool finish() {
+        out_.seekp(0);
+        writeHeader(dataBytes_);
+        out_.close();
+        return !out_.fail();
+    }
+
+  private:
+    void put32(std::uint32_t v) {
+        const char b[4] = {static_cast<char>(v & 0xff), static_cast<char>((v >> 8) & 0xff),
+                           static_cast<char>((v >> 16) & 0xff), static_cast<char>(v >> 24)};
+        out_.write(b, 4);
+    }
+    void put16(std::uint16_t v) {
+        const char b[2] = {static_cast<char>(v & 0xff), static_cast<char>(v >> 8)};
+        out_.write(b, 2);
+    }
+    void writeHeader(std::uint64_t dataBytes) {
+        const auto data =
+            static_cast<std::uint32_t>(std::min<std::uint64_t>(dataBytes, 0xffffffdbu));
+        out_.write("RIFF", 4);
+        put32(36 + data);
+        out_.write("WAVEfmt ", 8);
+        put32(16);
+        put16(1);  // PCM
+        put16(kChannels);
+        put32(kRate);
+        put32(kRate * kChannels * 2);
+        put16(kChannels * 2);
+        put16(16);
+        out_.write("data", 4);
+        put32(data);
+    }
+
+    std::ofstream out_;
+    std::uint64_t dataBytes_ = 0;
+};
+
+// The words of a line, split at blanks.
+std::vector<std::string> words(const std::string& text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string w; in >> w;) {
+        out.push_back(w);
+    }
+    return out;
 }
 
 }  // namespace
@@ -64,6 +147,55 @@ Simulator::Simulator(std::string station, core::DateValue start,
     s.loop = &loop_;
     s.trash = &trash_;
     console_ = std::make_unique<core::Console>(std::move(station), s);
+}
+
+Simulator::Simulator(std::string station, core::DateValue start,
+                     std::unique_ptr<audio::MixEngine> offlineEngine)
+    : Simulator(std::move(station), start,
+                std::unique_ptr<audio::Engine>(offlineEngine.release())) {
+    mix_ = static_cast<audio::MixEngine*>(engine_.get());
+    busBlock_.resize(kBlockFrames * kChannels);
+    loop_.beforeStep = offlineRenderer([this](std::size_t frames) {
+        renderMix(frames);
+        return true;
+    });
+}
+
+void Simulator::renderMix(std::size_t frames) {
+    while (frames > 0) {
+        const std::size_t n = std::min(frames, kBlockFrames);
+        std::fill_n(busBlock_.begin(), n * kChannels, 0.0f);
+        mix_->render(n, nullptr, busBlock_.data());
+        if (recordSink_) {
+            recordSink_(busBlock_.data(), n);
+        }
+        if (busSink_) {
+            busSink_(busBlock_.data(), n);
+        }
+        frames -= n;
+    }
+}
+
+bool Simulator::record(const std::string& file, double seconds, std::string& error) {
+    if (mix_ == nullptr) {
+        error = "record: this simulator does not render the mix (it needs an offline engine)";
+        return false;
+    }
+    WavWriter wav(file);
+    if (!wav.ok()) {
+        error = "record: cannot write " + file;
+        return false;
+    }
+    recordSink_ = [&wav](const float* bus, std::size_t frames) {
+        wav.write(bus, frames * kChannels);
+    };
+    loop_.advance(seconds);
+    recordSink_ = nullptr;
+    if (!wav.finish()) {
+        error = "record: cannot write " + file;
+        return false;
+    }
+    return true;
 }
 
 Simulator::~Simulator() {
@@ -210,6 +342,57 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
         core::DateValue previous = 0;
         const std::string path = autodj::pickSongForCatagory(c, category, target, previous);
         out << "picked " << (path.empty() ? "<none>" : path) << "\n";
+        return true;
+    }
+    if (cmd == "record") {
+        const auto args = words(rest);
+        double seconds = 0;
+        if (args.size() != 2 || !parseNumber(args[1], seconds) || seconds < 0) {
+            error = "record needs a file and a number of seconds, not \"" + rest + "\"";
+            return false;
+        }
+        return record(args[0], seconds, error);
+    }
+    if (cmd == "rotation") {
+        auto args = words(rest);
+        if (args.size() < 2) {
+            error = "rotation needs a name and at least one category";
+            return false;
+        }
+        std::string name = args[0];
+        if (name.size() < 4 || core::toLower(name.substr(name.size() - 4)) != ".rot") {
+            name += ".rot";
+        }
+        // The console's own save writes what lstRotation holds: the rows go there for the save
+        // and the grid gets back what it showed.
+        core::EventScope event(settings_);
+        auto& grid = c.form().lstRotation;
+        auto shownRows = grid.rows;
+        const int shownRow = grid.row;
+        grid.rows.clear();
+        for (std::size_t i = 1; i < args.size(); ++i) {
+            core::GridRow row;
+            row.cells = {"", args[i]};
+            row.checked = false;
+            grid.rows.push_back(row);
+        }
+        autodj::saveNewList(c, name);
+        grid.rows = std::move(shownRows);
+        grid.row = shownRow;
+        return true;
+    }
+    if (cmd == "category") {
+        if (rest.empty() || rest.find(' ') != std::string::npos) {
+            error = "category needs one name without blanks";
+            return false;
+        }
+        std::error_code ec;
+        if (std::filesystem::is_directory(c.AppFolder + "/Music/" + rest, ec)) {
+            return true;
+        }
+        core::EventScope event(settings_);
+        prompter_.queueAnswer(rest);
+        autodj::createCatagory(c);
         return true;
     }
     if (cmd == "answer") {

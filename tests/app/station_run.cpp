@@ -1,0 +1,150 @@
+#include "station_run.h"
+
+#include <unistd.h>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "audio/mix_engine.h"
+
+namespace tw::test {
+
+namespace {
+
+std::string quoted(const std::string& s) {
+    std::string out = "'";
+    for (char ch : s) {
+        out += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
+    }
+    return out + "'";
+}
+
+}  // namespace
+
+std::string makeDemoStation(const std::filesystem::path& dir, int categories, int tracks,
+                            int minSeconds, int maxSeconds, int artists) {
+    const std::string script = std::string(TW_SOURCE_DIR) + "/scripts/make-demo-station.sh";
+    std::ostringstream cmd;
+    cmd << "TW_BUILD_DIR=" << quoted(TW_BINARY_DIR) << " " << quoted(script) << " "
+        << quoted(dir.string()) << " " << categories << " " << tracks << " " << minSeconds << " "
+        << maxSeconds << " " << artists << " > "
+        << quoted((dir.parent_path() / "make.log").string()) << " 2>&1";
+    const int status = std::system(cmd.str().c_str());
+    if (status != 0) {
+        std::ifstream log(dir.parent_path() / "make.log");
+        std::stringstream text;
+        text << log.rdbuf();
+        return "make-demo-station.sh failed (" + std::to_string(status) + "): " + text.str();
+    }
+    return {};
+}
+
+std::filesystem::path keptDemoLibrary(std::string& error) {
+    namespace fs = std::filesystem;
+    const fs::path kept = fs::path(TW_BINARY_DIR) / "tests/app/demo-station-6x40";
+    if (fs::is_directory(kept / "Music")) {
+        return kept;
+    }
+    const fs::path making = kept.string() + ".making-" + std::to_string(::getpid());
+    fs::remove_all(making);
+    fs::create_directories(making);
+    error = makeDemoStation(making / "station", 6, 40, 20, 90, 15);
+    if (!error.empty()) {
+        fs::remove_all(making);
+        return {};
+    }
+    std::error_code ec;
+    fs::rename(making / "station", kept, ec);
+    fs::remove_all(making);
+    if (ec && !fs::is_directory(kept / "Music")) {
+        error = "cannot keep the demo library: " + ec.message();
+        return {};
+    }
+    return kept;
+}
+
+void copyStation(const std::filesystem::path& from, const std::filesystem::path& to) {
+    std::filesystem::copy(from, to,
+                          std::filesystem::copy_options::recursive |
+                              std::filesystem::copy_options::overwrite_existing);
+}
+
+long residentKb() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmRSS:", 0) == 0) {
+            return std::strtol(line.c_str() + 6, nullptr, 10);
+        }
+    }
+    return 0;
+}
+
+StationRun::StationRun(const std::string& station, core::DateValue start)
+    : sim_(station, start, std::make_unique<audio::MixEngine>(audio::EngineMode::Offline)) {
+    sim_.setBusSink([this](const float* bus, std::size_t frames) { onBus(bus, frames); });
+}
+
+std::string StationRun::exec(const std::string& line) {
+    std::ostringstream out;
+    std::string error;
+    if (!sim_.execute(line, out, error)) {
+        return error.empty() ? "failed: " + line : error;
+    }
+    return {};
+}
+
+void StationRun::advance(double seconds, double step) {
+    for (double done = 0; done < seconds; done += step) {
+        sim_.loop().advance(std::min(step, seconds - done));
+        auto& c = sim_.console();
+        const audio::Handle streams[2] = {c.player1Stream, c.player2Stream};
+        for (int i = 0; i < 2; ++i) {
+            Watched& w = players_[i];
+            const audio::Handle h = streams[i];
+            if (h != w.stream) {
+                w = Watched{h, h == 0 ? 0 : c.svc.engine->channelGetPosition(h), false};
+            } else if (h != 0 && !w.counted &&
+                       c.svc.engine->channelGetPosition(h) != w.firstPosition) {
+                ++starts_;
+                w.counted = true;
+            }
+        }
+    }
+}
+
+void StationRun::onBus(const float* bus, std::size_t frames) {
+    for (std::size_t i = 0; i < frames; ++i, ++frames_) {
+        const bool zero = bus[2 * i] == 0.0f && bus[2 * i + 1] == 0.0f;
+        if (zero) {
+            if (zeroRunStart_ < 0) {
+                zeroRunStart_ = frames_;
+            }
+            continue;
+        }
+        if (firstSoundFrame_ < 0) {
+            firstSoundFrame_ = frames_;
+        } else if (zeroRunStart_ >= 0 && frames_ - zeroRunStart_ >= longestKept_) {
+            zeroRuns_.emplace_back(zeroRunStart_, frames_ - zeroRunStart_);
+        }
+        zeroRunStart_ = -1;
+    }
+}
+
+std::vector<SilenceStretch> StationRun::silences(double longerThan) const {
+    std::vector<SilenceStretch> out;
+    auto keep = [&](std::int64_t start, std::int64_t length) {
+        const double seconds = static_cast<double>(length) / 44100.0;
+        if (seconds > longerThan) {
+            out.push_back({static_cast<double>(start) / 44100.0, seconds});
+        }
+    };
+    for (const auto& [start, length] : zeroRuns_) {
+        keep(start, length);
+    }
+    if (firstSoundFrame_ >= 0 && zeroRunStart_ >= 0) {
+        keep(zeroRunStart_, frames_ - zeroRunStart_);
+    }
+    return out;
+}
+
+}  // namespace tw::test
