@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/text.h"
+#include "support/console_json.h"
 #include "tags/field_names.h"
 #include "tags/id3_tag.h"
 #include "tags/text_codec.h"
@@ -22,36 +23,7 @@ using tw::tags::clsID3;
 // Bytes that are no UTF-8 (picture data, a value set by hand) are shown as the ISO-8859-1
 // characters they would be, so that the output is always valid JSON.
 std::string jsonText(const std::string& raw) {
-    const std::string s = tw::tags::charsToUtf8(tw::tags::utf8ToChars(raw));
-    std::string out = "\"";
-    for (unsigned char c : s) {
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (c < 0x20) {
-                    char buf[8];
-                    std::snprintf(buf, sizeof buf, "\\u%04x", c);
-                    out += buf;
-                } else {
-                    out.push_back(static_cast<char>(c));
-                }
-        }
-    }
-    return out + "\"";
+    return tw::support::jsonString(tw::tags::charsToUtf8(tw::tags::utf8ToChars(raw)));
 }
 
 std::string jsonNumber(double v) {

@@ -51,6 +51,19 @@ void setRow(core::Element& grid, int i, core::GridRow row) {
     grid.rows[static_cast<std::size_t>(i)] = std::move(row);
 }
 
+// Puts a pick into its row: the name and path from the tag, the rollback date from the picker.
+// The row's artist stays as the first build set it. Gives the picked track's artist.
+std::string takePick(core::Console& c, clsTrackListing& t, const std::string& path,
+                     core::DateValue previous) {
+    c.id3->filename(path);
+    tags::clsMp3TagData tag;
+    c.id3->returnID3Tag(tag);
+    t.trackName = tag.mp3Title;
+    t.trackPath = path;
+    t.trackLastPlayed = previous;
+    return tag.Artist;
+}
+
 clsTrackListing& record(core::Console& c, int i) {
     if (i < 0 || i >= static_cast<int>(c.trackList.size())) {
         core::failSubscript();
@@ -177,15 +190,9 @@ void UpdateTrackList(core::Console& c, std::int16_t flag) {
         t.timeOn = core::addSeconds(prev.timeOn, timeToSeconds(prev.trackLength));
         core::DateValue previous = 0;
         path = pickSongForCatagory(c, t.trackCatagory, t.timeOn, previous);
-        c.id3->filename(path);
-        tags::clsMp3TagData tag;
-        c.id3->returnID3Tag(tag);
-        t.trackName = tag.mp3Title;
-        t.trackPath = path;
-        t.trackLastPlayed = previous;
+        std::string artist = takePick(c, t, path, previous);
         float seconds = 0;
         measure(c, path, t.trackLength, seconds);
-        std::string artist = tag.Artist;
         planRefill(c, t.trackName, makeArtist(artist), t.timeOn, previous);
         setRow(m.lstPlaylist, x, listRow(t, "clickToRepick"));
     } catch (const std::exception& e) {
@@ -224,14 +231,8 @@ void rePickItem(core::Console& c, int i) {
         }
         core::DateValue previous = 0;
         const std::string path = pickSongForCatagory(c, t.trackCatagory, t.timeOn, previous);
-        c.id3->filename(path);
-        tags::clsMp3TagData tag;
-        c.id3->returnID3Tag(tag);
-        t.trackName = tag.mp3Title;
-        t.trackPath = path;
-        t.trackLastPlayed = previous;
+        std::string artist = takePick(c, t, path, previous);
         measure(c, path, t.trackLength, t.trackLengthInSeconds);
-        std::string artist = tag.Artist;
         planPick(c, t.trackName, makeArtist(artist), t.timeOn, previous);
         setRow(m.lstPlaylist, i, listRow(t, "ClickToRepick"));
     } catch (const std::exception& e) {
