@@ -51,8 +51,11 @@ TEST_F(PlayerStartTest, TheFirstStartIsOnPlayerOneAndRecordsThePlay) {
     EXPECT_EQ(c().form().lblplayer1.caption2, "Alpha");
     EXPECT_NE(c().sync1, 0u);
     EXPECT_EQ(engine.syncCount(a), 1);
-    // The first encoder is on by default and gets the title with the station's address.
     EXPECT_EQ(engine.count("channelSetSync " + h(a) + " 8"), 1);
+    // The first encoder is on by default and gets the title with the station's address; the
+    // others are off.
+    EXPECT_EQ(engine.count("castSetTitle "), 1);
+    EXPECT_EQ(engine.count("castSetTitle 0 Ann Arbor - Alpha Station URL"), 1);
 }
 
 TEST_F(PlayerStartTest, ThePlayCountGoesUpWithEveryStart) {
@@ -80,6 +83,16 @@ TEST_F(PlayerStartTest, ATrackOfExactlySixtySecondsIsNotFaded) {
     c().activePlayer = 1;
     startNExt(c());
     EXPECT_EQ(engine.count("channelSlideAttribute " + h(a)), 0);
+}
+
+TEST_F(PlayerStartTest, EveryEnabledEncoderGetsTheTitleWithTheFirstEncodersAddress) {
+    test::writeFile(dir / "appSettings.ini",
+                    "[Shoutcast]\nURL=http://radio.example\n[Shoutcast4]\nEnabled=1\n");
+    c().encoderHandles[4] = 77;
+    load(1, pathA, 15.1);
+    startNExt(c());
+    EXPECT_EQ(engine.count("castSetTitle 0 Ann Arbor - Alpha http://radio.example"), 1);
+    EXPECT_EQ(engine.count("castSetTitle 77 Ann Arbor - Alpha http://radio.example"), 1);
 }
 
 TEST_F(PlayerStartTest, ATrackOfExactlyFifteenSecondsSendsNoTitleButIsRecorded) {

@@ -114,7 +114,9 @@ class FakeEngine final : public audio::Engine {
                   const std::string&, std::uint32_t, bool) override {
         return fail(false);
     }
-    bool castSetTitle(audio::Handle, const std::string&, const std::string&) override {
+    bool castSetTitle(audio::Handle encoder, const std::string& title,
+                      const std::string& url) override {
+        calls.push_back("castSetTitle " + std::to_string(encoder) + " " + title + " " + url);
         return fail(false);
     }
     std::string castGetStats(audio::Handle, int, const std::string&) override { return {}; }
