@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <mutex>
 
+#include "audio/byte_window_seek.h"
 #include "audio/decoder.h"
 #include "audio/engine.h"
 #include "audio/mp3_setup.h"
@@ -48,17 +49,7 @@ ssize_t readWindow(void* handle, void* buffer, size_t bytes) {
 
 off_t seekWindow(void* handle, off_t offset, int whence) {
     auto* r = static_cast<FileReader*>(handle);
-    off_t target = offset;
-    if (whence == SEEK_CUR) {
-        target = r->pos + offset;
-    } else if (whence == SEEK_END) {
-        target = r->size + offset;
-    }
-    if (target < 0 || target > r->size) {
-        return -1;
-    }
-    r->pos = target;
-    return target;
+    return seekInWindow<off_t>(r->pos, r->size, offset, whence);
 }
 
 void closeWindow(void*) {}

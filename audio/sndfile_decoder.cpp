@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "audio/byte_window_seek.h"
 #include "audio/decoder.h"
 #include "audio/engine.h"
 
@@ -32,17 +33,7 @@ sf_count_t windowLength(void* user) {
 
 sf_count_t windowSeek(sf_count_t offset, int whence, void* user) {
     auto* w = static_cast<ByteWindow*>(user);
-    sf_count_t target = offset;
-    if (whence == SEEK_CUR) {
-        target = w->pos + offset;
-    } else if (whence == SEEK_END) {
-        target = w->size + offset;
-    }
-    if (target < 0 || target > w->size) {
-        return -1;
-    }
-    w->pos = target;
-    return target;
+    return seekInWindow<sf_count_t>(w->pos, w->size, offset, whence);
 }
 
 sf_count_t windowRead(void* buffer, sf_count_t count, void* user) {

@@ -139,13 +139,7 @@ Simulator::Simulator(std::string station, core::DateValue start,
         core::EventScope event(settings_);
         fn();
     };
-    core::Services s;
-    s.clock = &clock_;
-    s.settings = &settings_;
-    s.engine = engine_.get();
-    s.prompter = &prompter_;
-    s.loop = &loop_;
-    s.trash = &trash_;
+    const core::Services s{&clock_, &settings_, engine_.get(), &prompter_, &loop_, &trash_};
     console_ = std::make_unique<core::Console>(std::move(station), s);
 }
 

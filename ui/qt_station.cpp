@@ -15,13 +15,7 @@ QtStation::QtStation(std::string folder, std::unique_ptr<audio::Engine> engine)
       }),
       engine_(std::move(engine)) {
     settings_.addPrivateFileName("appSettings.ini");
-    core::Services s;
-    s.clock = &clock_;
-    s.settings = &settings_;
-    s.engine = engine_.get();
-    s.prompter = &prompter_;
-    s.loop = &loop_;
-    s.trash = &trash_;
+    const core::Services s{&clock_, &settings_, engine_.get(), &prompter_, &loop_, &trash_};
     console_ = std::make_unique<core::Console>(std::move(folder), s);
     window_ = std::make_unique<SurfaceWidget>(*console_);
     status_ = std::make_unique<StatusWindow>(*console_, window_.get());
