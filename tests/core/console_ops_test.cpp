@@ -167,12 +167,13 @@ TEST_F(ConsoleOpsTest, RecycleSendsToTheTrashWithTheFlagsOfTheCall) {
 TEST(DesktopTrashTest, MovesAFileIntoTheTrashFolder) {
     test::TempDir home;
     test::TempDir station;
-    setenv("XDG_DATA_HOME", (home.path() / "data").c_str(), 1);
+    test::ScopedSurroundings inHome(home.path(), "XDG_DATA_HOME", (home.path() / "data").string());
     writeFile(station / "song.mp3", "abc");
     DesktopTrash trash;
     EXPECT_TRUE(trash.moveToTrash((station / "song.mp3").string()));
     EXPECT_FALSE(fs::exists(station / "song.mp3"));
     EXPECT_TRUE(fs::exists(home.path() / "data" / "Trash" / "files" / "song.mp3"));
+    EXPECT_FALSE(fs::exists(home.path() / "files"));
 }
 
 TEST_F(ConsoleOpsTest, StatusWindowShowsItsBarToTheFraction) {

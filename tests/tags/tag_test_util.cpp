@@ -151,4 +151,14 @@ std::filesystem::path corpus(const std::string& name) {
     return std::filesystem::path(root ? root : TW_TAG_CORPUS_DIR) / "tags" / name;
 }
 
+std::string corpusMissing() {
+    const auto where = corpus("");
+    std::error_code ec;
+    if (std::filesystem::is_directory(where, ec)) {
+        return {};
+    }
+    return "the shared tag corpus is not at " + where.string() +
+           "; set TW_CORPUS to the folder that holds its tags/ folder to run this test";
+}
+
 }  // namespace tw::test

@@ -3,9 +3,12 @@
 // against (lame, sox, ffmpeg, ffprobe).
 
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace tw::test {
 
@@ -41,5 +44,20 @@ std::string ffprobeTags(const std::filesystem::path& file);
 std::string decodedAudio(const std::filesystem::path& file);
 
 std::filesystem::path corpus(const std::string& name);
+// Empty when the shared tag corpus is there; otherwise the one line that says where it was looked
+// for and how to point the tests at it.
+std::string corpusMissing();
+
+// The first line of a test that reads the shared corpus: without the corpus the test is skipped
+// with that line, unless TW_REQUIRE_CORPUS is set (CI), where it fails.
+#define TW_SKIP_WITHOUT_CORPUS()                                                         \
+    do {                                                                                 \
+        if (const std::string missing = ::tw::test::corpusMissing(); !missing.empty()) { \
+            if (std::getenv("TW_REQUIRE_CORPUS")) {                                      \
+                FAIL() << missing;                                                       \
+            }                                                                            \
+            GTEST_SKIP() << missing;                                                     \
+        }                                                                                \
+    } while (false)
 
 }  // namespace tw::test

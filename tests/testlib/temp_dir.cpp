@@ -24,6 +24,27 @@ TempDir::~TempDir() {
     std::filesystem::remove_all(path_, ec);
 }
 
+ScopedSurroundings::ScopedSurroundings(const std::filesystem::path& folder, const char* variable,
+                                       const std::string& value)
+    : oldFolder_(std::filesystem::current_path()), variable_(variable) {
+    if (const char* old = std::getenv(variable)) {
+        hadValue_ = true;
+        oldValue_ = old;
+    }
+    setenv(variable, value.c_str(), 1);
+    std::filesystem::current_path(folder);
+}
+
+ScopedSurroundings::~ScopedSurroundings() {
+    std::error_code ec;
+    std::filesystem::current_path(oldFolder_, ec);
+    if (hadValue_) {
+        setenv(variable_, oldValue_.c_str(), 1);
+    } else {
+        unsetenv(variable_);
+    }
+}
+
 std::string readFile(const std::filesystem::path& p) {
     std::ifstream in(p, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());

@@ -21,6 +21,24 @@ class TempDir {
     std::filesystem::path path_;
 };
 
+// Runs the rest of a scope inside a folder, and sets one environment variable for it: the
+// working folder and the variable are put back when the scope ends, so that a library that
+// writes beside the working folder never writes into the source tree.
+class ScopedSurroundings {
+  public:
+    ScopedSurroundings(const std::filesystem::path& folder, const char* variable,
+                       const std::string& value);
+    ~ScopedSurroundings();
+    ScopedSurroundings(const ScopedSurroundings&) = delete;
+    ScopedSurroundings& operator=(const ScopedSurroundings&) = delete;
+
+  private:
+    std::filesystem::path oldFolder_;
+    const char* variable_;
+    bool hadValue_ = false;
+    std::string oldValue_;
+};
+
 // Whole contents of a file as bytes; empty when it cannot be read.
 std::string readFile(const std::filesystem::path& p);
 // Writes bytes to a file, creating its folder.
