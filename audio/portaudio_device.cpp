@@ -1,9 +1,13 @@
 // The sound card through PortAudio's default output device: 44100 Hz stereo float, a buffer of
 // about four times the device's smallest latency, pulled in blocks of the update period.
 
+#include <alsa/asoundlib.h>
+#include <jack/jack.h>
 #include <portaudio.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 #include "audio/output_device.h"
 #include "audio/source.h"
@@ -11,6 +15,22 @@
 namespace tw::audio {
 
 namespace {
+
+void ignoreAlsaError(const char*, int, const char*, int, const char*, ...) {}
+void ignoreJackText(const char*) {}
+
+// PortAudio opens every host interface it knows while it starts, and ALSA and JACK print each
+// failed probe on standard error: dozens of lines on a machine without a card or a JACK server.
+// Their messages are switched off, and JACK is not asked to start a server of its own unless the
+// operator sets TARNWAVE_JACK.
+void quietenProbing() {
+    snd_lib_error_set_handler(&ignoreAlsaError);
+    jack_set_error_function(&ignoreJackText);
+    jack_set_info_function(&ignoreJackText);
+    if (!std::getenv("TARNWAVE_JACK")) {
+        setenv("JACK_NO_START_SERVER", "1", 0);
+    }
+}
 
 class PortAudioDevice final : public OutputDevice {
   public:
@@ -27,6 +47,7 @@ class PortAudioDevice final : public OutputDevice {
     }
 
     bool open(unsigned updateMs) {
+        quietenProbing();
         if (Pa_Initialize() != paNoError) {
             return false;
         }
@@ -85,6 +106,7 @@ std::unique_ptr<OutputDevice> openOutput(bool tryCard, unsigned updateMs, AudioP
         if (card->open(updateMs)) {
             return card;
         }
+        std::fputs("No sound card found: the console keeps time on the silent device.\n", stderr);
     }
     return openSilentOutput(updateMs, producer);
 }
