@@ -78,12 +78,13 @@ void retimePlan(core::Console& c, const std::string& trackName, core::DateValue 
 }
 
 void recordStart(core::Console& c, const std::string& trackName, const std::string& artistKey) {
+    // The count comes last: a count that is no number fails after the dates are written.
     const std::string now = core::generalDate(c.now());
-    const std::int32_t count = core::cLngText(readHistory(c, trackName, kPlayCount, "0"));
     writeHistory(c, trackName, kLastPlayed, now);
     writeHistory(c, trackName, kPending, "no");
-    writeHistory(c, trackName, kPlayCount, std::to_string(static_cast<std::int64_t>(count) + 1));
     writeHistory(c, artistKey, kLastPlayed, now);
+    const std::int32_t count = core::cLngText(readHistory(c, trackName, kPlayCount, "0"));
+    writeHistory(c, trackName, kPlayCount, std::to_string(static_cast<std::int64_t>(count) + 1));
 }
 
 namespace {

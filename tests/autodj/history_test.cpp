@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "autodj/picker.h"
+#include "core/failure.h"
 #include "tests/autodj/station_fixture.h"
 
 namespace tw::test {
@@ -59,6 +60,18 @@ TEST_F(HistoryTest, LifeOfAPlannedTrackAsTheKeysShowIt) {
     clock.advanceSeconds(60);
     autodj::recordStart(*console, track, artist);
     EXPECT_EQ(history(track, "PlayCount"), "2");
+}
+
+TEST_F(HistoryTest, AStartWritesTheDatesBeforeTheCountThatIsNoNumber) {
+    open();
+    setHistory("Band - Tune", "PlayCount", "many");
+    setHistory("Band - Tune", "Pending", "empty");
+    const std::string s = now();
+    EXPECT_THROW(autodj::recordStart(*console, "Band - Tune", "band"), core::Failure);
+    EXPECT_EQ(history("Band - Tune", "LastPlayed"), s);
+    EXPECT_EQ(history("Band - Tune", "Pending"), "no");
+    EXPECT_EQ(history("band", "LastPlayed"), s);
+    EXPECT_EQ(history("Band - Tune", "PlayCount"), "many");
 }
 
 TEST_F(HistoryTest, RePickRefillAndRetimeWriteTheirOwnKeys) {
@@ -135,15 +148,20 @@ TEST_F(HistoryTest, DeletingTheFileMakesEveryTrackAndArtistNewAtTheNextPick) {
     EXPECT_EQ(winners, (std::set<std::string>{a, b}));
 }
 
-TEST_F(HistoryTest, SectionNameWithABlankAtItsEndIsWrittenAndFoundAgainAsIs) {
+// Section names are trimmed as the profile files trim them: the artist key "ann " is stored as
+// [ann], and the key with or without its blank finds it.
+TEST_F(HistoryTest, SectionNameWithABlankAtItsEndIsStoredTrimmedAndFoundEitherWay) {
     open();
     std::string artist = "Ann feat. Bob";
     const std::string key = autodj::makeArtist(artist);
     ASSERT_EQ(key, "ann ");
     autodj::planPick(*console, "Ann feat. Bob - Song", key, clock.now());
     settings.flush();
+    const std::string bytes = test::readFile(console->playedIniPath());
+    EXPECT_NE(bytes.find("[ann]"), std::string::npos) << bytes;
+    EXPECT_EQ(bytes.find("[ann ]"), std::string::npos) << bytes;
     EXPECT_EQ(history("ann ", "LastPlayed"), now());
-    EXPECT_EQ(history("ann ", "Pending"), "empty");
+    EXPECT_EQ(history("ann", "Pending"), "empty");
 }
 
 TEST_F(HistoryTest, ValueWrittenWithALineBreakComesBackWithBlanks) {
