@@ -1,14 +1,18 @@
 #include "ui/surface_widget.h"
 
 #include <QDesktopServices>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QFile>
 #include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QSaveFile>
+#include <QStandardPaths>
 #include <QToolTip>
 #include <QUrl>
 #include <string>
@@ -50,7 +54,30 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
 }
 
 QUrl SurfaceWidget::helpPage() {
-    return QUrl::fromLocalFile(QStringLiteral(TW_HELP_PAGE));
+    // A browser cannot read the program's resources: the page is written to the user's cache
+    // folder (rewritten when it differs, so a newer program brings its newer page) and opened
+    // there.
+    QFile page(QStringLiteral(":/help/console-help.html"));
+    if (!page.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const QByteArray bytes = page.readAll();
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+    if (folder.isEmpty()) {
+        folder = QDir::homePath() + QStringLiteral("/.cache/tarnwave");
+    }
+    QDir().mkpath(folder);
+    const QString path = folder + QStringLiteral("/console-help.html");
+    QFile out(path);
+    if (!out.open(QIODevice::ReadOnly) || out.readAll() != bytes) {
+        out.close();
+        QSaveFile fresh(path);
+        if (fresh.open(QIODevice::WriteOnly)) {
+            fresh.write(bytes);
+            fresh.commit();
+        }
+    }
+    return QUrl::fromLocalFile(path);
 }
 
 void SurfaceWidget::syncTitle() {

@@ -363,7 +363,11 @@ TEST_F(ConsoleHandsTest, HelpOpensTheHelpPageInTheBrowser) {
     ASSERT_EQ(opened.size(), 1u);
     EXPECT_EQ(opened[0], SurfaceWidget::helpPage());
     ASSERT_TRUE(opened[0].isLocalFile());
-    EXPECT_TRUE(fs::is_regular_file(opened[0].toLocalFile().toStdString()));
+    const std::string page = opened[0].toLocalFile().toStdString();
+    EXPECT_TRUE(fs::is_regular_file(page));
+    // The page is the program's own, not a file of the source tree.
+    EXPECT_EQ(page.find(TW_SOURCE_DIR), std::string::npos) << page;
+    EXPECT_NE(test::readFile(page).find("<html"), std::string::npos);
     // Other buttons open nothing.
     QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().cmdMute));
     EXPECT_EQ(opened.size(), 1u);
