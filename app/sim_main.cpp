@@ -11,7 +11,7 @@
 #include "audio/mix_engine.h"
 #include "core/clock.h"
 #include "core/dates.h"
-#include "support/simulator.h"
+#include "sim/simulator.h"
 
 namespace {
 
@@ -62,8 +62,8 @@ int main(int argc, char** argv) {
     }
 
     // The engine renders offline: exactly as much audio as virtual time moves on.
-    tw::support::Simulator sim(
-        station, start, std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline));
+    tw::sim::Simulator sim(station, start,
+                           std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline));
     if (script.empty()) {
         return sim.run(std::cin, std::cout, std::cerr);
     }

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/text.h"
-#include "support/console_json.h"
+#include "sim/console_json.h"
 #include "tags/field_names.h"
 #include "tags/id3_tag.h"
 #include "tags/text_codec.h"
@@ -23,7 +23,7 @@ using tw::tags::clsID3;
 // Bytes that are no UTF-8 (picture data, a value set by hand) are shown as the ISO-8859-1
 // characters they would be, so that the output is always valid JSON.
 std::string jsonText(const std::string& raw) {
-    return tw::support::jsonString(tw::tags::charsToUtf8(tw::tags::utf8ToChars(raw)));
+    return tw::sim::jsonString(tw::tags::charsToUtf8(tw::tags::utf8ToChars(raw)));
 }
 
 std::string jsonNumber(double v) {

@@ -9,7 +9,7 @@
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/text.h"
-#include "playout/stream_time.h"
+#include "media/stream_time.h"
 
 namespace tw::autodj {
 
@@ -18,8 +18,8 @@ namespace {
 // Length of one file in milliseconds, rounded, through a decoding stream.
 double fileMilliseconds(core::Console& c, const std::string& path) {
     audio::Engine& engine = c.engine();
-    const audio::Handle h = playout::openStream(engine, path, 0, 0, audio::kStreamDecode, path);
-    const playout::cbass_time times(engine);
+    const audio::Handle h = media::openStream(engine, path, 0, 0, audio::kStreamDecode, path);
+    const media::cbass_time times(engine);
     const double ms = core::roundHalfEven(static_cast<double>(times.GetDuration(h)) * 1000);
     engine.streamFree(h);
     return ms;

@@ -11,7 +11,6 @@
 #include "core/failure.h"
 #include "core/paths.h"
 #include "core/text.h"
-#include "support/actions.h"
 #include "tags/id3_tag.h"
 
 namespace tw::autodj {
@@ -53,9 +52,8 @@ const std::string& fileNameAt(core::Console& c, std::int32_t index) {
 void reportMissingCategory(core::Console& c, const std::string& catagory) {
     core::printMessageOnScreen(c, " Rotation Cannot Be found:  " + catagory +
                                       ", MISSING OR DELETED, Placing Tarnwave in MANUAL MODE");
-    // Set to "Automated" first so that the button's own action flips to manual whatever the mode.
-    c.form().cmdAutoManual.caption = core::kAutomated;
-    support::press(c, "cmdAutoManual");
+    // The mode button's action from "Automated": the console is in manual whatever its mode was.
+    c.form().cmdAutoManual.caption = core::kManual;
 }
 
 }  // namespace

@@ -8,9 +8,9 @@
 #include "core/format.h"
 #include "core/paths.h"
 #include "core/text.h"
-#include "playout/stream_time.h"
-#include "playout/track_scan.h"
-#include "support/stream_address.h"
+#include "media/stream_address.h"
+#include "media/stream_time.h"
+#include "media/track_scan.h"
 #include "tags/cue_data.h"
 #include "tags/id3_tag.h"
 
@@ -27,13 +27,13 @@ void markRow(core::Element& grid, int row) {
 // The length of a file as its time text and seconds, through a stream of its own.
 void measure(core::Console& c, const std::string& path, std::string& text, float& seconds) {
     audio::Engine& e = c.engine();
-    const audio::Handle h = playout::openStream(e, path, 0, 0, audio::kStreamDecode, path);
-    seconds = playout::cbass_time(e).GetDuration(h);
-    text = playout::GetTime(seconds);
+    const audio::Handle h = media::openStream(e, path, 0, 0, audio::kStreamDecode, path);
+    seconds = media::cbass_time(e).GetDuration(h);
+    text = media::GetTime(seconds);
     e.streamFree(h);
 }
 
-core::GridRow listRow(const clsTrackListing& t, const char* repick) {
+core::GridRow listRow(const core::clsTrackListing& t, const char* repick) {
     core::GridRow row;
     row.cells = {core::formatDate(t.timeOn, "HH:MM.SS AMPM"), t.trackName, t.trackLength, repick};
     row.checked = t.sweeperChecked;
@@ -53,7 +53,7 @@ void setRow(core::Element& grid, int i, core::GridRow row) {
 
 // Puts a pick into its row: the name and path from the tag, the rollback date from the picker.
 // The row's artist stays as the first build set it. Gives the picked track's artist.
-std::string takePick(core::Console& c, clsTrackListing& t, const std::string& path,
+std::string takePick(core::Console& c, core::clsTrackListing& t, const std::string& path,
                      core::DateValue previous) {
     c.id3->filename(path);
     tags::clsMp3TagData tag;
@@ -64,7 +64,7 @@ std::string takePick(core::Console& c, clsTrackListing& t, const std::string& pa
     return tag.Artist;
 }
 
-clsTrackListing& record(core::Console& c, int i) {
+core::clsTrackListing& record(core::Console& c, int i) {
     if (i < 0 || i >= static_cast<int>(c.trackList.size())) {
         core::failSubscript();
     }
@@ -106,7 +106,7 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
             }
         }
 
-        clsTrackListing& t = record(c, row);
+        core::clsTrackListing& t = record(c, row);
         c.id3->filename(t.trackPath);
         tags::clsMp3TagData tag;
         c.id3->returnID3Tag(tag);
@@ -127,7 +127,7 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
             audio::Handle& stream = player == 2 ? c.player2Stream : c.player1Stream;
             pick.caption = "LastPlayed: " + core::generalDate(t.trackLastPlayed) +
                            " Outs:" + std::to_string(outs) + " Count:" + std::to_string(count);
-            if (support::fileExists(t.trackPath)) {
+            if (media::fileExists(t.trackPath)) {
                 song = t.trackPath;
                 songName = tag.mp3Title;
                 core::printOnButton(button, core::ImageRole::Gray, tag.Artist, tag.songName);
@@ -144,17 +144,17 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
                 c.engine().streamFree(stream);
                 stream = 0;
             }
-            stream = playout::openStream(c.engine(), song, 0, 0, audio::kStreamDecode, song);
+            stream = media::openStream(c.engine(), song, 0, 0, audio::kStreamDecode, song);
             core::Element& timeLeft = player == 2 ? m.lblTimeLeft2 : m.lblTimeLeft1;
             timeLeft.caption = "00:00.0";
             core::CueRecord& cue = player == 2 ? c.cueRecord2 : c.cueRecord1;
             cue = tags::readCueRecord(c, song);
-            const std::int32_t end = playout::SetTrackStart(c, song, stream);
+            const std::int32_t end = media::SetTrackStart(c, song, stream);
             // A cue point in the tag always wins over the trim.
             if (cue.nextStart == 0) {
                 cue.nextStart = static_cast<float>(end);
             }
-            playout::drawCueMarkers(c, stream, player == 2 ? m.pctMarkers2 : m.pctMarkers1, cue);
+            media::drawCueMarkers(c, stream, player == 2 ? m.pctMarkers2 : m.pctMarkers1, cue);
             timeLeft.foreColor = 0;
         }
         if (c.listMode == 0) {
@@ -183,8 +183,8 @@ void UpdateTrackList(core::Console& c, std::int16_t flag) {
         if (x < 0 || x >= rows) {
             return;
         }
-        clsTrackListing& t = c.trackList[static_cast<std::size_t>(x)];
-        const clsTrackListing& prev =
+        core::clsTrackListing& t = c.trackList[static_cast<std::size_t>(x)];
+        const core::clsTrackListing& prev =
             c.trackList[static_cast<std::size_t>(x == 0 ? rows - 1 : x - 1)];
         // Unlike the first build, the crossfade is not taken off here.
         t.timeOn = core::addSeconds(prev.timeOn, timeToSeconds(prev.trackLength));
@@ -206,9 +206,9 @@ void UpdateTrackList(core::Console& c, std::int16_t flag) {
 void rePickItem(core::Console& c, int i) {
     auto& m = c.form();
     try {
-        clsTrackListing& t = record(c, i);
+        core::clsTrackListing& t = record(c, i);
         if (i > 0) {
-            const clsTrackListing& prev = record(c, i - 1);
+            const core::clsTrackListing& prev = record(c, i - 1);
             // Only a re-pick writes trackLengthInSeconds: for a row never re-picked this adds
             // nothing, and the retiming that follows puts the time right.
             t.timeOn = core::addSeconds(prev.timeOn, prev.trackLengthInSeconds);

@@ -12,9 +12,9 @@
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/format.h"
+#include "core/name_dialog.h"
 #include "core/text.h"
-#include "playout/stream_time.h"
-#include "support/name_dialog.h"
+#include "media/stream_time.h"
 #include "tags/id3_tag.h"
 
 namespace tw::autodj {
@@ -55,7 +55,7 @@ void saveActiveList(core::Console& c) {
     saveNewList(c, name);
 }
 
-core::GridRow playlistRow(const clsTrackListing& t, const std::string& repick) {
+core::GridRow playlistRow(const core::clsTrackListing& t, const std::string& repick) {
     core::GridRow row;
     row.cells = {core::formatDate(t.timeOn, "HH:MM.SS AMPM"), t.trackName, t.trackLength, repick};
     row.checked = t.sweeperChecked;
@@ -138,14 +138,14 @@ void PickRotationSong(core::Console& c) {
         const int rows = m.lstRotation.rowCount();
         ensureRecords(c, static_cast<std::size_t>(rows) + 1);
         for (int i = 0; i < rows; ++i) {
-            clsTrackListing& t = c.trackList[static_cast<std::size_t>(i)];
+            core::clsTrackListing& t = c.trackList[static_cast<std::size_t>(i)];
             core::DateValue target = 0;
             if (i == 0) {
                 t.timeOn = nextStartTime(c);
                 // The first pick is judged at the present time, not at its planned time.
                 target = c.now();
             } else {
-                const clsTrackListing& prev = c.trackList[static_cast<std::size_t>(i - 1)];
+                const core::clsTrackListing& prev = c.trackList[static_cast<std::size_t>(i - 1)];
                 // Only the first build takes the crossfade off each slot.
                 const std::int32_t seconds =
                     core::cLng(timeToSeconds(prev.trackLength) - c.crossfadeTime);
@@ -164,8 +164,8 @@ void PickRotationSong(core::Console& c) {
             t.trackArtist = tag.Artist;
             t.trackLastPlayed = previous;
             audio::Engine& e = c.engine();
-            const audio::Handle h = playout::openStream(e, path, 0, 0, audio::kStreamDecode, path);
-            t.trackLength = playout::GetTime(playout::cbass_time(e).GetDuration(h));
+            const audio::Handle h = media::openStream(e, path, 0, 0, audio::kStreamDecode, path);
+            t.trackLength = media::GetTime(media::cbass_time(e).GetDuration(h));
             e.streamFree(h);
             std::string artist = tag.Artist;
             planPick(c, t.trackName, makeArtist(artist), target, previous);
@@ -220,7 +220,7 @@ void retimeTrackList(core::Console& c, std::int16_t fromPlaylist, std::int16_t y
 void clearPendingPicks(core::Console& c) {
     // The spare record at the end never holds a track and is passed over.
     for (std::size_t i = 0; i + 1 < c.trackList.size(); ++i) {
-        const clsTrackListing& t = c.trackList[i];
+        const core::clsTrackListing& t = c.trackList[i];
         std::string artist = t.trackArtist;
         withdrawPlan(c, t.trackName, makeArtist(artist));
     }
@@ -448,7 +448,7 @@ void cmdNewRotation_Click(core::Console& c) {
     auto& m = c.form();
     m.lstRotation.rows.clear();
     m.lstRotation.row = -1;
-    auto name = support::askForName(c, "rotation");
+    auto name = core::askForName(c, "rotation");
     if (!name) {
         return;
     }

@@ -25,8 +25,8 @@
 #include "core/console.h"
 #include "core/console_ops.h"
 #include "core/settings_store.h"
-#include "support/scripted_prompter.h"
-#include "support/virtual_event_loop.h"
+#include "sim/scripted_prompter.h"
+#include "sim/virtual_event_loop.h"
 #include "tags/id3_tag.h"
 #include "tests/testlib/fake_engine.h"
 
@@ -150,10 +150,10 @@ class Station {
   private:
     fs::path root_;
     core::VirtualClock clock_;
-    support::VirtualEventLoop loop_;
+    sim::VirtualEventLoop loop_;
     core::SettingsStore settings_;
     test::FakeEngine engine_;
-    support::ScriptedPrompter prompter_;
+    sim::ScriptedPrompter prompter_;
     std::unique_ptr<core::Console> console_;
 };
 

@@ -9,10 +9,10 @@
 
 #include "core/console.h"
 #include "core/settings_store.h"
+#include "media/stream_time.h"
 #include "playout/position_monitor.h"
-#include "playout/stream_time.h"
-#include "support/scripted_prompter.h"
-#include "support/virtual_event_loop.h"
+#include "sim/scripted_prompter.h"
+#include "sim/virtual_event_loop.h"
 #include "tests/testlib/fake_engine.h"
 #include "tests/testlib/temp_dir.h"
 
@@ -23,10 +23,10 @@ using namespace tw;
 struct Station {
     test::TempDir dir;
     core::VirtualClock clock{core::dateSerial(2026, 11, 22) + core::timeSerial(10, 0, 0)};
-    support::VirtualEventLoop loop{clock};
+    sim::VirtualEventLoop loop{clock};
     core::SettingsStore settings;
     test::FakeEngine engine;
-    support::ScriptedPrompter prompter;
+    sim::ScriptedPrompter prompter;
     std::unique_ptr<core::Console> console;
 
     Station() {
@@ -76,7 +76,7 @@ void BM_Tick_Reference(benchmark::State& state) {
         }
         st.engine.setPositionSeconds(c.player1Stream, pos);
         st.engine.setPositionSeconds(c.player2Stream, 0);
-        const playout::cbass_time t(e);
+        const media::cbass_time t(e);
         benchmark::DoNotOptimize(t.GetPlayingPos(c.player1Stream));
         benchmark::DoNotOptimize(t.GetPlayingPos(c.player2Stream));
         benchmark::DoNotOptimize(e.channelGetLevel(c.mixerStream));

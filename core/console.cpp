@@ -1,20 +1,9 @@
 #include "core/console.h"
 
-#include "autodj/library_state.h"
-#include "playout/tick_calls.h"
-#include "support/console_layout.h"
-#include "tags/id3_tag.h"
-
 namespace tw::core {
 
 Console::Console(std::string appFolder, Services services)
-    : AppFolder(std::move(appFolder)),
-      svc(services),
-      id3(std::make_unique<tags::clsID3>()),
-      library(std::make_unique<autodj::LibraryState>()) {
-    tickCalls = playout::makeConsoleTickCalls(*this);
-    support::applyDesignLayout(*this);
-
+    : AppFolder(std::move(appFolder)), svc(services) {
     auto& m = ui.main;
     m.frmTarnDesk.caption = "TarnWave Internet Radio Automation Software";
     m.cmdAutoManual.caption = kAutomated;

@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "audio/engine.h"
-#include "autodj/track_listing.h"
 #include "core/clock.h"
 #include "core/cue_record.h"
 #include "core/event_loop.h"
@@ -21,6 +20,7 @@
 #include "core/paths.h"
 #include "core/prompter.h"
 #include "core/settings_store.h"
+#include "core/track_listing.h"
 #include "core/trash.h"
 
 namespace tw::tags {
@@ -75,7 +75,7 @@ class Console {
     // --- services and places ---------------------------------------------------------------
     std::string AppFolder;  // the station folder; every data path is a tail on it
     Services svc;
-    std::unique_ptr<TickCalls> tickCalls;
+    std::unique_ptr<TickCalls> tickCalls;  // the assembly's; tests of the tick put a recorder in
     std::string appSettingsPath() const { return AppFolder + "/appSettings.ini"; }
     std::string playedIniPath() const { return AppFolder + "/played.ini"; }
     std::string schedulePath() const { return AppFolder + "/rotationSchedule.ini"; }
@@ -137,7 +137,7 @@ class Console {
     double playerBarWidth = 250, playerBarHeight = 50;  // reference sizes for seeking
 
     // --- running list and library ----------------------------------------------------------
-    std::vector<autodj::clsTrackListing> trackList;
+    std::vector<core::clsTrackListing> trackList;
     std::int16_t listMode = 0;
     std::int32_t rotationPosition = -1;
     std::string activeListName;
@@ -149,9 +149,11 @@ class Console {
     std::int32_t screenMode = 0;
     // The one tag object of the console: re-pointed at each file it reads. After a pick it still
     // holds the chosen file, which the callers read at once.
-    std::unique_ptr<tags::clsID3> id3;
+    // Both are put in by the console's assembly (station/console_assembly.h); shared pointers,
+    // so that the model need not know their types.
+    std::shared_ptr<tags::clsID3> id3;
     // The per-category figures, the song list's paths and the picker's generator.
-    std::unique_ptr<autodj::LibraryState> library;
+    std::shared_ptr<autodj::LibraryState> library;
 
     // --- voice track recording -------------------------------------------------------------
     std::vector<std::uint8_t> recordBuffer;

@@ -6,9 +6,9 @@
 #include "core/console_ops.h"
 #include "core/paths.h"
 #include "core/text.h"
+#include "media/stream_time.h"
+#include "media/track_scan.h"
 #include "playout/player_start.h"
-#include "playout/stream_time.h"
-#include "playout/track_scan.h"
 #include "tags/cue_data.h"
 #include "tags/id3_tag.h"
 
@@ -85,7 +85,7 @@ void seekPlayer(core::Console& c, int n, double x) {
     const audio::Handle stream = streamOf(c, n);
     // The reference width follows the window's size, not the bar's drawn width.
     c.barScale = core::cLng(static_cast<double>(e.channelGetLength(stream)) / c.playerBarWidth);
-    seekStream(e, stream, static_cast<std::int64_t>(core::cLng(x)) * c.barScale, 0);
+    media::seekStream(e, stream, static_cast<std::int64_t>(core::cLng(x)) * c.barScale, 0);
 }
 
 void cmdMute_Click(core::Console& c) {
@@ -117,7 +117,7 @@ audio::Handle reopen(core::Console& c, int n, const std::string& path) {
     if (stream != 0) {
         c.engine().streamFree(stream);
     }
-    stream = openStream(c.engine(), path, 0, 0, audio::kStreamDecode, path);
+    stream = media::openStream(c.engine(), path, 0, 0, audio::kStreamDecode, path);
     return stream;
 }
 
@@ -132,7 +132,7 @@ void dropElementOnPlayer(core::Console& c, int n, const std::string& toolTip) {
     core::printOnButton(n == 1 ? c.form().lblplayer1 : c.form().lblPlayer2, core::ImageRole::Gray,
                         core::parsePath(toolTip, 4));
     (n == 1 ? c.nextSongName1 : c.nextSongName2) = toolTip;
-    const std::int32_t end = SetTrackStart(c, toolTip, stream);
+    const std::int32_t end = media::SetTrackStart(c, toolTip, stream);
     core::CueRecord& cue = n == 1 ? c.cueRecord1 : c.cueRecord2;
     if (cue.nextStart == 0) {
         cue.nextStart = static_cast<float>(end);
@@ -173,7 +173,7 @@ void dropTrackOnPlayer(core::Console& c, int n, const std::string& rowText) {
     (n == 1 ? c.nextSongName1 : c.nextSongName2) = tag.mp3Title;
     core::CueRecord& cue = n == 1 ? c.cueRecord1 : c.cueRecord2;
     cue = tags::readCueRecord(c, path);
-    drawCueMarkers(c, stream, n == 1 ? c.form().pctMarkers1 : c.form().pctMarkers2, cue);
+    media::drawCueMarkers(c, stream, n == 1 ? c.form().pctMarkers1 : c.form().pctMarkers2, cue);
 }
 
 void keyUp(core::Console& c, int keyCode) {

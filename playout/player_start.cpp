@@ -9,7 +9,7 @@
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/text.h"
-#include "playout/stream_time.h"
+#include "media/stream_time.h"
 #include "tags/id3_tag.h"
 
 namespace tw::playout {
@@ -67,7 +67,7 @@ void startNExt(core::Console& c) {
         if (in == 0) {
             return;
         }
-        const cbass_time t(e);
+        const media::cbass_time t(e);
         // Items of a minute or less (jingles) run out at full level under the next track. The
         // target below silence makes the fade reach nothing long before its time is up.
         if (out != 0 && t.GetDuration(out) > 60.0f) {

@@ -7,8 +7,8 @@
 #include "core/failure.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "media/stream_time.h"
 #include "playout/progress_bars.h"
-#include "playout/stream_time.h"
 
 namespace tw::playout {
 
@@ -17,7 +17,7 @@ namespace {
 using core::Element;
 
 // Stage 2 and 3: the time left on a player, and the flashing in its last 15 seconds.
-void showTimeLeft(core::Console& c, const cbass_time& t, audio::Handle stream, float pos,
+void showTimeLeft(core::Console& c, const media::cbass_time& t, audio::Handle stream, float pos,
                   float& timeLeft, Element& label) {
     timeLeft = t.GetDuration(stream) - pos;
     const bool differs = label.tag.empty() || static_cast<float>(core::val(label.tag)) != timeLeft;
@@ -56,7 +56,7 @@ std::string sweeperFile(core::Console& c, const core::CueRecord& cue) {
 }
 
 // Stages 4 and 5: what the tick does for player n.
-void transport(core::Console& c, const cbass_time& t, int n, float pos, float timeLeft) {
+void transport(core::Console& c, const media::cbass_time& t, int n, float pos, float timeLeft) {
     const audio::Handle stream = n == 1 ? c.player1Stream : c.player2Stream;
     const audio::Handle waiting = n == 1 ? c.player2Stream : c.player1Stream;
     core::CueRecord& cue = n == 1 ? c.cueRecord1 : c.cueRecord2;
@@ -129,7 +129,7 @@ void tmrCheckPosition_Timer(core::Console& c) {
     try {
         auto& m = c.form();
         c.statsTicks += 1;
-        const cbass_time t(c.engine());
+        const media::cbass_time t(c.engine());
         const float pos1 = t.GetPlayingPos(c.player1Stream);
         const float pos2 = t.GetPlayingPos(c.player2Stream);
         updateLevels(c);

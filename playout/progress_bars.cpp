@@ -5,7 +5,7 @@
 #include "core/failure.h"
 #include "core/format.h"
 #include "core/text.h"
-#include "playout/stream_time.h"
+#include "media/stream_time.h"
 
 namespace tw::playout {
 
@@ -49,7 +49,7 @@ void drawBar(core::Console& c, audio::Handle stream, Element& pic, float pos,
             {"Intro Until:" + core::formatNumber(pos - cue.introUntil, "#.0"), w / 2 - 40, y,
              0x8080FF, 8, false});
     } else {
-        pic.drawing.texts.push_back({GetTime(pos), w / 2 - 20, y, 0xFFFFFF, 8, false});
+        pic.drawing.texts.push_back({media::GetTime(pos), w / 2 - 20, y, 0xFFFFFF, 8, false});
     }
     pic.tag = xText;
 }
@@ -83,7 +83,7 @@ void drawPreviewBar(core::Console& c) {
     if (xText == m.cmdPlayActiveSong.tag) {
         return;
     }
-    const cbass_time t(c.engine());
+    const media::cbass_time t(c.engine());
     const float pos = t.GetPlayingPos(c.previewPlayer);
     const std::int32_t minutes = core::intDiv(core::cLng(pos), 60);
     const float seconds = pos - static_cast<float>(minutes) * 60.0f;
@@ -101,8 +101,8 @@ void drawLevelMeters(core::Console& c, std::uint32_t level) {
     if (c.formScale <= 0) {
         c.formScale = 1.0f;
     }
-    const std::uint16_t left = loWord(level);
-    const std::uint16_t right = hiWord(level);
+    const std::uint16_t left = media::loWord(level);
+    const std::uint16_t right = media::hiWord(level);
     if (!(left > 100 && right > 100)) {
         return;
     }

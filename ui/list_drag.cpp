@@ -2,7 +2,7 @@
 
 #include "autodj/rotations.h"
 #include "core/settings_store.h"
-#include "support/actions.h"
+#include "desk/actions.h"
 
 namespace tw::ui {
 
@@ -49,7 +49,7 @@ void ListDrag::release(const std::string& name, int row) {
     } else if ((source == "lstSongs" || source == "lstBuilderCatagoryList") &&
                (name == "lblplayer1" || name == "lblPlayer2")) {
         // A track taken from a list onto a player that is not on the air.
-        support::dragElement(console_, source, name);
+        desk::dragElement(console_, source, name);
     } else if (source == "lstRotation" && moved_) {
         core::EventScope event(*console_.svc.settings);
         autodj::releaseRotationDrag(console_);

@@ -1,10 +1,12 @@
 #include "ui/qt_station.h"
 
+#include "station/console_assembly.h"
+
 #include <exception>
 #include <iostream>
 
-#include "core/startup.h"
-#include "support/size_form_controls.h"
+#include "desk/size_form_controls.h"
+#include "station/startup.h"
 
 namespace tw::ui {
 
@@ -16,7 +18,7 @@ QtStation::QtStation(std::string folder, std::unique_ptr<audio::Engine> engine)
       engine_(std::move(engine)) {
     settings_.addPrivateFileName("appSettings.ini");
     const core::Services s{&clock_, &settings_, engine_.get(), &prompter_, &loop_, &trash_};
-    console_ = std::make_unique<core::Console>(std::move(folder), s);
+    console_ = station::makeConsole(std::move(folder), s);
     window_ = std::make_unique<SurfaceWidget>(*console_);
     status_ = std::make_unique<StatusWindow>(*console_, window_.get());
     prompter_.setParentWindow(window_.get());
@@ -36,9 +38,9 @@ QtStation::~QtStation() {
 
 void QtStation::load() {
     core::EventScope event(settings_);
-    core::Form_Load(*console_);
+    station::Form_Load(*console_);
     // A window already larger than the design (sized before the load) gets its layout now.
-    support::resizeConsole(*console_, window_->width(), window_->height());
+    desk::resizeConsole(*console_, window_->width(), window_->height());
 }
 
 void QtStation::unload() {
@@ -47,7 +49,7 @@ void QtStation::unload() {
     }
     {
         core::EventScope event(settings_);
-        core::Form_Unload(*console_);
+        station::Form_Unload(*console_);
     }
     settings_.flush();
 }

@@ -20,9 +20,9 @@
 
 #include "autodj/rotations.h"
 #include "core/settings_store.h"
-#include "support/actions.h"
-#include "support/console_layout.h"
-#include "support/size_form_controls.h"
+#include "desk/actions.h"
+#include "desk/console_layout.h"
+#include "desk/size_form_controls.h"
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
@@ -35,8 +35,7 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
       console_(console),
       drag_(console),
       openUrl_([](const QUrl& url) { QDesktopServices::openUrl(url); }) {
-    const QSize design(static_cast<int>(support::kDesignWidth),
-                       static_cast<int>(support::kDesignHeight));
+    const QSize design(static_cast<int>(desk::kDesignWidth), static_cast<int>(desk::kDesignHeight));
     // The console never shrinks below its design.
     setMinimumSize(design);
     resize(design);
@@ -162,7 +161,7 @@ void SurfaceWidget::resizeEvent(QResizeEvent* event) {
     bool resized = false;
     {
         core::EventScope scope(*console_.svc.settings);
-        resized = support::resizeConsole(console_, width(), height());
+        resized = desk::resizeConsole(console_, width(), height());
     }
     if (resized) {
         repaintChanges();
@@ -192,11 +191,11 @@ void SurfaceWidget::afterAction(const std::string& action, const std::string& na
 }
 
 void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
-    support::MouseButton button;
+    desk::MouseButton button;
     if (event->button() == Qt::LeftButton) {
-        button = support::MouseButton::Left;
+        button = desk::MouseButton::Left;
     } else if (event->button() == Qt::RightButton) {
-        button = support::MouseButton::Right;
+        button = desk::MouseButton::Right;
     } else {
         QWidget::mousePressEvent(event);
         return;
@@ -211,18 +210,18 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     const core::ElementKind k = t.element->kind;
     const bool list = k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
                       k == core::ElementKind::DirList || k == core::ElementKind::Grid;
-    if (list && button == support::MouseButton::Left) {
+    if (list && button == desk::MouseButton::Left) {
         keyTarget_ = name;
         // A click on a row selects it (and runs the list's click); between rows it does nothing.
         if (t.row >= 0) {
-            support::select(console_, name, t.row);
+            desk::select(console_, name, t.row);
             if (hasTickColumn(*t.element) && columnAt(*t.element, at.x()) == 0) {
                 // A click on the tick box of the rotation's sweeper column ticks it.
                 core::EventScope scope(*console_.svc.settings);
                 autodj::toggleRotationSweeper(console_, t.row);
             } else if (k == core::ElementKind::Grid) {
                 // A grid's own action looks at the column under the pointer.
-                support::press(console_, name, button, at.x() - t.element->rect.left);
+                desk::press(console_, name, button, at.x() - t.element->rect.left);
             }
         }
         drag_.press(name, t.row);
@@ -230,8 +229,8 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     } else {
         keyTarget_.clear();  // the focus went to something else than a list
         // The pointer's place across the element, for the bars that seek.
-        support::press(console_, name, button, at.x() - t.element->rect.left);
-        if (name == "cmdHelp" && button == support::MouseButton::Left) {
+        desk::press(console_, name, button, at.x() - t.element->rect.left);
+        if (name == "cmdHelp" && button == desk::MouseButton::Left) {
             openUrl_(helpPage());
         }
         afterAction("press", name);
@@ -262,7 +261,7 @@ void SurfaceWidget::mouseReleaseEvent(QMouseEvent* event) {
 
 void SurfaceWidget::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Delete && !keyTarget_.empty()) {
-        support::keyDown(console_, keyTarget_, "Delete");
+        desk::keyDown(console_, keyTarget_, "Delete");
         afterAction("key", keyTarget_);
         return;
     }
@@ -314,7 +313,7 @@ void SurfaceWidget::dropEvent(QDropEvent* event) {
         event->ignore();
         return;
     }
-    support::dropFiles(console_, "fileList", files);
+    desk::dropFiles(console_, "fileList", files);
     event->acceptProposedAction();
     afterAction("drop", "fileList");
 }
@@ -323,7 +322,7 @@ void SurfaceWidget::keyReleaseEvent(QKeyEvent* event) {
     // The console's key codes: F1 is 112 ... F12 is 123.
     const int key = event->key();
     if (key >= Qt::Key_F1 && key <= Qt::Key_F12) {
-        support::keyUp(console_, 112 + (key - Qt::Key_F1));
+        desk::keyUp(console_, 112 + (key - Qt::Key_F1));
         afterAction("keyUp", std::to_string(112 + (key - Qt::Key_F1)));
         return;
     }

@@ -11,8 +11,8 @@
 #include "audio/mix_engine.h"
 #include "audio/null_engine.h"
 #include "core/dates.h"
+#include "sim/simulator.h"
 #include "station_run.h"
-#include "support/simulator.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw {
@@ -24,7 +24,7 @@ core::DateValue startDate() {
     return d;
 }
 
-std::string run(support::Simulator& sim, const std::string& line) {
+std::string run(sim::Simulator& sim, const std::string& line) {
     std::ostringstream out;
     std::string error;
     return sim.execute(line, out, error) ? std::string() : error;
@@ -49,7 +49,7 @@ std::int16_t sampleAt(const std::string& wav, std::size_t index) {
 
 TEST(SimulatorStationCommands, RotationWritesOneRecordPerCategoryAndLeavesTheGridAsItWas) {
     test::TempDir dir;
-    support::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     auto& grid = sim.console().form().lstRotation;
     core::GridRow shown;
@@ -74,7 +74,7 @@ TEST(SimulatorStationCommands, RotationWritesOneRecordPerCategoryAndLeavesTheGri
 
 TEST(SimulatorStationCommands, RotationKeepsAGivenExtensionAndNeedsACategory) {
     test::TempDir dir;
-    support::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     EXPECT_NE(run(sim, "rotation Lonely"), "");
     ASSERT_EQ(run(sim, "rotation Night.rot Blues"), "");
@@ -84,7 +84,7 @@ TEST(SimulatorStationCommands, RotationKeepsAGivenExtensionAndNeedsACategory) {
 
 TEST(SimulatorStationCommands, CategoryMakesTheFolderThroughTheCreateAction) {
     test::TempDir dir;
-    support::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     ASSERT_EQ(run(sim, "category Swing"), "");
     EXPECT_TRUE(std::filesystem::is_directory(dir / "Music/Swing"));
@@ -100,7 +100,7 @@ TEST(SimulatorStationCommands, CategoryMakesTheFolderThroughTheCreateAction) {
 
 TEST(SimulatorStationCommands, RecordNeedsAnEngineThatRendersOffline) {
     test::TempDir dir;
-    support::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     EXPECT_NE(run(sim, "record " + (dir / "mix.wav").string() + " 1"), "");
     EXPECT_NE(run(sim, "record only-a-file"), "");
@@ -120,8 +120,8 @@ TEST(SimulatorStationCommands, RecordWritesTheMixersBusAsSixteenBitStereo) {
     const auto station = dir / "station";
     std::filesystem::create_directories(station);
 
-    support::Simulator sim(station.string(), startDate(),
-                           std::make_unique<audio::MixEngine>(audio::EngineMode::Offline));
+    sim::Simulator sim(station.string(), startDate(),
+                       std::make_unique<audio::MixEngine>(audio::EngineMode::Offline));
     ASSERT_TRUE(sim.rendersMix());
     ASSERT_EQ(run(sim, "load"), "");
     const auto silent = dir / "silent.wav";

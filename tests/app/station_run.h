@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/dates.h"
-#include "support/simulator.h"
+#include "sim/simulator.h"
 
 namespace tw::test {
 
@@ -40,7 +40,7 @@ class StationRun {
   public:
     StationRun(const std::string& station, core::DateValue start);
 
-    support::Simulator& sim() { return sim_; }
+    sim::Simulator& sim() { return sim_; }
     core::Console& console() { return sim_.console(); }
 
     // One scenario line; the message of a bad one, or empty.
@@ -63,7 +63,7 @@ class StationRun {
   private:
     void onBus(const float* bus, std::size_t frames);
 
-    support::Simulator sim_;
+    sim::Simulator sim_;
     int starts_ = 0;
     struct Watched {
         audio::Handle stream = 0;

@@ -8,7 +8,7 @@
 #include <filesystem>
 
 #include "autodj/history.h"
-#include "support/actions.h"
+#include "desk/actions.h"
 #include "tests/autodj/station_fixture.h"
 #include "tests/tags/tag_test_util.h"
 
@@ -309,7 +309,7 @@ TEST_F(LibraryTest, MakingACategoryThroughTheDialog) {
     addTrack("Rock", "r.mp3", "R", "x");
     open();
     prompter.queueAnswer("Jazz");
-    ASSERT_TRUE(support::press(*console, "cmdAddPlayList"));
+    ASSERT_TRUE(desk::press(*console, "cmdAddPlayList"));
     ASSERT_EQ(prompter.shown().size(), 1u);
     EXPECT_EQ(prompter.shown()[0].kind, "name");
     EXPECT_EQ(prompter.shown()[0].title, "Create Catagory");
@@ -326,7 +326,7 @@ TEST_F(LibraryTest, MakingACategoryWithAnEmptyUnchangedOrCancelledNameTakesNoEff
     open();
     for (const char* answer : {"", "Enter Name Here", "<cancel>"}) {
         prompter.queueAnswer(answer);
-        support::press(*console, "cmdAddPlayList");
+        desk::press(*console, "cmdAddPlayList");
     }
     EXPECT_EQ(prompter.shown().size(), 3u);
     EXPECT_FALSE(std::filesystem::exists(dir / "Music"));
@@ -336,7 +336,7 @@ TEST_F(LibraryTest, MakingACategoryWithAnEmptyUnchangedOrCancelledNameTakesNoEff
 TEST_F(LibraryTest, MakingACategoryCreatesTheMusicFolderWhenMissing) {
     open();
     prompter.queueAnswer("First");
-    support::press(*console, "cmdAddPlayList");
+    desk::press(*console, "cmdAddPlayList");
     EXPECT_TRUE(std::filesystem::is_directory(dir / "Music/First"));
     EXPECT_EQ(texts(console->form().lstPlaylist1), (std::vector<std::string>{"First"}));
 }
@@ -348,10 +348,10 @@ TEST_F(LibraryTest, DeletingACategoryAsksThenTrashesAndDropsItsRotationRows) {
     addRotationRow("Rock");
     addRotationRow("Jazz");
     addRotationRow("Rock ");
-    support::select(*console, "lstPlaylists", 1);
+    desk::select(*console, "lstPlaylists", 1);
 
     prompter.queueAnswer("cancel");
-    support::keyDown(*console, "lstPlaylists", "Delete");
+    desk::keyDown(*console, "lstPlaylists", "Delete");
     EXPECT_TRUE(trash.trashed.empty());
     EXPECT_EQ(rotationCategories().size(), 3u);
     EXPECT_TRUE(std::filesystem::is_directory(dir / "Deleted"));  // made before the question
@@ -360,7 +360,7 @@ TEST_F(LibraryTest, DeletingACategoryAsksThenTrashesAndDropsItsRotationRows) {
               "Are you sure you want to DELETE this folder and all its contents?");
 
     prompter.queueAnswer("ok");
-    support::keyDown(*console, "lstPlaylists", "Delete");
+    desk::keyDown(*console, "lstPlaylists", "Delete");
     EXPECT_EQ(trash.trashed, (std::vector<std::string>{(dir / "Music/Rock").string()}));
     EXPECT_EQ(rotationCategories(), (std::vector<std::string>{"Jazz"}));
     EXPECT_EQ(console->form().lstPlaylists.listIndex, -1);  // lists rebuilt
@@ -375,9 +375,9 @@ TEST_F(LibraryTest, SearchMarksEveryRowHoldingTheTextAndBringsTheFirstIntoView) 
     addTrack("Rock", "3.mp3", "C", "Lovely");
     addTrack("Rock", "4.mp3", "D", "love lower");
     open();
-    support::select(*console, "lstPlaylists", 0);
-    support::type(*console, "txtSearch", "Love");
-    support::press(*console, "cmdSearch");
+    desk::select(*console, "lstPlaylists", 0);
+    desk::type(*console, "txtSearch", "Love");
+    desk::press(*console, "cmdSearch");
     const auto& items = console->form().lstSongs.items;
     ASSERT_EQ(items.size(), 4u);
     EXPECT_TRUE(items[0].selected);
@@ -385,8 +385,8 @@ TEST_F(LibraryTest, SearchMarksEveryRowHoldingTheTextAndBringsTheFirstIntoView) 
     EXPECT_TRUE(items[2].selected);
     EXPECT_FALSE(items[3].selected);  // the plain compare minds the case
     EXPECT_EQ(console->form().lstSongs.listIndex, 0);
-    support::type(*console, "txtSearch", "Hate");
-    support::press(*console, "cmdSearch");
+    desk::type(*console, "txtSearch", "Hate");
+    desk::press(*console, "cmdSearch");
     EXPECT_FALSE(items[0].selected);
     EXPECT_TRUE(items[1].selected);
     EXPECT_EQ(console->form().lstSongs.listIndex, 1);
@@ -395,10 +395,10 @@ TEST_F(LibraryTest, SearchMarksEveryRowHoldingTheTextAndBringsTheFirstIntoView) 
 TEST_F(LibraryTest, EmptySearchOnlyRefreshesTheSongs) {
     addTrack("Rock", "1.mp3", "A", "Love Me");
     open();
-    support::select(*console, "lstPlaylists", 0);
+    desk::select(*console, "lstPlaylists", 0);
     addTrack("Rock", "2.mp3", "B", "New");
-    support::type(*console, "txtSearch", "");
-    support::press(*console, "cmdSearch");
+    desk::type(*console, "txtSearch", "");
+    desk::press(*console, "cmdSearch");
     EXPECT_EQ(console->form().lstSongs.listCount(), 2);
     EXPECT_FALSE(console->form().lstSongs.items[0].selected);
 }
@@ -406,11 +406,11 @@ TEST_F(LibraryTest, EmptySearchOnlyRefreshesTheSongs) {
 TEST_F(LibraryTest, DroppedFilesAreCopiedIntoTheSelectedCategory) {
     addTrack("Rock", "old.mp3", "A", "Old");
     open();
-    support::select(*console, "lstPlaylists", 0);
+    desk::select(*console, "lstPlaylists", 0);
     writeFile(dir / "incoming/new.mp3", "new bytes");
     writeFile(dir / "incoming/old.mp3", "replacement");
-    support::dropFiles(*console, "fileList",
-                       {(dir / "incoming/new.mp3").string(), (dir / "incoming/old.mp3").string()});
+    desk::dropFiles(*console, "fileList",
+                    {(dir / "incoming/new.mp3").string(), (dir / "incoming/old.mp3").string()});
     EXPECT_EQ(texts(console->form().fileList), (std::vector<std::string>{"new.mp3", "old.mp3"}));
     EXPECT_EQ(readFile(dir / "Music/Rock/old.mp3"), "replacement");
     EXPECT_TRUE(std::filesystem::exists(dir / "incoming/new.mp3"));
@@ -419,18 +419,18 @@ TEST_F(LibraryTest, DroppedFilesAreCopiedIntoTheSelectedCategory) {
 TEST_F(LibraryTest, DropDoesNothingWhileAPickIsInProgress) {
     addTrack("Rock", "old.mp3", "A", "Old");
     open();
-    support::select(*console, "lstPlaylists", 0);
+    desk::select(*console, "lstPlaylists", 0);
     writeFile(dir / "incoming/new.mp3", "new bytes");
     console->pickInProgress = true;
-    support::dropFiles(*console, "fileList", {(dir / "incoming/new.mp3").string()});
+    desk::dropFiles(*console, "fileList", {(dir / "incoming/new.mp3").string()});
     EXPECT_FALSE(std::filesystem::exists(dir / "Music/Rock/new.mp3"));
 }
 
 TEST_F(LibraryTest, FailedDropIsLogged) {
     addTrack("Rock", "old.mp3", "A", "Old");
     open();
-    support::select(*console, "lstPlaylists", 0);
-    support::dropFiles(*console, "fileList", {(dir / "nowhere/none.mp3").string()});
+    desk::select(*console, "lstPlaylists", 0);
+    desk::dropFiles(*console, "fileList", {(dir / "nowhere/none.mp3").string()});
     EXPECT_EQ(logTexts(), (std::vector<std::string>{"Error in file drop: Path/File access error"}));
 }
 

@@ -8,8 +8,8 @@
 #include "autodj/rotation_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
-#include "core/startup.h"
-#include "support/actions.h"
+#include "desk/actions.h"
+#include "station/startup.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::autodj {
@@ -175,14 +175,14 @@ TEST_F(RotationsTest, ChoosingARotationByHandSwitchesTheScheduleOffAndLoadsIt) {
     core::refreshFileList(c().form().flPlaylists);
     showRotationIcons(c());
     c().form().chkEnableSchedule.value = 1;
-    ASSERT_TRUE(support::select(c(), "lstRotationOrList", 0));
+    ASSERT_TRUE(desk::select(c(), "lstRotationOrList", 0));
     EXPECT_EQ(c().form().chkEnableSchedule.value, 0);
     EXPECT_EQ(c().listMode, 0);
     EXPECT_EQ(c().activeListName, "day.rot");
     EXPECT_EQ(c().rotationPosition, 0) << "the new list loads its first row";
     EXPECT_EQ(c().form().lstRotation.rowCount(), 1);
     EXPECT_TRUE(c().form().lstRotationOrList.items[0].selected);
-    ASSERT_TRUE(support::select(c(), "lstRotationOrList", 1));
+    ASSERT_TRUE(desk::select(c(), "lstRotationOrList", 1));
     EXPECT_EQ(c().listMode, -1);
     EXPECT_FALSE(c().form().lstRotation.visible);
 }
@@ -222,7 +222,7 @@ TEST_F(RotationsTest, RemovingARowKeepsOneSpareRecord) {
 TEST_F(RotationsTest, ANewRotationIsCreatedEmptyUnderTheGivenName) {
     gridRows({{"Rock", true}});
     prompter.queueAnswer("Evening");
-    support::press(c(), "cmdNewRotation");
+    desk::press(c(), "cmdNewRotation");
     EXPECT_TRUE(fs::exists(dir / "Rotations" / "Evening.rot"));
     EXPECT_EQ(readFile(dir / "Rotations" / "Evening.rot"), "");
     EXPECT_EQ(c().ui.dialog.cmdCreate.caption, "Create Rotation");
@@ -238,11 +238,11 @@ TEST_F(RotationsTest, ANewRotationIsCreatedEmptyUnderTheGivenName) {
 
 TEST_F(RotationsTest, ANameLeftAsItStartedOrCancelledCreatesNothing) {
     prompter.queueAnswer("Enter Name Here");
-    support::press(c(), "cmdNewRotation");
+    desk::press(c(), "cmdNewRotation");
     prompter.queueAnswer("");
-    support::press(c(), "cmdNewRotation");
+    desk::press(c(), "cmdNewRotation");
     prompter.queueAnswer("<cancel>");
-    support::press(c(), "cmdNewRotation");
+    desk::press(c(), "cmdNewRotation");
     EXPECT_TRUE(fs::is_empty(dir / "Rotations"));
 }
 

@@ -6,7 +6,7 @@
 
 #include "audio/null_engine.h"
 #include "core/dates.h"
-#include "support/simulator.h"
+#include "sim/simulator.h"
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/temp_dir.h"
 
@@ -21,7 +21,7 @@ class SimulatorLibraryTest : public ::testing::Test {
                       id3Tag(3, textFrame("TIT2", "Song", 3) + textFrame("TPE1", artist, 3)) +
                           mpegFrames(2));
         }
-        sim = std::make_unique<support::Simulator>(
+        sim = std::make_unique<sim::Simulator>(
             station.str(), core::dateSerial(2026, 11, 22) + core::timeSerial(10, 0, 0),
             std::make_unique<audio::NullEngine>());
     }
@@ -32,7 +32,7 @@ class SimulatorLibraryTest : public ::testing::Test {
         return sim->run(in, out, err);
     }
     TempDir station;
-    std::unique_ptr<support::Simulator> sim;
+    std::unique_ptr<sim::Simulator> sim;
     std::ostringstream out, err;
 };
 

@@ -1,6 +1,6 @@
 // The record of one item of a list, with its members that do nothing useful.
 
-#include "autodj/track_listing.h"
+#include "core/track_listing.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ namespace tw::test {
 namespace {
 
 TEST(TrackListingTest, CollectionIdIsWrittenOverLastPlayedAndReadsBackAsZero) {
-    autodj::clsTrackListing t;
+    core::clsTrackListing t;
     t.trackLastPlayed = core::dateSerial(2026, 11, 1);
     t.setMyTrackIDInCollection(46000);
     EXPECT_EQ(t.trackLastPlayed, 46000.0);  // the number taken as a date
@@ -19,7 +19,7 @@ TEST(TrackListingTest, CollectionIdIsWrittenOverLastPlayedAndReadsBackAsZero) {
 }
 
 TEST(TrackListingTest, AmIInQueIsAlwaysFalse) {
-    autodj::clsTrackListing t;
+    core::clsTrackListing t;
     t.trackPath = "/Music/Rock/a.mp3";
     t.timeOn = core::dateSerial(2026, 11, 22);
     EXPECT_FALSE(t.amIInQue(t.timeOn));
@@ -27,7 +27,7 @@ TEST(TrackListingTest, AmIInQueIsAlwaysFalse) {
 }
 
 TEST(TrackListingTest, StartsEmpty) {
-    const autodj::clsTrackListing t;
+    const core::clsTrackListing t;
     EXPECT_FALSE(t.trackIsURL);
     EXPECT_FALSE(t.sweeperChecked);
     EXPECT_EQ(t.trackLengthInSeconds, 0.0f);

@@ -1,12 +1,13 @@
 #include "playout/engine_setup.h"
+#include "station/console_assembly.h"
 
 #include <gtest/gtest.h>
 
 #include "audio/mix_engine.h"
 #include "core/console_ops.h"
 #include "core/settings_store.h"
-#include "support/scripted_prompter.h"
-#include "support/virtual_event_loop.h"
+#include "sim/scripted_prompter.h"
+#include "sim/virtual_event_loop.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw::playout {
@@ -17,11 +18,13 @@ namespace {
 TEST(EngineSetupTest, StartServerBringsUpTheOneMixerOnce) {
     test::TempDir dir;
     core::VirtualClock clock(core::dateSerial(2026, 11, 22) + core::timeSerial(8, 0, 0));
-    support::VirtualEventLoop loop(clock);
+    sim::VirtualEventLoop loop(clock);
     core::SettingsStore settings;
     audio::MixEngine engine(audio::EngineMode::Offline);
-    support::ScriptedPrompter prompter;
-    core::Console c(dir.str(), {&clock, &settings, &engine, &prompter, &loop, nullptr});
+    sim::ScriptedPrompter prompter;
+    auto console =
+        station::makeConsole(dir.str(), {&clock, &settings, &engine, &prompter, &loop, nullptr});
+    core::Console& c = *console;
     startServer(c);
     ASSERT_NE(c.mixerStream, 0u);
     EXPECT_NE(engine.channelIsActive(c.mixerStream), audio::kStopped);

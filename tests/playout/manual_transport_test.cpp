@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/actions.h"
+#include "desk/actions.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::playout {
@@ -25,28 +25,28 @@ class ManualTransportTest : public test::ConsoleFixture {
 };
 
 TEST_F(ManualTransportTest, TheModeButtonOnlySwapsItsCaption) {
-    support::press(c(), "cmdAutoManual");
+    desk::press(c(), "cmdAutoManual");
     EXPECT_EQ(c().form().cmdAutoManual.caption, "Manual");
     EXPECT_FALSE(c().automated());
-    support::press(c(), "cmdAutoManual");
+    desk::press(c(), "cmdAutoManual");
     EXPECT_EQ(c().form().cmdAutoManual.caption, "Automated");
     EXPECT_TRUE(engine.calls.size() == 1u);  // only the mixer's creation
 }
 
 TEST_F(ManualTransportTest, PauseSetsTheMixerFlagAndPaintsTheButton) {
     c().activePlayer = 1;
-    support::press(c(), "cmdPausePlay1");
+    desk::press(c(), "cmdPausePlay1");
     EXPECT_EQ(engine.calls.back(), "mixerChannelFlags " + h(c().player1Stream) + " 131072 131072");
     EXPECT_EQ(c().form().cmdPausePlay1.backColor, 0x40u);
-    support::press(c(), "cmdPausePlay1");
+    desk::press(c(), "cmdPausePlay1");
     EXPECT_EQ(engine.calls.back(), "mixerChannelFlags " + h(c().player1Stream) + " 0 131072");
     EXPECT_EQ(c().form().cmdPausePlay1.backColor, 0u);
 }
 
 TEST_F(ManualTransportTest, PauseWhileATrackIsFadingHoldsTheFadeWithTheStream) {
     c().activePlayer = 1;
-    support::press(c(), "cmdFadeOut1");
-    support::press(c(), "cmdPausePlay1");
+    desk::press(c(), "cmdFadeOut1");
+    desk::press(c(), "cmdPausePlay1");
     const auto n = engine.calls.size();
     EXPECT_EQ(engine.calls[n - 2],
               "channelSlideAttribute " + h(c().player1Stream) + " 2 -100.000000 1500");
@@ -54,7 +54,7 @@ TEST_F(ManualTransportTest, PauseWhileATrackIsFadingHoldsTheFadeWithTheStream) {
 }
 
 TEST_F(ManualTransportTest, WithNothingOnTheAirPauseIsTheFirstStartByHand) {
-    support::press(c(), "cmdPausePlay2");
+    desk::press(c(), "cmdPausePlay2");
     EXPECT_EQ(c().activePlayer, 2);
     EXPECT_EQ(engine.count("mixerAddChannel " + h(c().mixerStream) + " " + h(c().player2Stream) +
                            " 262144"),
@@ -67,7 +67,7 @@ TEST_F(ManualTransportTest, WithNothingOnTheAirPauseIsTheFirstStartByHand) {
 TEST_F(ManualTransportTest, EjectOnTheWaitingPlayerLeavesTheActivePlayerAlone) {
     c().activePlayer = 1;
     const audio::Handle waiting = c().player2Stream;
-    support::press(c(), "cmdEject2");
+    desk::press(c(), "cmdEject2");
     EXPECT_EQ(c().activePlayer, 1);
     EXPECT_EQ(engine.count("channelRemoveSync " + h(waiting) + " 902"), 1);
     EXPECT_EQ(engine.count("streamFree " + h(waiting)), 1);
@@ -79,14 +79,14 @@ TEST_F(ManualTransportTest, EjectOnTheWaitingPlayerLeavesTheActivePlayerAlone) {
 
 TEST_F(ManualTransportTest, EjectOnTheActivePlayerStopsTheTickActing) {
     c().activePlayer = 1;
-    support::press(c(), "cmdEject1");
+    desk::press(c(), "cmdEject1");
     EXPECT_EQ(c().activePlayer, 0);
 }
 
 TEST_F(ManualTransportTest, EjectOnAStreamAlreadyGoneStillShowsEmpty) {
     c().activePlayer = 2;
     engine.remove(c().player1Stream);
-    support::press(c(), "cmdEject1");
+    desk::press(c(), "cmdEject1");
     EXPECT_EQ(engine.errorGetCode(), audio::kErrorHandle);
     EXPECT_EQ(c().form().lblplayer1.caption, "Empty");
     EXPECT_EQ(c().activePlayer, 2);
@@ -94,7 +94,7 @@ TEST_F(ManualTransportTest, EjectOnAStreamAlreadyGoneStillShowsEmpty) {
 
 TEST_F(ManualTransportTest, FadeSlidesBelowSilenceOverOneCrossfadeAndDropsTheSync) {
     c().crossfadeTime = 2.25f;
-    support::press(c(), "cmdFadeOut2");
+    desk::press(c(), "cmdFadeOut2");
     EXPECT_EQ(engine.calls[engine.calls.size() - 2],
               "channelRemoveSync " + h(c().player2Stream) + " 902");
     EXPECT_EQ(engine.calls.back(),
@@ -102,27 +102,27 @@ TEST_F(ManualTransportTest, FadeSlidesBelowSilenceOverOneCrossfadeAndDropsTheSyn
 }
 
 TEST_F(ManualTransportTest, ASeekOnTheBarGoesToTheSameShareOfTheTrack) {
-    support::press(c(), "pctPlayer1", support::MouseButton::Left, 125);
+    desk::press(c(), "pctPlayer1", desk::MouseButton::Left, 125);
     const std::int64_t length = engine.channel(c().player1Stream).length;
     const std::int64_t scale = (length + 125) / 250;  // rounded to the nearest
     EXPECT_EQ(engine.channelGetPosition(c().player1Stream), 125 * scale);
-    support::press(c(), "pctPlayer1", support::MouseButton::Right, 10);
+    desk::press(c(), "pctPlayer1", desk::MouseButton::Right, 10);
     EXPECT_EQ(engine.channelGetPosition(c().player1Stream), 125 * scale) << "left button only";
 }
 
 TEST_F(ManualTransportTest, AClickOnABarWithNoStreamHasNoEffect) {
     c().player1Stream = 0;
-    support::press(c(), "pctPlayer1", support::MouseButton::Left, 100);
+    desk::press(c(), "pctPlayer1", desk::MouseButton::Left, 100);
     EXPECT_EQ(c().barScale, 0);
     EXPECT_EQ(engine.count("channelSetPosition"), 1);  // asked, refused
 }
 
 TEST_F(ManualTransportTest, MuteSilencesTheMixerAndPaintsTheButtonRed) {
-    support::press(c(), "cmdMute");
+    desk::press(c(), "cmdMute");
     EXPECT_EQ(c().form().cmdMute.backColor, 0xFFu);
     EXPECT_TRUE(c().muted);
     EXPECT_FLOAT_EQ(engine.channel(c().mixerStream).volume, 0.0f);
-    support::press(c(), "cmdMute");
+    desk::press(c(), "cmdMute");
     EXPECT_EQ(c().form().cmdMute.backColor, 0xFFFFFFu);
     EXPECT_FALSE(c().muted);
     EXPECT_FLOAT_EQ(engine.channel(c().mixerStream).volume, 1.0f);
@@ -130,8 +130,8 @@ TEST_F(ManualTransportTest, MuteSilencesTheMixerAndPaintsTheButtonRed) {
 
 TEST_F(ManualTransportTest, MutePressedTwiceWithNoEngineStaysRed) {
     c().mixerStream = 0;
-    support::press(c(), "cmdMute");
-    support::press(c(), "cmdMute");
+    desk::press(c(), "cmdMute");
+    desk::press(c(), "cmdMute");
     EXPECT_EQ(c().form().cmdMute.backColor, 0xFFu);
     EXPECT_FALSE(c().muted);
 }

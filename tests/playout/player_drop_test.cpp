@@ -2,8 +2,8 @@
 
 #include "autodj/library.h"
 #include "autodj/library_state.h"
+#include "desk/actions.h"
 #include "playout/manual_transport.h"
-#include "support/actions.h"
 #include "tests/autodj/station_fixture.h"
 
 namespace tw::playout {
@@ -32,7 +32,7 @@ class PlayerDropTest : public test::StationFixture {
 
 TEST_F(PlayerDropTest, ATrackDroppedOnTheWaitingPlayerIsLoadedWithItsHistory) {
     c().activePlayer = 1;
-    ASSERT_TRUE(support::dragElement(c(), "lstSongs", "lblPlayer2"));
+    ASSERT_TRUE(desk::dragElement(c(), "lstSongs", "lblPlayer2"));
     EXPECT_EQ(c().nextSong2, path);
     EXPECT_NE(c().player2Stream, 0u);
     EXPECT_EQ(c().nextSongName2, "Ann Arbor - Alpha");
@@ -44,14 +44,14 @@ TEST_F(PlayerDropTest, ATrackDroppedOnTheWaitingPlayerIsLoadedWithItsHistory) {
 }
 
 TEST_F(PlayerDropTest, PlayerOneShowsTheTuneOuts) {
-    support::dragElement(c(), "lstSongs", "lblplayer1");
+    desk::dragElement(c(), "lstSongs", "lblplayer1");
     EXPECT_EQ(c().form().cmdPlayer1Pick.caption, "LastPlayed:11/21/2026 8:00:00 PM Outs:3 Count:9");
 }
 
 TEST_F(PlayerDropTest, TheOnAirPlayerTakesNoDrop) {
     c().activePlayer = 1;
     c().nextSong1 = "on air";
-    support::dragElement(c(), "lstSongs", "lblplayer1");
+    desk::dragElement(c(), "lstSongs", "lblplayer1");
     EXPECT_EQ(c().nextSong1, "on air");
 }
 
@@ -59,7 +59,7 @@ TEST_F(PlayerDropTest, AMoveToPlayerButtonBringsItsToolTipsFile) {
     c().form().cmdVoiceTrack.toolTip = path;
     const audio::Handle old = engine.addStream(10);
     c().player1Stream = old;
-    support::dragElement(c(), "cmdVoiceTrack", "lblplayer1");
+    desk::dragElement(c(), "cmdVoiceTrack", "lblplayer1");
     EXPECT_FALSE(engine.has(old)) << "the old stream is freed";
     EXPECT_EQ(c().nextSong1, path);
     EXPECT_EQ(c().nextSongName1, path);
@@ -67,12 +67,12 @@ TEST_F(PlayerDropTest, AMoveToPlayerButtonBringsItsToolTipsFile) {
 }
 
 TEST_F(PlayerDropTest, SkipStartsTheWaitingPlayerAndLoadsTheNextOne) {
-    support::dragElement(c(), "lstSongs", "lblplayer1");
+    desk::dragElement(c(), "lstSongs", "lblplayer1");
     core::GridRow row;
     row.cells = {"", "Rock"};
     c().form().lstRotation.rows.push_back(row);
     c().trackList.assign(17, {});
-    support::press(c(), "cmdSkipNow");
+    desk::press(c(), "cmdSkipNow");
     EXPECT_EQ(c().activePlayer, 1);
     EXPECT_EQ(c().currentTitle, "Ann Arbor - Alpha");
     EXPECT_EQ(history("Ann Arbor - Alpha", "PlayCount"), "10");

@@ -6,7 +6,7 @@
 
 #include "core/console_ops.h"
 #include "core/text.h"
-#include "playout/stream_time.h"
+#include "media/stream_time.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::playout {
@@ -458,9 +458,9 @@ TEST_F(PositionMonitorTest, ThePreviewBarShowsMinutesAndSecondsAndTagsThePlayBut
 }
 
 TEST(GetTimeTest, HoursDoNotReduceTheSeconds) {
-    EXPECT_EQ(GetTime(3700), "01:01:3640.0");
-    EXPECT_EQ(GetTime(75.25), "00:01:15.3");
-    EXPECT_EQ(GetTime(0), "00:00:00.0");
+    EXPECT_EQ(media::GetTime(3700), "01:01:3640.0");
+    EXPECT_EQ(media::GetTime(75.25), "00:01:15.3");
+    EXPECT_EQ(media::GetTime(0), "00:00:00.0");
 }
 
 }  // namespace

@@ -10,8 +10,9 @@
 
 #include "core/console.h"
 #include "core/settings_store.h"
-#include "support/scripted_prompter.h"
-#include "support/virtual_event_loop.h"
+#include "sim/scripted_prompter.h"
+#include "sim/virtual_event_loop.h"
+#include "station/console_assembly.h"
 #include "tests/testlib/fake_engine.h"
 #include "tests/testlib/temp_dir.h"
 
@@ -95,7 +96,7 @@ class ConsoleFixture : public ::testing::Test {
         s.prompter = &prompter;
         s.loop = &loop;
         s.trash = &trash;
-        console = std::make_unique<core::Console>(dir.str(), s);
+        console = station::makeConsole(dir.str(), s);
         return *console;
     }
 
@@ -113,10 +114,10 @@ class ConsoleFixture : public ::testing::Test {
 
     TempDir dir;
     core::VirtualClock clock;
-    support::VirtualEventLoop loop;
+    sim::VirtualEventLoop loop;
     core::SettingsStore settings;
     FakeEngine engine;
-    support::ScriptedPrompter prompter;
+    sim::ScriptedPrompter prompter;
     RecordingTrash trash;
     std::unique_ptr<core::Console> console;
     RecordingTickCalls* tick = nullptr;

@@ -22,7 +22,7 @@
 
 #include "audio/null_engine.h"
 #include "core/console_ops.h"
-#include "support/console_layout.h"
+#include "desk/console_layout.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
@@ -147,7 +147,7 @@ TEST_F(ConsoleHandsTest, AfterLoadTheWindowShowsEveryCaptionOfTheCaptionPass) {
         if (std::string(x.caption).empty()) {
             continue;
         }
-        support::showPanel(c(), x.panel == 0 ? 2 : x.panel);
+        desk::showPanel(c(), x.panel == 0 ? 2 : x.panel);
         // On screen: the button with its printed lines differs from the same button without.
         const QImage shown = grab();
         const core::Drawing kept = e.drawing;
@@ -265,7 +265,7 @@ TEST_F(ConsoleHandsTest, AFileDroppedOnTheSongListIsCopiedIntoTheCategory) {
     const fs::path outside = dir / "incoming.mp3";
     std::ofstream(outside) << "not really music";
     loadAndShow();
-    support::showPanel(c(), 1);
+    desk::showPanel(c(), 1);
     const Element& cats = c().form().lstPlaylists;
     QTest::mouseClick(&window(), Qt::LeftButton, {}, rowPoint(cats, 0));
     ASSERT_EQ(cats.listIndex, 0);

@@ -14,7 +14,7 @@
 
 #include "audio/null_engine.h"
 #include "core/console_ops.h"
-#include "support/console_layout.h"
+#include "desk/console_layout.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
@@ -78,16 +78,16 @@ class ConsoleLayoutRenderTest : public ::testing::Test {
     template <typename Check>
     void forEveryPanel(Check check) {
         for (int panel = 1; panel <= 3; ++panel) {
-            support::showPanel(c(), panel);
+            desk::showPanel(c(), panel);
             check("panel " + std::to_string(panel));
         }
-        support::showPanel(c(), 1);
+        desk::showPanel(c(), 1);
         c().form().frmNameTitleArtist.visible = false;
         c().form().frmMoreInfo.visible = true;
         check("track list with more info");
         c().form().frmMoreInfo.visible = false;
         c().form().frmNameTitleArtist.visible = true;
-        support::showPanel(c(), 2);
+        desk::showPanel(c(), 2);
     }
 
     // Renders the window to test-output/<name>.png and reads it back.

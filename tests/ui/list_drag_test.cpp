@@ -6,7 +6,7 @@
 
 #include <filesystem>
 
-#include "core/startup.h"
+#include "station/startup.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::ui {
@@ -18,7 +18,7 @@ class ListDragTest : public test::ConsoleFixture {
         for (const char* n : {"Jazz", "Rock", "Soul"}) {
             std::filesystem::create_directories(dir / "Music" / n);
         }
-        core::Form_Load(make());
+        station::Form_Load(make());
     }
     core::MainForm& m() { return console->form(); }
     std::string category(int i) {

@@ -1,0 +1,184 @@
+#include "desk/actions.h"
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+#include "autodj/library.h"
+#include "autodj/planner.h"
+#include "autodj/rotations.h"
+#include "core/settings_store.h"
+#include "desk/console_layout.h"
+#include "playout/manual_transport.h"
+
+namespace tw::desk {
+
+namespace {
+
+using PressAction = std::function<void(core::Console&, MouseButton, double x)>;
+
+const std::map<std::string, PressAction, std::less<>>& pressActions() {
+    static const std::map<std::string, PressAction, std::less<>> actions = {
+        {"cmdAutoManual",
+         [](core::Console& c, MouseButton, double) { playout::cmdAutoManual_Click(c); }},
+        {"cmdSkipNow", [](core::Console& c, MouseButton, double) { playout::cmdSkipNow_Click(c); }},
+        {"cmdPausePlay1", [](core::Console& c, MouseButton, double) { playout::pausePlay(c, 1); }},
+        {"cmdPausePlay2", [](core::Console& c, MouseButton, double) { playout::pausePlay(c, 2); }},
+        {"cmdEject1", [](core::Console& c, MouseButton, double) { playout::eject(c, 1); }},
+        {"cmdEject2", [](core::Console& c, MouseButton, double) { playout::eject(c, 2); }},
+        {"cmdFadeOut1", [](core::Console& c, MouseButton, double) { playout::fadeOut(c, 1); }},
+        {"cmdFadeOut2", [](core::Console& c, MouseButton, double) { playout::fadeOut(c, 2); }},
+        {"cmdPlayer1Pick",
+         [](core::Console& c, MouseButton, double) { autodj::loadNextSong(c, 0); }},
+        {"cmdPlayer2Pick",
+         [](core::Console& c, MouseButton, double) { autodj::loadNextSong(c, 0); }},
+        {"cmdMute", [](core::Console& c, MouseButton, double) { playout::cmdMute_Click(c); }},
+        {"pctPlayer1",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 playout::seekPlayer(c, 1, x);
+             }
+         }},
+        {"pctPlayer2",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 playout::seekPlayer(c, 2, x);
+             }
+         }},
+        {"lstPlaylist",
+         [](core::Console& c, MouseButton, double x) {
+             // The grid's columns share its width equally, as the view draws them.
+             const auto& grid = c.form().lstPlaylist;
+             const int columns = std::max<int>(1, static_cast<int>(grid.columns.size()));
+             const double width = grid.rect.width > 0 ? grid.rect.width : 1;
+             const int column = std::clamp(static_cast<int>(x / (width / columns)), 0, columns - 1);
+             autodj::lstPlaylist_MouseDown(c, column);
+             autodj::lstPlaylist_MouseUp(c);
+         }},
+        {"cmdNewRotation",
+         [](core::Console& c, MouseButton, double) { autodj::cmdNewRotation_Click(c); }},
+        {"cmdTrackList", [](core::Console& c, MouseButton, double) { showPanel(c, 1); }},
+        {"cmdRotationList", [](core::Console& c, MouseButton, double) { showPanel(c, 2); }},
+        {"cmdPlaylistBuilder", [](core::Console& c, MouseButton, double) { showPanel(c, 3); }},
+        {"cmdAddPlayList",
+         [](core::Console& c, MouseButton, double) {
+             showPanel(c, 1);
+             autodj::createCatagory(c);
+         }},
+        {"cmdCalculate",
+         [](core::Console& c, MouseButton, double) { autodj::cmdCalculate(c, false); }},
+        {"cmdSearch", [](core::Console& c, MouseButton, double) { autodj::cmdSearch_Click(c); }},
+    };
+    return actions;
+}
+
+void afterSelect(core::Console& c, std::string_view name, int row) {
+    if (name == "flRotations") {
+        autodj::flRotations_Click(c);
+    } else if (name == "lstRotationOrList") {
+        autodj::lstRotationOrList_Click(c);
+    } else if (row >= 0 && name == "lstPlaylists") {
+        autodj::lstPlaylists_Click(c, row);
+    } else if (row >= 0 && name == "lstPlaylist1") {
+        autodj::lstPlaylist1_Click(c, row);
+    }
+}
+
+}  // namespace
+
+bool press(core::Console& c, std::string_view name, MouseButton button, double x) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    const auto& actions = pressActions();
+    if (auto it = actions.find(name); it != actions.end()) {
+        it->second(c, button, x);
+    }
+    return true;
+}
+
+bool select(core::Console& c, std::string_view name, int row) {
+    core::Element* e = c.ui.find(name);
+    if (!e) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (e->kind == core::ElementKind::Grid) {
+        if (row < -1 || row >= e->rowCount()) {
+            return false;
+        }
+        e->row = row;
+        for (int i = 0; i < e->rowCount(); ++i) {
+            e->rows[static_cast<std::size_t>(i)].selected = i == row;
+        }
+    } else {
+        if (row < -1 || row >= e->listCount()) {
+            return false;
+        }
+        e->listIndex = row;
+    }
+    afterSelect(c, name, row);
+    return true;
+}
+
+bool keyDown(core::Console& c, std::string_view name, std::string_view key) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (name == "lstPlaylists" && key == "Delete") {
+        autodj::deleteCatagory(c);
+    }
+    return true;
+}
+
+bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::string>& files) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (name == "fileList") {
+        autodj::fileList_DragDrop(c, files);
+    }
+    return true;
+}
+
+bool dragElement(core::Console& c, std::string_view source, std::string_view target) {
+    core::Element* from = c.ui.find(source);
+    if (!from || !c.ui.find(target)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (target == "lblplayer1" || target == "lblPlayer2") {
+        const int n = target == "lblplayer1" ? 1 : 2;
+        if (source == "lstSongs" || source == "lstBuilderCatagoryList") {
+            if (from->listIndex >= 0 && from->listIndex < from->listCount()) {
+                playout::dropTrackOnPlayer(
+                    c, n, from->items[static_cast<std::size_t>(from->listIndex)].text);
+            }
+        } else if (!from->toolTip.empty()) {
+            // An element dragged in "Move to Player" mode carries its file as its tool tip.
+            playout::dropElementOnPlayer(c, n, from->toolTip);
+        }
+    }
+    return true;
+}
+
+bool keyUp(core::Console& c, int keyCode) {
+    core::EventScope event(*c.svc.settings);
+    playout::keyUp(c, keyCode);
+    return true;
+}
+
+bool type(core::Console& c, std::string_view name, const std::string& text) {
+    core::Element* e = c.ui.find(name);
+    if (!e) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    e->text = text;
+    return true;
+}
+
+}  // namespace tw::desk

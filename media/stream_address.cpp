@@ -1,0 +1,23 @@
+#include "media/stream_address.h"
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "core/text.h"
+
+namespace tw::media {
+
+bool isStreamAddress(std::string_view path) {
+    return path.find("http://") != std::string_view::npos;
+}
+
+bool fileExists(std::string_view path) {
+    if (core::trim(path).empty() || isStreamAddress(path)) {
+        return false;
+    }
+    struct stat st {};
+    return ::stat(std::string(path).c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+}  // namespace tw::media

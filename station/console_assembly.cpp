@@ -1,0 +1,19 @@
+#include "station/console_assembly.h"
+
+#include "autodj/library_state.h"
+#include "desk/console_layout.h"
+#include "station/tick_calls.h"
+#include "tags/id3_tag.h"
+
+namespace tw::station {
+
+std::unique_ptr<core::Console> makeConsole(std::string appFolder, core::Services services) {
+    auto c = std::make_unique<core::Console>(std::move(appFolder), services);
+    c->id3 = std::make_shared<tags::clsID3>();
+    c->library = std::make_shared<autodj::LibraryState>();
+    c->tickCalls = makeConsoleTickCalls(*c);
+    desk::applyDesignLayout(*c);
+    return c;
+}
+
+}  // namespace tw::station

@@ -1,0 +1,198 @@
+#include "station/startup.h"
+
+#include <cerrno>
+#include <filesystem>
+
+#include "autodj/library.h"
+#include "autodj/planner.h"
+#include "autodj/rotations.h"
+#include "autodj/schedule.h"
+#include "core/console_ops.h"
+#include "core/failure.h"
+#include "core/text.h"
+#include "desk/console_layout.h"
+#include "desk/size_form_controls.h"
+#include "liveassist/sampler.h"
+#include "liveassist/speech.h"
+#include "liveassist/sweepers.h"
+#include "playout/engine_setup.h"
+#include "playout/player_start.h"
+#include "playout/position_monitor.h"
+
+namespace tw::station {
+
+using namespace core;  // start-up works on the model throughout
+
+namespace {
+
+void makeFolder(const std::string& path) {
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec)) {
+        return;
+    }
+    std::filesystem::create_directories(path, ec);
+    if (ec || !std::filesystem::is_directory(path)) {
+        throw Failure(kErrPathFileAccess, "Path/File access error");
+    }
+}
+
+// Step 11: the folders of the station and the lists that show them.
+void createFoldersAndLists(core::Console& c) {
+    auto& m = c.form();
+    struct FolderList {
+        const char* tail;
+        Element* list;
+    };
+    const FolderList folders[] = {{"/Music", &m.dirList},
+                                  {"/Rotations", &m.flRotations},
+                                  {"/Sweepers", &m.flSweepers},
+                                  {"/Playlist", &m.flPlaylists}};
+    for (const auto& f : folders) {
+        const std::string path = c.AppFolder + f.tail;
+        makeFolder(path);
+        f.list->path = path;
+        refreshFileList(*f.list);
+    }
+    autodj::showplayLists(c);
+    autodj::renewRepeatTime(c);
+    autodj::showRotationIcons(c);
+    liveassist::readDefaultSweeper(c);
+}
+
+}  // namespace
+
+void readCrossfadeTime(core::Console& c) {
+    const std::string s = readIni(c, c.appSettingsPath(), "Crossfade", "time", "1.5");
+    float v = static_cast<float>(val(s));
+    // The crossfade is never zero: the early-start rule of the tick needs a window to fire in.
+    c.crossfadeTime = v == 0 ? 0.1f : v;
+}
+
+void readSilenceTime(core::Console& c) {
+    c.silenceTime =
+        static_cast<float>(val(readIni(c, c.appSettingsPath(), "Silence", "time", "1.5")));
+}
+
+std::int32_t readArtistSeperationTime(core::Console& c) {
+    c.artistSeperationTime =
+        static_cast<float>(val(readIni(c, c.appSettingsPath(), "ArtistSeperation", "Hours", "0")));
+    return cLng(c.artistSeperationTime);
+}
+
+void readAutoTrimValues(core::Console& c) {
+    c.autoTrim = readIni(c, c.appSettingsPath(), "AutoTrim", "Enabled", "0");
+    c.autoTrimThreshold = cLng(val(readIni(c, c.appSettingsPath(), "AutoTrim", "Threshold", "1")));
+}
+
+void Form_Load(core::Console& c) {
+    c.loaded = true;
+    try {
+        auto& m = c.form();
+        logError(c, "TarnWave Starting Before Voice");
+        liveassist::createVoice(c);
+        logError(c, "TarnWave Starting After Voice");
+
+        m.frmTarnDesk.caption = "TarnWave Internet Radio Automation Software " + c.version;
+        setStatusText(c, "Loading TarnWave");
+        c.playerBarWidth = 250;
+        c.playerBarHeight = 50;
+        desk::recordConsoleLayout(c);
+        c.trackList.assign(17, {});
+
+        setStatusText(c, "Loading Settings");
+        logError(c, "TarnWave Starting Before loading settings");
+        readCrossfadeTime(c);
+        readSilenceTime(c);
+        readArtistSeperationTime(c);
+        c.formScale = 1.0f;
+
+        m.lstRotation.columns = {"Sweeper", "Catagory"};
+        m.lstPlaylist.columns = {"Time On", "Track Name", "Length", "Re-Pick"};
+        m.lstPlayListBuilder.columns = {"Track Name", "Length", "Time Total"};
+
+        desk::captionPass(c, false);
+        createFoldersAndLists(c);
+        readAutoTrimValues(c);
+        liveassist::loadSamples(c);
+        liveassist::showSamples(c);
+
+        logError(c, "TarnWave Starting Before Startserver");
+        playout::startServer(c);
+
+        c.recordBuffer.clear();
+        c.recordLength = 0;
+        c.recordStep = 200000;
+        closeStatus(c);
+        desk::showPanel(c, 2);
+        m.lblPeakListeners.caption = readIni(c, c.appSettingsPath(), "tarnWave", "lastPeak", "0");
+
+        c.positionTimerId = c.svc.loop->startTimer(60, [&c] {
+            EventScope event(*c.svc.settings);
+            playout::onPositionTimer(c);
+        });
+        c.tmrCheckPositionBool = true;
+
+        logError(c, "TarnWave Starting Before Firstload");
+        firstLoad(c);
+        logError(c, "TarnWave Started");
+    } catch (const std::exception& e) {
+        const FailureInfo f = describeFailure(e);
+        logError(c, "loading Form" + f.description + "  " + std::to_string(f.number) + " " +
+                        std::to_string(errno) + " " + f.source);
+    }
+}
+
+void firstLoad(core::Console& c) {
+    auto& m = c.form();
+    if (m.lstPlaylist1.items.empty()) {
+        return;
+    }
+    const bool scheduled = autodj::checkRotationSchedule(c);
+    if (!scheduled) {
+        if (m.flRotations.items.empty()) {
+            // Selecting the first entry of an empty list is refused as an invalid value.
+            throw Failure(380, "Invalid property value");
+        }
+        m.flRotations.listIndex = 0;
+        autodj::flRotations_Click(c);
+    }
+    if (m.lstRotation.rows.empty()) {
+        return;
+    }
+    if (scheduled) {
+        autodj::loadNextSong(c, 0);
+        return;
+    }
+    // One past the last row, so that the first pick wraps to the top.
+    m.lstRotation.row = m.lstRotation.rowCount();
+    c.rotationPosition = m.lstRotation.rowCount();
+    autodj::loadNextSong(c, 0);
+    playout::startNExt(c);
+    autodj::loadNextSong(c, 0);
+}
+
+void Form_Unload(core::Console& c) {
+    autodj::clearPendingPicks(c);
+    c.ui.cast.frmCast.visible = false;
+    c.ui.settings.frmAppSettings.visible = false;
+    c.ui.dialog.frmDialog.visible = false;
+    c.ui.schedule.frmSchedule.visible = false;
+    c.ui.statistics.frmStatistics.visible = false;
+    c.ui.status.frmStatus.visible = false;
+    c.recordBuffer.clear();
+    c.recordBuffer.shrink_to_fit();
+    c.recordLength = 0;
+    c.engine().recordFree();
+    c.engine().free();
+    if (c.positionTimerId != 0 && c.svc.loop) {
+        c.svc.loop->stopTimer(c.positionTimerId);
+    }
+    c.positionTimerId = 0;
+    setFadeTimerEnabled(c, false);
+    logError(c, "TarnWave Unloaded");
+    c.form().frmTarnDesk.visible = false;
+    c.unloaded = true;
+    c.svc.settings->flush();
+}
+
+}  // namespace tw::station
