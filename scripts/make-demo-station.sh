@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds a demo library for the console in a station folder.
 #   scripts/make-demo-station.sh STATION [CATEGORIES] [TRACKS_PER_CATEGORY] [MIN_S] [MAX_S] [ARTISTS]
-# Defaults: 4 categories of 10 tracks each, 20 to 90 s long, by 12 artists.
+# Defaults: 4 categories of 16 tracks each, 2 to 4 minutes long, by 24 artists: each category has
+# artists of its own, so that the rotation never puts one artist after himself, and the half hour
+# of artist separation can always be kept (a category comes round every 12 minutes or so).
 #
 # What it makes:
 #   STATION/Music/<category>/*.mp3   chords of a pitch of their own per track, faded in and out,
@@ -24,10 +26,10 @@ usage() {
 [[ $# -ge 1 && $# -le 6 ]] || usage
 station=$1
 categories=${2:-4}
-tracks=${3:-10}
-min_s=${4:-20}
-max_s=${5:-90}
-artists=${6:-12}
+tracks=${3:-16}
+min_s=${4:-120}
+max_s=${5:-240}
+artists=${6:-24}
 for n in "$categories" "$tracks" "$min_s" "$max_s" "$artists"; do
     [[ $n =~ ^[0-9]+$ && $n -gt 0 ]] || usage
 done
@@ -93,6 +95,13 @@ make_track() {
 }
 
 mkdir -p "$station/Music" "$station/Rotations" "$station/Sweepers"
+total=$((categories * tracks))
+made=0
+# One line, rewritten as the tracks are made.
+progress() {
+    made=$((made + 1))
+    printf '\rmake-demo-station.sh: making the demo library, %d of %d tracks' "$made" "$total"
+}
 rotation=$station/Rotations/Demo.rot
 : > "$rotation"
 span=$((max_s - min_s + 1))
@@ -103,7 +112,12 @@ for ((ci = 0; ci < categories; ci++)); do
     printf '%-100s%-100s%-100s' "$category" "False" "saved" >> "$rotation"
     for ((ti = 0; ti < tracks; ti++)); do
         g=$((ci * tracks + ti))
-        artist=$(artist_name $((g % artists)))
+        if ((artists >= categories)); then
+            per=$((artists / categories))
+            artist=$(artist_name $((ci * per + ti % per)))
+        else
+            artist=$(artist_name $((g % artists)))
+        fi
         title=$(track_title "$g")
         seconds=$((min_s + (g * 37) % span))
         # Roots 8 Hz apart from 112 Hz: every track sounds a pitch of its own.
@@ -115,13 +129,16 @@ for ((ci = 0; ci < categories; ci++)); do
         if ((running >= jobs)); then
             wait -n
             running=$((running - 1))
+            progress
         fi
     done
 done
 while ((running > 0)); do
     wait -n
     running=$((running - 1))
+    progress
 done
+echo
 
 if [[ ! -f $station/appSettings.ini ]]; then
     printf '[ArtistSeperation]\r\nHours=0.5\r\n' > "$station/appSettings.ini"
