@@ -293,6 +293,23 @@ TEST_F(LibraryTest, SilentCalculateLeavesTheStatusWindowAlone) {
     EXPECT_FALSE(console->ui.status.frmStatus.visible);
 }
 
+// "The window closes when its owner closes it": Calculate opens the status window and leaves it
+// open; a later progress step shows it again after the operator closed it; the repeat-time pass,
+// its owner at start-up, hides it.
+TEST_F(LibraryTest, TheStatusWindowClosesWhenItsOwnerClosesItNotWhenCalculateEnds) {
+    const auto a1 = addTrack("A", "1.mp3", "A", "x");
+    open();
+    console->form().lstRotation.rows.push_back(core::GridRow{{"", "A"}});
+    engine.fileSeconds[a1] = 10;
+    autodj::cmdCalculate(*console, false);
+    EXPECT_TRUE(console->ui.status.frmStatus.visible);
+    console->ui.status.frmStatus.visible = false;  // closed by the operator
+    autodj::cmdCalculate(*console, false);
+    EXPECT_TRUE(console->ui.status.frmStatus.visible);
+    autodj::populateAllowableRepeatTime(*console, true);
+    EXPECT_FALSE(console->ui.status.frmStatus.visible);
+}
+
 TEST_F(LibraryTest, CalculateWithNoCategoriesDoesNothing) {
     open();
     autodj::cmdCalculate(*console, false);
