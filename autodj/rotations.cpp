@@ -100,7 +100,12 @@ void loadList(core::Console& c, std::string& name) {
             name = "rotation.rot";
         }
         const auto records = decodeRotation(readWhole(rotationPath(c, name)));
-        ensureRecords(c, records.size() + 1);
+        // The running list takes the bounds 0 to the number of records, keeping what it holds.
+        // A rotation with no records keeps none of the last one's, so that nothing is loaded.
+        c.trackList.resize(records.size() + 1);
+        if (records.empty()) {
+            c.trackList[0] = core::clsTrackListing{};
+        }
         std::size_t i = 0;
         for (const auto& r : records) {
             // A record that is not marked saved leaves a gap in the numbering of trackList.

@@ -104,7 +104,7 @@ TEST_F(RotationsTest, LoadingPutsSavedRowsOnTheGridWithTheirTicks) {
     EXPECT_FALSE(rows[1].checked);
     EXPECT_EQ(c().trackList[0].trackCatagory, "Rock");
     EXPECT_TRUE(c().trackList[0].sweeperChecked);
-    EXPECT_EQ(c().trackList.size(), 17u) << "the array only grows";
+    EXPECT_EQ(c().trackList.size(), 3u) << "bounds 0 to the number of records";
     EXPECT_FALSE(c().listLoading);
 }
 
@@ -120,14 +120,27 @@ TEST_F(RotationsTest, ARecordNotMarkedSavedLeavesAGapInTheRunningListButNoRow) {
     EXPECT_EQ(c().trackList[2].trackCatagory, "Pop");
 }
 
-TEST_F(RotationsTest, AnEmptyRotationFileGivesEmptyGrids) {
+// "An empty rotation file gives empty grids; PickRotationSong returns at once, and
+// loadNextSong(0) loads no track": the records of the rotation before it are not played again.
+TEST_F(RotationsTest, AnEmptyRotationFileGivesEmptyGridsAndLoadNextSongLoadsNoTrack) {
+    const std::string stale = dir.str() + "/Music/Rock/old.mp3";
+    writeFile(stale, "not audio, but a file");
+    c().trackList[0].trackPath = stale;
+    c().trackList[1].trackPath = stale;
+    c().activePlayer = 1;
+    c().player2Stream = 77;
     writeFile(dir / "Rotations" / "e.rot", "");
+    c().form().lstRotation.rows.push_back({{"", "Rock"}});
     c().form().lstPlaylist.rows.push_back({});
     std::string name = "e.rot";
     loadList(c(), name);
     EXPECT_TRUE(c().form().lstRotation.rows.empty());
     EXPECT_TRUE(c().form().lstPlaylist.rows.empty());
-    EXPECT_EQ(c().activePlayer, 0);
+    EXPECT_EQ(c().trackList.size(), 1u);  // bounds 0 to the number of records
+    EXPECT_EQ(c().nextSong2, "");
+    EXPECT_EQ(c().player2Stream, 77u);
+    EXPECT_EQ(engine.count("streamFree"), 0);
+    EXPECT_EQ(c().activePlayer, 1);
 }
 
 TEST_F(RotationsTest, AFileThatCannotBeReadShowsItsMessageAndBlocksFurtherLoads) {
