@@ -75,15 +75,9 @@ void deleteCatagory(core::Console& c) {
         return;
     }
     core::moveToRecycle(c, c.AppFolder + "/Music/" + name, 0, true);
-    auto& rows = m.lstRotation.rows;
-    rows.erase(std::remove_if(rows.begin(), rows.end(),
-                              [&](const core::GridRow& row) {
-                                  return row.cells.size() > 1 && core::trim(row.cells[1]) == name;
-                              }),
-               rows.end());
-    if (m.lstRotation.row >= m.lstRotation.rowCount()) {
-        m.lstRotation.row = m.lstRotation.rowCount() - 1;
-    }
+    // Each row of the category goes as the Delete key on the rotation takes a row: its running
+    // record with it, then the rotation is saved and retimed.
+    removeCategoryFromRotation(c, name);
     refreshLibraryLists(c);
 }
 

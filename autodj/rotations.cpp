@@ -97,7 +97,8 @@ void loadList(core::Console& c, std::string& name) {
         m.lstPlaylist.rows.clear();
         m.lstPlaylist.row = -1;
         if (name.empty()) {
-            name = "rotation.rot";
+            // The spelling of the file as saveNewList creates it: one file, one name.
+            name = "Rotation.rot";
         }
         const auto records = decodeRotation(readWhole(rotationPath(c, name)));
         // The running list takes the bounds 0 to the number of records, keeping what it holds.

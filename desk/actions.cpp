@@ -127,8 +127,14 @@ bool keyDown(core::Console& c, std::string_view name, std::string_view key) {
         return false;
     }
     core::EventScope event(*c.svc.settings);
-    if (name == "lstPlaylists" && key == "Delete") {
-        autodj::deleteCatagory(c);
+    if (key == "Delete") {
+        if (name == "lstPlaylists") {
+            autodj::deleteCatagory(c);
+        } else if (name == "lstRotation") {
+            autodj::deleteRotationRow(c);
+        } else if (name == "lstRotationOrList") {
+            autodj::deleteRotationOrListItem(c);
+        }
     }
     return true;
 }

@@ -232,7 +232,7 @@ TEST_F(StationScenario, ADayOnTheAirStartsLogsAndPlansEveryTrackWithoutSilence) 
     EXPECT_LE(buildPicks, 1);
 }
 
-TEST_F(StationScenario, ADeletedCategoryPutsTheConsoleInManualMode) {
+TEST_F(StationScenario, ADeletedCategoryLeavesTheRotationAndTheStationOnTheAir) {
     run_->advance(kHour);
     // The operator deletes the category of the rotation's third row on the library screen. (A
     // folder taken away behind the console's back goes unnoticed: the category lists are only
@@ -246,19 +246,33 @@ TEST_F(StationScenario, ADeletedCategoryPutsTheConsoleInManualMode) {
     ASSERT_EQ(run_->exec("answer ok"), "");
     ASSERT_EQ(run_->exec("key lstPlaylists Delete"), "");
     ASSERT_FALSE(fs::exists(station_ / "Music" / category));
-    // The category comes round again within one lap of the rotation (six tracks of at most 90 s).
-    for (int i = 0; i < 60 && run_->console().form().cmdAutoManual.caption != "Manual"; ++i) {
-        run_->advance(60);
+    // The rotation file was saved without the category's rows.
+    const std::string rot = test::readFile(station_ / "Rotations" / "Demo.rot");
+    ASSERT_EQ(rot.size() % 300, 0u);
+    for (std::size_t r = 0; r < rot.size(); r += 300) {
+        EXPECT_NE(core::trim(rot.substr(r, 100)), category);
     }
     auto& c = run_->console();
-    EXPECT_EQ(c.form().cmdAutoManual.caption, "Manual");
-    const std::string message = " Rotation Cannot Be found:  " + category +
-                                ", MISSING OR DELETED, Placing Tarnwave in MANUAL MODE";
-    bool printed = false;
-    for (const auto& t : c.ui.main.frmTarnDesk.drawing.texts) {
-        printed = printed || t.text == message;
+    for (const auto& row : c.form().lstRotation.rows) {
+        EXPECT_NE(core::trim(row.cells.at(1)), category);
     }
-    EXPECT_TRUE(printed) << "the message line does not say:" << message;
+    // Two laps of the rotation go by in automation, with new starts.
+    const int before = playedLines();
+    for (int i = 0; i < 20; ++i) {
+        run_->advance(60);
+        ASSERT_EQ(c.form().cmdAutoManual.caption, "Automated") << "after " << i + 1 << " min";
+    }
+    EXPECT_GT(playedLines(), before + 5);
+    // The rotation loads again as it was saved, and the station stays on the air.
+    ASSERT_EQ(run_->exec("select flRotations 0"), "");
+    EXPECT_EQ(c.form().lstRotation.rowCount(), static_cast<int>(rot.size() / 300));
+    const int reloaded = playedLines();
+    run_->advance(10 * 60);
+    EXPECT_EQ(c.form().cmdAutoManual.caption, "Automated");
+    EXPECT_GT(playedLines(), reloaded + 2);
+    for (const auto& line : appLog()) {
+        EXPECT_EQ(line.find("Error in Pick Song"), std::string::npos) << line;
+    }
 }
 
 // Deletes the file of the track planned right after the one on the air; its path.

@@ -365,6 +365,14 @@ TEST_F(LibraryTest, DeletingACategoryAsksThenTrashesAndDropsItsRotationRows) {
     addRotationRow("Rock");
     addRotationRow("Jazz");
     addRotationRow("Rock ");
+    std::filesystem::create_directories(dir / "Rotations");
+    console->activeListName = "Drive.rot";
+    console->trackList.assign(17, {});  // as start-up allocates it
+    const char* planned[] = {"Rock one", "Jazz one", "Rock two"};
+    for (int i = 0; i < 3; ++i) {
+        console->trackList.at(static_cast<std::size_t>(i)).trackName = planned[i];
+        console->form().lstPlaylist.rows.push_back(core::GridRow{{"", planned[i], "00:03:00.0"}});
+    }
     desk::select(*console, "lstPlaylists", 1);
 
     prompter.queueAnswer("cancel");
@@ -381,6 +389,13 @@ TEST_F(LibraryTest, DeletingACategoryAsksThenTrashesAndDropsItsRotationRows) {
     EXPECT_EQ(trash.trashed, (std::vector<std::string>{(dir / "Music/Rock").string()}));
     EXPECT_EQ(rotationCategories(), (std::vector<std::string>{"Jazz"}));
     EXPECT_EQ(console->form().lstPlaylists.listIndex, -1);  // lists rebuilt
+    // The rows went with their running records, and the rotation was saved without them.
+    ASSERT_EQ(console->form().lstPlaylist.rowCount(), 1);
+    EXPECT_EQ(console->form().lstPlaylist.rows[0].cells[1], "Jazz one");
+    EXPECT_EQ(console->trackList.at(0).trackName, "Jazz one");
+    const std::string saved = test::readFile(dir / "Rotations" / "Drive.rot");
+    EXPECT_EQ(saved.size(), 300u);
+    EXPECT_EQ(saved.substr(0, 4), "Jazz");
 }
 
 // --- searching, dropping, the voice track category

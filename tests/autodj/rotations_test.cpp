@@ -265,10 +265,46 @@ TEST_F(RotationsTest, DeletingAListSendsItToTheTrashAndResetsTheRunningList) {
     showRotationIcons(c());
     c().form().lstPlaylist.rows.push_back({});
     c().form().lstRotationOrList.listIndex = 0;
-    deleteRotationOrListItem(c());
+    c().trackList.resize(3);
+    ASSERT_TRUE(desk::keyDown(c(), "lstRotationOrList", "Delete"));
     EXPECT_EQ(trash.trashed, std::vector<std::string>{dir.str() + "/Rotations/old.rot"});
     EXPECT_TRUE(c().form().lstPlaylist.rows.empty());
     EXPECT_EQ(c().trackList.size(), 17u);
+}
+
+TEST_F(RotationsTest, TheDeleteKeyOnTheRotationTakesTheSelectedRowWithItsRecordAndSaves) {
+    c().activeListName = "live.rot";
+    gridRows({{"Rock", false}, {"Pop", true}, {"Jazz", false}});
+    const char* planned[] = {"Rock one", "Pop one", "Jazz one"};
+    for (int i = 0; i < 3; ++i) {
+        c().trackList[static_cast<std::size_t>(i)].trackName = planned[i];
+        c().form().lstPlaylist.rows.push_back(core::GridRow{{"", planned[i], "00:03:00.0"}});
+    }
+    c().form().lstRotation.row = 1;
+    ASSERT_TRUE(desk::keyDown(c(), "lstRotation", "Delete"));
+    EXPECT_EQ(readFile(dir / "Rotations" / "live.rot"),
+              record("Rock", "False") + record("Jazz", "False"));
+    ASSERT_EQ(c().form().lstRotation.rowCount(), 2);
+    ASSERT_EQ(c().form().lstPlaylist.rowCount(), 2);
+    EXPECT_EQ(c().form().lstPlaylist.rows[1].cells[1], "Jazz one");
+    EXPECT_EQ(c().trackList[1].trackName, "Jazz one");
+    // No row selected: the key does nothing.
+    c().form().lstRotation.row = -1;
+    ASSERT_TRUE(desk::keyDown(c(), "lstRotation", "Delete"));
+    EXPECT_EQ(c().form().lstRotation.rowCount(), 2);
+}
+
+TEST_F(RotationsTest, AnEmptyNameLoadsTheRotationFileThatSaveNewListWrites) {
+    gridRows({{"Rock", true}});
+    std::string saved;
+    saveNewList(c(), saved);
+    ASSERT_TRUE(fs::exists(dir / "Rotations" / "Rotation.rot"));
+    c().form().lstRotation.rows.clear();
+    std::string name;
+    loadList(c(), name);
+    EXPECT_EQ(name, "Rotation.rot");
+    ASSERT_EQ(c().form().lstRotation.rowCount(), 1);
+    EXPECT_EQ(c().form().lstRotation.rows[0].cells[1], "Rock");
 }
 
 TEST_F(RotationsTest, GridEditsSaveTheRotationAtOnce) {
