@@ -149,13 +149,23 @@ void recordConsoleLayout(core::Console& c) {
 }
 
 bool resizeConsole(core::Console& c, double widthPx, double heightPx) {
-    if (widthPx <= kDesignWidth || heightPx <= kDesignHeight) {
-        return false;  // never below the design
-    }
     auto& m = c.ui.main;
-    m.frmTarnDesk.rect.width = widthPx;
-    m.frmTarnDesk.rect.height = heightPx;
-    clsSizeFormControls(c, c.savedLayout).ResizeControls(m.all());
+    clsSizeFormControls sizer(c, c.savedLayout);
+    if (widthPx <= kDesignWidth || heightPx <= kDesignHeight) {
+        // Never below the design. A window brought back to it from a larger one shows the
+        // design layout again, rather than the larger one cut off at the window's edge.
+        if (m.frmTarnDesk.rect.width == kDesignWidth &&
+            m.frmTarnDesk.rect.height == kDesignHeight) {
+            return false;
+        }
+        m.frmTarnDesk.rect.width = kDesignWidth;
+        m.frmTarnDesk.rect.height = kDesignHeight;
+        sizer.ResizeControlsToPercentage(m.all(), 100);
+    } else {
+        m.frmTarnDesk.rect.width = widthPx;
+        m.frmTarnDesk.rect.height = heightPx;
+        sizer.ResizeControls(m.all());
+    }
     captionPass(c, true);
     c.playerBarWidth = std::round(m.pctPlayer1.scaleWidth());
     c.playerBarHeight = std::round(m.pctPlayer1.scaleHeight());

@@ -80,6 +80,23 @@ TEST_F(SizeFormControlsTest, AWindowWiderButNotTallerIsNoResize) {
     EXPECT_DOUBLE_EQ(c.playerBarWidth, 250);
 }
 
+TEST_F(SizeFormControlsTest, AWindowBroughtBackToTheDesignSizeShowsTheDesignLayout) {
+    Console& c = loaded();
+    const auto design = places(c);
+    ASSERT_TRUE(resizeConsole(c, 1344, 962));
+    ASSERT_FALSE(samePlaces(places(c), design));
+    EXPECT_TRUE(resizeConsole(c, 896, 641));
+    EXPECT_TRUE(samePlaces(places(c), design));
+    EXPECT_DOUBLE_EQ(c.ui.main.frmTarnDesk.rect.width, 896);
+    EXPECT_DOUBLE_EQ(c.playerBarWidth, 250);
+    EXPECT_FLOAT_EQ(c.formScale, 1.0f);
+    // Wider but not taller than the design, from a larger layout: the design layout too.
+    ASSERT_TRUE(resizeConsole(c, 1344, 962));
+    EXPECT_TRUE(resizeConsole(c, 1400, 600));
+    EXPECT_TRUE(samePlaces(places(c), design));
+    EXPECT_FALSE(resizeConsole(c, 896, 641));
+}
+
 TEST_F(SizeFormControlsTest, ALargerWindowScalesEveryControlByItsFactors) {
     Console& c = loaded();
     ASSERT_TRUE(resizeConsole(c, 1344, 961.5));
