@@ -117,9 +117,11 @@ TEST_F(PlayerStartTest, ASecondStartInTheSameCrossfadeStopsAtTheStaleHandle) {
     const audio::Handle a = load(1, pathA, 200);
     load(2, pathB, 200);
     c().activePlayer = 1;
+    engine.channel(a).mixer = c().mixerStream;  // player 1 on the air
     startNExt(c());
-    engine.remove(a);  // still fading in the mixer for the console, gone for the engine
+    ASSERT_EQ(engine.channel(a).mixer, c().mixerStream);  // still fading out in the mixer
     startNExt(c());
+    EXPECT_EQ(engine.errorGetCode(), audio::kErrorAlready);  // the add of a was refused
     EXPECT_EQ(c().activePlayer, 1);
     EXPECT_EQ(test::readFile(dir / "Played.log"), "Bob Brown - Beta,11/22/2026 10:00:00 AM\n");
     EXPECT_TRUE(appLogLines().empty()) << "a failed add is silent";

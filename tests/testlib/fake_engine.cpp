@@ -235,7 +235,17 @@ audio::Handle FakeEngine::mixerStreamCreate(std::uint32_t, std::uint32_t, std::u
 bool FakeEngine::mixerAddChannel(audio::Handle m, audio::Handle h, std::uint32_t flags) {
     calls.push_back("mixerAddChannel " + std::to_string(m) + " " + std::to_string(h) + " " +
                     std::to_string(flags));
-    return (find(m) && find(h)) || fail(false);
+    Channel* source = find(h);
+    if (!find(m) || !source) {
+        return fail(false);
+    }
+    if (source->mixer != 0) {
+        // Already in a mixer (a track still fading out): the engine refuses it.
+        lastError_ = audio::kErrorAlready;
+        return false;
+    }
+    source->mixer = m;
+    return true;
 }
 
 std::uint32_t FakeEngine::mixerChannelFlags(audio::Handle h, std::uint32_t flags,
@@ -247,7 +257,12 @@ std::uint32_t FakeEngine::mixerChannelFlags(audio::Handle h, std::uint32_t flags
 
 bool FakeEngine::mixerChannelRemove(audio::Handle h) {
     calls.push_back("mixerChannelRemove " + std::to_string(h));
-    return find(h) != nullptr || fail(false);
+    Channel* source = find(h);
+    if (!source) {
+        return fail(false);
+    }
+    source->mixer = 0;
+    return true;
 }
 
 bool FakeEngine::channelRemoveFX(audio::Handle h, audio::Handle fx) {

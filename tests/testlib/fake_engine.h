@@ -22,6 +22,7 @@ class FakeEngine final : public audio::Engine {
         std::uint32_t freq = 44100;
         std::uint32_t chans = 2;
         float volume = 1.0f;
+        audio::Handle mixer = 0;  // the mixer it plays in, as the engine refuses a second add
     };
 
     // A decoding stream of the given seconds at 44100 Hz stereo, 16-bit.
