@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "audio/mix_engine.h"
+#include "tests/testlib/temp_dir.h"
 
 namespace tw::test {
 
@@ -61,6 +62,17 @@ std::filesystem::path keptDemoLibrary(std::string& error) {
         return {};
     }
     return kept;
+}
+
+std::string makeScenarioStation(const std::filesystem::path& station) {
+    std::string error;
+    const std::filesystem::path library = keptDemoLibrary(error);
+    if (!error.empty()) {
+        return error;
+    }
+    copyStation(library, station);
+    writeFile(station / "appSettings.ini", "[ArtistSeperation]\r\nHours=0.5\r\n");
+    return {};
 }
 
 void copyStation(const std::filesystem::path& from, const std::filesystem::path& to) {

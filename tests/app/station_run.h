@@ -25,6 +25,10 @@ std::string makeDemoStation(const std::filesystem::path& dir, int categories, in
 // that looks finished. Empty with `error` set when it cannot be made.
 std::filesystem::path keptDemoLibrary(std::string& error);
 
+// A station folder `station` holding a copy of the kept library, with half an hour of artist
+// separation; empty, or what went wrong.
+std::string makeScenarioStation(const std::filesystem::path& station);
+
 // Copies every file and folder of `from` into `to`.
 void copyStation(const std::filesystem::path& from, const std::filesystem::path& to);
 

@@ -115,12 +115,8 @@ class StationScenario : public ::testing::Test {
         if (!TW_SCENARIO_ON_AIR) {
             GTEST_SKIP() << "the station scenarios are switched off (-DTW_SCENARIO_ON_AIR=OFF)";
         }
-        std::string error;
-        const fs::path library = test::keptDemoLibrary(error);
-        ASSERT_EQ(error, "");
         station_ = dir_ / "station";
-        test::copyStation(library, station_);
-        test::writeFile(station_ / "appSettings.ini", "[ArtistSeperation]\r\nHours=0.5\r\n");
+        ASSERT_EQ(test::makeScenarioStation(station_), "");
         run_ = std::make_unique<test::StationRun>(station_.string(), startDate());
         ASSERT_EQ(run_->exec("load"), "");
         // Demo.rot is the only rotation: row 0 of the rotation files.

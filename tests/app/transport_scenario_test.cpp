@@ -21,12 +21,8 @@ constexpr std::uint32_t kPaused = 0x40;
 class TransportScenario : public ::testing::Test {
   protected:
     void SetUp() override {
-        std::string error;
-        const fs::path library = test::keptDemoLibrary(error);
-        ASSERT_EQ(error, "");
         station_ = dir_ / "station";
-        test::copyStation(library, station_);
-        test::writeFile(station_ / "appSettings.ini", "[ArtistSeperation]\r\nHours=0.5\r\n");
+        ASSERT_EQ(test::makeScenarioStation(station_), "");
         run_ = std::make_unique<test::StationRun>(station_.string(),
                                                   core::dateSerial(2026, 3, 2) + 10.0 / 24);
         ASSERT_EQ(run_->exec("load"), "");

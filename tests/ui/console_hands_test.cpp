@@ -205,7 +205,7 @@ TEST_F(ConsoleHandsTest, PausePaintsTheButton) {
     EXPECT_EQ(pause.backColor, 0u);
 }
 
-TEST_F(ConsoleHandsTest, AResizeScalesTheControlsAndASmallerOneDoesNot) {
+TEST_F(ConsoleHandsTest, AResizeScalesTheControlsAndOneBackAtTheDesignHeightShowsTheDesign) {
     loadAndShow();
     const core::Rect design = c().form().cmdSkipNow.rect;
     window().resize(800, 600);  // held at the design by the window's minimum
@@ -222,8 +222,9 @@ TEST_F(ConsoleHandsTest, AResizeScalesTheControlsAndASmallerOneDoesNot) {
     const QColor c1 = grab().pixelColor(inside);
     EXPECT_GT(c1.blue(), c1.red() + 40) << "the skip button's blue";
 
-    window().resize(1000, 641);  // wider, not taller: no resize
-    EXPECT_DOUBLE_EQ(c().form().cmdSkipNow.rect.width, big.width);
+    window().resize(1000, 641);  // back at the design height: the design layout, not cut off
+    EXPECT_DOUBLE_EQ(c().form().cmdSkipNow.rect.width, design.width);
+    EXPECT_DOUBLE_EQ(c().form().cmdSkipNow.rect.left, design.left);
 }
 
 TEST_F(ConsoleHandsTest, ACategoryDraggedOntoTheRotationJoinsIt) {
