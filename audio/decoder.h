@@ -29,8 +29,10 @@ class Decoder {
     virtual bool seek(std::int64_t frame) = 0;
     // True once read() has returned everything there will ever be.
     virtual bool atEnd() const = 0;
-    // True while a network source waits for data.
-    virtual bool stalled() const { return false; }
+    // How long one read of a network source may wait for data. Zero where reads run under a lock
+    // that others need (the real-time engine); the offline engine, whose caller is its only
+    // consumer, lets them wait a little so that the network keeps pace with rendering.
+    virtual void setReadWait(int /*ms*/) {}
 };
 
 // A window on a file: the whole file when length is 0.

@@ -15,18 +15,29 @@ namespace {
 // growing the buffer without end.
 constexpr std::size_t kMaxBuffered = 1 << 20;
 
-int progressThunk(void* stop, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
-    return static_cast<std::stop_token*>(stop)->stop_requested() ? 1 : 0;
-}
+// How long the transfer thread sleeps in one wait for the socket before it looks at its stop
+// request again; a stop also wakes it at once.
+constexpr int kPollMs = 200;
 
 }  // namespace
 
 HttpFetcher::HttpFetcher(std::string url)
-    : url_(std::move(url)), thread_([this](std::stop_token stop) { run(stop); }) {}
+    : url_(std::move(url)),
+      multi_(curl_multi_init()),
+      thread_([this](std::stop_token stop) { run(stop); }) {}
 
 HttpFetcher::~HttpFetcher() {
+    // The owner never waits on the network: the transfer is woken out of its wait and ends at
+    // once, wherever it stands (connecting, waiting for bytes, or held by a full buffer).
     thread_.request_stop();
     cv_.notify_all();
+    if (multi_) {
+        curl_multi_wakeup(multi_);
+    }
+    thread_.join();
+    if (multi_) {
+        curl_multi_cleanup(multi_);
+    }
 }
 
 void HttpFetcher::run(std::stop_token stop) {
@@ -50,10 +61,18 @@ void HttpFetcher::run(std::stop_token stop) {
         curl_easy_setopt(curl, CURLOPT_WRITEDATA, this);
         curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &HttpFetcher::headerThunk);
         curl_easy_setopt(curl, CURLOPT_HEADERDATA, this);
-        curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
-        curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, progressThunk);
-        curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &stop);
-        curl_easy_perform(curl);
+        if (multi_ && curl_multi_add_handle(multi_, curl) == CURLM_OK) {
+            int running = 1;
+            while (running > 0 && !stop.stop_requested()) {
+                if (curl_multi_perform(multi_, &running) != CURLM_OK) {
+                    break;
+                }
+                if (running > 0) {
+                    curl_multi_poll(multi_, nullptr, 0, kPollMs, nullptr);
+                }
+            }
+            curl_multi_remove_handle(multi_, curl);
+        }
         curl_easy_cleanup(curl);
         curl_slist_free_all(headers);
         curl_slist_free_all(aliases);

@@ -3,7 +3,8 @@
 // metadata blocks taken out so that only audio bytes remain.
 //
 // Thread contract: the constructor, take() and the destructor may be called from any one thread at
-// a time (the decoder's owner); the transfer runs on the fetcher's own thread.
+// a time (the decoder's owner); the transfer runs on the fetcher's own thread. The destructor
+// returns within milliseconds whatever the network does.
 
 #include <condition_variable>
 #include <cstdint>
@@ -51,7 +52,7 @@ class HttpFetcher {
     std::string meta_;
     std::stop_token stop_;
 
-    std::stop_source stopper_;
+    void* const multi_;  // the transfer's libcurl multi handle, made before the thread starts
     std::jthread thread_;  // last: it starts after every member it uses exists
 };
 

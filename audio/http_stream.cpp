@@ -16,9 +16,8 @@ namespace tw::audio {
 
 namespace {
 
-// How long one read waits for the network before it reports "nothing yet": short, so that the
-// read-ahead worker gets on with the other streams.
-constexpr int kReadWaitMs = 20;
+// How long one step of the opening waits for the network.
+constexpr int kOpenWaitMs = 20;
 
 class HttpMp3Decoder final : public Decoder {
   public:
@@ -39,7 +38,7 @@ class HttpMp3Decoder final : public Decoder {
         const auto deadline =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
         while (std::chrono::steady_clock::now() < deadline) {
-            const bool more = feedFromNetwork(kReadWaitMs);
+            const bool more = feedFromNetwork(kOpenWaitMs);
             long rate = 0;
             int channels = 0, encoding = 0;
             if (mpg123_getformat(mh_, &rate, &channels, &encoding) == MPG123_OK && rate > 0 &&
@@ -61,7 +60,7 @@ class HttpMp3Decoder final : public Decoder {
     int channels() const override { return channels_; }
     std::int64_t lengthFrames() const override { return -1; }
     bool atEnd() const override { return ended_; }
-    bool stalled() const override { return stalled_; }
+    void setReadWait(int ms) override { readWaitMs_ = ms; }
     bool seek(std::int64_t) override { return false; }
 
     std::size_t read(std::int16_t* out, std::size_t frames) override {
@@ -78,14 +77,15 @@ class HttpMp3Decoder final : public Decoder {
                     break;
                 }
                 waited = true;
-                if (!feedFromNetwork(kReadWaitMs)) {
+                // In real time this never waits: the read runs under the stream's decode lock,
+                // which a console call may need; the read-ahead comes back on its next round.
+                if (!feedFromNetwork(readWaitMs_)) {
                     ended_ = true;
                 }
             } else if (rc != MPG123_OK && rc != MPG123_NEW_FORMAT) {
                 ended_ = true;
             }
         }
-        stalled_ = got == 0 && !ended_;
         return got;
     }
 
@@ -107,7 +107,7 @@ class HttpMp3Decoder final : public Decoder {
     int rate_ = 0;
     int channels_ = 0;
     bool ended_ = false;
-    bool stalled_ = false;
+    int readWaitMs_ = 0;
 };
 
 }  // namespace

@@ -170,9 +170,17 @@ void MixEngine::retire(std::shared_ptr<void> object, std::uint64_t seq) {
     }
 }
 
-void MixEngine::collectRetired() {
+std::vector<std::shared_ptr<void>> MixEngine::collectRetired() {
     const std::uint64_t done = core_.commandsDone();
-    std::erase_if(retired_, [done](const Retired& r) { return r.seq <= done; });
+    std::vector<std::shared_ptr<void>> expired;
+    std::erase_if(retired_, [&](Retired& r) {
+        if (r.seq > done) {
+            return false;
+        }
+        expired.push_back(std::move(r.object));
+        return true;
+    });
+    return expired;
 }
 
 std::shared_ptr<Source> MixEngine::sourceOf(Handle h) {
@@ -347,9 +355,14 @@ void MixEngine::fillAll(std::size_t frames) {
         std::lock_guard fillLock(fillMutex_);
         list = fillList_;
     }
+    // A few chunks at a time per lock, so that a console call on the same stream (a seek, a
+    // start) never waits behind a long decode.
+    constexpr std::size_t kChunksPerLock = 4;
     for (auto& s : list) {
-        std::lock_guard decodeLock(s->decodeMutex);
-        s->fill(frames);
+        for (bool more = true; more;) {
+            std::lock_guard decodeLock(s->decodeMutex);
+            more = s->fill(frames, kChunksPerLock);
+        }
     }
 }
 
@@ -363,10 +376,11 @@ void MixEngine::readAheadLoop(std::stop_token stop) {
 
 void MixEngine::eventLoop(std::stop_token stop) {
     while (!stop.stop_requested()) {
+        std::vector<std::shared_ptr<void>> expired;  // destroyed after the lock is let go
         {
             std::lock_guard lock(mutex_);
             processEvents();
-            collectRetired();
+            expired = collectRetired();
         }
         deliverSyncs();
         std::this_thread::sleep_for(kEventPoll);
@@ -385,9 +399,10 @@ bool MixEngine::render(std::size_t frames, float* out, float* bus) {
         fillAll(std::max(n, kStartFrames));
         core_.render(out ? out + off * kMixChannels : scratch_.data(), n,
                      bus ? bus + off * kMixChannels : nullptr);
+        std::vector<std::shared_ptr<void>> expired;
         std::lock_guard lock(mutex_);
         processEvents();
-        collectRetired();
+        expired = collectRetired();
     }
     deliverSyncs();
     return true;
@@ -402,10 +417,11 @@ void MixEngine::mixBlock(float* out, std::size_t frames) {
 }
 
 void MixEngine::finishBlock() {
+    std::vector<std::shared_ptr<void>> expired;
     {
         std::lock_guard lock(mutex_);
         processEvents();
-        collectRetired();
+        expired = collectRetired();
     }
     deliverSyncs();
 }

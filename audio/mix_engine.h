@@ -183,7 +183,9 @@ class MixEngine final : public Engine, private AudioProducer {
     bool isMixer(Handle h);
     std::uint64_t send(const Command& c);
     void retire(std::shared_ptr<void> object, std::uint64_t seq);
-    void collectRetired();
+    // Takes out what the audio thread can no longer touch. The caller lets the objects go after
+    // it has released mutex_: a stream's end may wait for its decoder's thread.
+    std::vector<std::shared_ptr<void>> collectRetired();
     void attach(const std::shared_ptr<Source>& s, Target target, bool paused);
     void detach(const std::shared_ptr<Source>& s);
     void freeStream(Handle h);

@@ -10,6 +10,7 @@ namespace tw::audio {
 namespace {
 
 constexpr int kUrlTimeoutMs = 3000;
+constexpr int kOfflineNetworkWaitMs = 20;
 constexpr std::uint32_t kSyncOneTime = 0x80000000;
 constexpr std::uint32_t kSyncMixTime = 0x40000000;
 
@@ -79,6 +80,9 @@ Handle MixEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::ui
     if (!decoder || !initialised_) {
         fail(decoder ? kErrorInit : error);
         return 0;
+    }
+    if (mode_ == EngineMode::Offline) {
+        decoder->setReadWait(kOfflineNetworkWaitMs);
     }
     return createStream(std::move(decoder), flags);
 }
@@ -198,11 +202,9 @@ std::int64_t MixEngine::channelGetPosition(Handle h) {
         fail(kErrorHandle);
         return 0;
     }
-    std::int64_t frame;
-    {
-        std::lock_guard decodeLock(s->decodeMutex);
-        frame = s->position();
-    }
+    // Under the API mutex alone: the ring is only replaced while it is held, and what the mixer
+    // took is an atomic count, so a decode in progress never delays the answer.
+    const std::int64_t frame = s->position();
     ok();
     return frame * bytesPerFrame(h);
 }

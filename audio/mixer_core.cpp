@@ -93,6 +93,7 @@ bool MixerCore::mixVoice(Voice& v, float* dst, std::size_t frames) {
     const bool complete = r.complete.load(std::memory_order_acquire);
     const std::size_t avail = r.samples.readable() / kMixChannels;
     const std::size_t take = std::min(avail, frames);
+    s.stalled.store(take < frames && !complete, std::memory_order_relaxed);
     r.samples.read(take_, take * kMixChannels);
     float pl = v.peakL, pr = v.peakR;
     if (s.gain.steady()) {

@@ -10,6 +10,9 @@ mpg123_handle* newMp3Handle() {
         return nullptr;
     }
     mpg123_param(mh, MPG123_ADD_FLAGS, MPG123_GAPLESS | MPG123_QUIET, 0.0);
+    // A damaged stretch of a file (a bad copy, a broken download) is passed over however long it
+    // is: the decoder looks for the next good frame instead of ending the track there.
+    mpg123_param(mh, MPG123_RESYNC_LIMIT, -1, 0.0);
     mpg123_format_none(mh);
     const long* rates = nullptr;
     size_t count = 0;

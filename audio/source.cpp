@@ -35,11 +35,11 @@ Source::~Source() {
 }
 
 std::shared_ptr<PlayRing> Source::restartAt(std::int64_t frame, std::size_t ringFrames) {
-    if (frame != decodePos) {
+    if (frame != decodePos.load(std::memory_order_relaxed)) {
         if (decoder->seek(frame)) {
-            decodePos = frame;
+            decodePos.store(frame, std::memory_order_relaxed);
         } else {
-            frame = decodePos;  // a stream address goes on from where it is
+            frame = decodePos.load(std::memory_order_relaxed);  // a stream address goes on
         }
     }
     if (resampler_) {
@@ -54,7 +54,7 @@ std::shared_ptr<PlayRing> Source::restartAt(std::int64_t frame, std::size_t ring
 
 std::int64_t Source::position() const {
     if (!ring) {
-        return decodePos;
+        return decodePos.load(std::memory_order_relaxed);
     }
     const std::int64_t taken = ring->taken.load(std::memory_order_acquire);
     std::int64_t frame = ring->baseFrame;
@@ -81,10 +81,11 @@ void Source::convert(const std::int16_t* in, std::size_t frames) {
     }
 }
 
-void Source::fill(std::size_t wantFrames) {
+bool Source::fill(std::size_t wantFrames, std::size_t maxChunks) {
     if (!ring) {
-        return;
+        return false;
     }
+    std::size_t chunks = 0;
     PlayRing& r = *ring;
     const std::size_t capacityFrames = r.samples.capacity() / kMixChannels;
     wantFrames = std::min(wantFrames, capacityFrames);
@@ -96,21 +97,24 @@ void Source::fill(std::size_t wantFrames) {
             r.samples.write(carry_.data() + carryPos_, n * kMixChannels);
             carryPos_ += n * kMixChannels;
             if (carryPos_ < carry_.size()) {
-                return;  // the ring is full
+                return false;  // the ring is full
             }
             carry_.clear();
             carryPos_ = 0;
         }
         if (r.complete.load(std::memory_order_relaxed)) {
-            return;
+            return false;
         }
         const std::size_t held = capacityFrames - r.samples.writable() / kMixChannels;
         if (held >= wantFrames) {
-            return;
+            return false;
+        }
+        if (maxChunks != 0 && chunks++ == maxChunks) {
+            return true;
         }
         if (flushed_) {
             r.complete.store(true, std::memory_order_release);
-            return;
+            return false;
         }
         if (decoder->atEnd()) {
             if (resampler_) {
@@ -127,13 +131,12 @@ void Source::fill(std::size_t wantFrames) {
             continue;
         }
         const std::size_t n = decoder->read(pcm_.data(), kChunkFrames);
-        decodePos += static_cast<std::int64_t>(n);
-        stalled.store(n == 0 && !decoder->atEnd() && decoder->stalled(), std::memory_order_relaxed);
+        decodePos.fetch_add(static_cast<std::int64_t>(n), std::memory_order_relaxed);
         if (n == 0) {
             if (decoder->atEnd()) {
                 continue;
             }
-            return;  // a network stream with nothing for now
+            return false;  // a network stream with nothing for now
         }
         convert(pcm_.data(), n);
         if (!resampler_) {

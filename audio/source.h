@@ -62,17 +62,19 @@ struct Source {
     // The ring being filled; null before the first start. Replaced only by the console thread,
     // holding the API mutex as well, so the console may read it under either.
     std::shared_ptr<PlayRing> ring;
-    std::int64_t decodePos = 0;  // the decoder's position in source frames
-    std::atomic<bool> stalled{false};
+    // The decoder's position in source frames; written under decodeMutex, read by the console
+    // without it (the position never waits for a decode in progress).
+    std::atomic<std::int64_t> decodePos{0};
 
     // Opens a fresh ring at `frame`, seeking the decoder there when it is elsewhere. Returns the
     // new ring (the old one is the caller's to retire). decodeMutex held.
     std::shared_ptr<PlayRing> restartAt(std::int64_t frame, std::size_t ringFrames);
     // Decodes into the current ring until it holds `wantFrames` mixer frames, the stream is
-    // complete, or the decoder has nothing for now. decodeMutex held.
-    void fill(std::size_t wantFrames);
+    // complete, or the decoder has nothing for now; decodes at most `maxChunks` chunks (0: no
+    // limit), so that the lock is never held long. True while there is more to do. decodeMutex held.
+    bool fill(std::size_t wantFrames, std::size_t maxChunks = 0);
     // Source frame that the position reports: what the mixer took from the current ring, or the
-    // decoder's position when the stream has never played. decodeMutex held.
+    // decoder's position when the stream has never played. The API mutex or decodeMutex held.
     std::int64_t position() const;
 
     // --- audio callback side: touched only by the command consumer ------------------------------
@@ -81,6 +83,8 @@ struct Source {
     bool cbPaused = false;
     std::uint32_t cbSerial = 0;
     std::atomic<std::uint32_t> level{0};  // packed peak of the latest block, read by any thread
+    // The latest block found the ring dry before the stream's end: playback waits for data.
+    std::atomic<bool> stalled{false};
 
   private:
     void convert(const std::int16_t* in, std::size_t frames);

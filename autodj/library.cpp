@@ -131,6 +131,9 @@ std::int32_t fillSongList(core::Console& c) {
         std::string path = c.AppFolder + c.activeDirectory + item.text;
         c.id3->filename(path);
         std::string title = c.id3->returnID3TitleOnly();
+        if (!c.id3->lastWriteError().empty()) {
+            core::logError(c, "Error writing the tag of " + path + ": " + c.id3->lastWriteError());
+        }
         tunedOut += core::cLngText(readHistory(c, title, kTunedOut, "0"));
         playCount += core::cLngText(readHistory(c, title, kPlayCount, "0"));
         files.push_back(std::move(path));

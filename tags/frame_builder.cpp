@@ -30,6 +30,21 @@ std::string digits(std::size_t value, int width) {
     return buf;
 }
 
+std::string escapeForUrl(const std::string& utf8) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char ch : utf8) {
+        if (ch < 0x80) {
+            out += static_cast<char>(ch);
+        } else {
+            out += '%';
+            out += kHex[ch >> 4];
+            out += kHex[ch & 0x0F];
+        }
+    }
+    return out;
+}
+
 }  // namespace
 
 std::string syncsafe4(std::uint64_t size) {
@@ -98,6 +113,10 @@ std::string buildFrame(std::string_view id, const std::string& value, std::uint8
     std::string payload;
     if (isPictureFrame(id)) {
         payload = std::string(1, static_cast<char>(pictureEncoding)) + value;
+    } else if (isUrlFrame(id)) {
+        // The leading 0 byte stays (the reader strips it); what Latin-1 cannot hold is written
+        // the way addresses carry it, as percent-escaped UTF-8.
+        payload = std::string(1, '\0') + (fitsLatin1(value) ? utf8ToLatin1(value) : escapeForUrl(value));
     } else if (fitsLatin1(value)) {
         payload =
             std::string(1, '\0') + (comment ? std::string("eng\0", 4) : "") + utf8ToLatin1(value);

@@ -38,6 +38,10 @@ extern const std::array<std::string_view, 5> lyricsFieldIds;
 inline bool isCommentFrame(std::string_view id) {
     return id == "COMM" || id == "COM" || id == "USLT" || id == "ULT";
 }
+// Link frames (WCOM, WOAR and their short forms) hold an address, which has no text encoding.
+inline bool isUrlFrame(std::string_view id) {
+    return !id.empty() && id[0] == 'W';
+}
 inline bool isPictureFrame(std::string_view id) {
     return id == "APIC" || id == "PIC";
 }

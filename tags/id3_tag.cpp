@@ -89,6 +89,7 @@ void clsID3::returnID3Tag(clsMp3TagData& theTag) const {
 }
 
 std::string clsID3::returnID3TitleOnly() {
+    lastWriteError_.clear();
     std::string result = Artist() + " - " + title();
     if (result != " - ") {
         return result;

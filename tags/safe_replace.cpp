@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -66,10 +67,129 @@ std::string trackAttributes(const std::string& path, struct stat& attributes) {
     return {};
 }
 
-std::string replaceFile(const std::string& path, const struct stat& old, const WriteHooks& hooks,
+namespace {
+
+// The hidden temporary name beside the track: "." + name + ".tw-tag-XXXXXX", with the name cut (on
+// a character boundary) so that the whole stays within the file system's limit for one name.
+std::string temporaryPattern(const std::string& folder, const std::string& name) {
+    constexpr std::size_t kSuffix = sizeof(".tw-tag-XXXXXX") - 1;
+    constexpr std::size_t kNameMax = 255;
+    std::string kept = name;
+    if (kept.size() + 1 + kSuffix > kNameMax) {
+        std::size_t cut = kNameMax - 1 - kSuffix;
+        while (cut > 0 && (static_cast<unsigned char>(kept[cut]) & 0xC0) == 0x80) {
+            --cut;  // never split a UTF-8 sequence
+        }
+        kept.resize(cut);
+    }
+    return folder + "." + kept + ".tw-tag-XXXXXX";
+}
+
+// Where the bytes of path really live: a symbolic link is followed to its target.
+std::string resolvedTrack(const std::string& path, std::string& error) {
+    struct stat link {};
+    if (::lstat(path.c_str(), &link) != 0 || !S_ISLNK(link.st_mode)) {
+        return path;
+    }
+    char* real = ::realpath(path.c_str(), nullptr);
+    if (real == nullptr) {
+        error = failure("following the track's link", errno);
+        return {};
+    }
+    std::string target(real);
+    std::free(real);
+    return target;
+}
+
+bool writeAll(int fd, const char* data, std::size_t size) {
+    while (size > 0) {
+        ssize_t n = ::write(fd, data, size);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            if (n == 0) {
+                errno = ENOSPC;
+            }
+            return false;
+        }
+        data += n;
+        size -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+// A track with other hard links keeps its inode: the complete, flushed image is copied into it.
+// The room is reserved first, so that a full disk fails before the first byte is overwritten; if
+// the copy still fails half way, the new image is kept beside the track and named in the reason.
+std::string copyImageInto(const std::string& temp, const std::string& path,
+                          const struct stat& old) {
+    int from = ::open(temp.c_str(), O_RDONLY | O_CLOEXEC);
+    if (from < 0) {
+        return failure("reading the new file", errno);
+    }
+    struct stat image {};
+    ::fstat(from, &image);
+    int to = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (to < 0) {
+        int err = errno;
+        ::close(from);
+        return failure("opening the track for writing", err);
+    }
+    auto fail = [&](const char* what, int err, bool touched) {
+        ::close(from);
+        ::close(to);
+        if (!touched) {
+            ::unlink(temp.c_str());
+            return failure(what, err);
+        }
+        return failure(what, err) + "; the complete new file is kept as " + temp;
+    };
+    if (image.st_size > old.st_size) {
+        if (int err = ::posix_fallocate(to, 0, image.st_size); err != 0 && err != EOPNOTSUPP &&
+                                                                err != EINVAL) {
+            return fail("making room in the track", err, false);
+        }
+    }
+    std::vector<char> block(1 << 16);
+    for (;;) {
+        ssize_t n = ::read(from, block.data(), block.size());
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n < 0) {
+            return fail("reading the new file", errno, true);
+        }
+        if (n == 0) {
+            break;
+        }
+        if (!writeAll(to, block.data(), static_cast<std::size_t>(n))) {
+            return fail("writing into the track", errno, true);
+        }
+    }
+    if (::ftruncate(to, image.st_size) != 0 || ::fsync(to) != 0) {
+        return fail("finishing the track", errno, true);
+    }
+    const struct timespec times[2] = {old.st_atim, old.st_mtim};
+    ::futimens(to, times);
+    ::close(from);
+    ::close(to);
+    ::unlink(temp.c_str());
+    return {};
+}
+
+}  // namespace
+
+std::string replaceFile(const std::string& givenPath, const struct stat& old,
+                        const WriteHooks& hooks,
                         const std::function<bool(ReplacementSink&)>& fill) {
+    std::string linkError;
+    const std::string path = resolvedTrack(givenPath, linkError);
+    if (path.empty()) {
+        return linkError;
+    }
     std::string folder = core::parsePath(path, 3);
-    std::string pattern = folder + "." + core::parsePath(path, 6) + ".tw-tag-XXXXXX";
+    std::string pattern = temporaryPattern(folder, core::parsePath(path, 6));
     std::vector<char> name(pattern.begin(), pattern.end());
     name.push_back('\0');
     if (int err = hook(hooks, WriteStep::CreateTemp)) {
@@ -111,9 +231,16 @@ std::string replaceFile(const std::string& path, const struct stat& old, const W
         ::unlink(temp.c_str());
         return failure("closing the new file", err);
     }
-    if (int err = hook(hooks, WriteStep::Rename);
-        err || ::rename(temp.c_str(), path.c_str()) != 0) {
-        err = err ? err : errno;
+    if (int err = hook(hooks, WriteStep::Rename)) {
+        ::unlink(temp.c_str());
+        return failure("replacing the track", err);
+    }
+    struct stat now {};
+    if (::stat(path.c_str(), &now) == 0 && now.st_nlink > 1) {
+        return copyImageInto(temp, path, old);
+    }
+    if (::rename(temp.c_str(), path.c_str()) != 0) {
+        int err = errno;
         ::unlink(temp.c_str());
         return failure("replacing the track", err);
     }

@@ -6,9 +6,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <condition_variable>
+#include <filesystem>
 #include <mutex>
 #include <thread>
 
@@ -23,8 +25,13 @@ class IcyServer {
   public:
     // With `holdAt` below the body's size, the server sends that many bytes of the answer and then
     // waits for release() before it sends the rest.
-    IcyServer(std::string body, std::size_t metaInterval, std::size_t holdAt = std::string::npos)
-        : body_(std::move(body)), metaInterval_(metaInterval), holdAt_(holdAt) {
+    // With `bytesPerSecond` set, the answer goes out at that pace, as a live station sends it.
+    IcyServer(std::string body, std::size_t metaInterval, std::size_t holdAt = std::string::npos,
+              std::size_t bytesPerSecond = 0)
+        : body_(std::move(body)),
+          metaInterval_(metaInterval),
+          holdAt_(holdAt),
+          bytesPerSecond_(bytesPerSecond) {
         listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in addr{};
         addr.sin_family = AF_INET;
@@ -83,6 +90,10 @@ class IcyServer {
             if (sent < holdAt_ && sent + chunk > holdAt_) {
                 chunk = holdAt_ - sent;
             }
+            if (bytesPerSecond_ > 0) {
+                chunk = std::min(chunk, bytesPerSecond_ / 20);
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            }
             if (sent == holdAt_) {
                 std::unique_lock lock(mutex_);
                 cv_.wait(lock, [&] { return released_; });
@@ -99,6 +110,7 @@ class IcyServer {
     std::string body_;
     std::size_t metaInterval_;
     std::size_t holdAt_;
+    std::size_t bytesPerSecond_;
     std::mutex mutex_;
     std::condition_variable cv_;
     bool released_ = false;
@@ -181,6 +193,117 @@ TEST_F(OfflineEngineTest, AudioStreamWaitingForDataReadsAsStalled) {
     EXPECT_EQ(engine.channelIsActive(h), kStopped);
     EXPECT_GT(engine.channelGetPosition(h), stalledAt + 44100 * 4);
     EXPECT_GT(rms(out, 0, 4410, 44100), 0.3);  // it goes on once the data comes
+}
+
+std::string toneMp3(const std::filesystem::path& dir, std::size_t seconds) {
+    writeWav(dir / "tone.wav", sine(44100, 2, 997.0, 0.5, 44100 * seconds));
+    encodeMp3(dir / "tone.wav", dir / "tone.mp3", "-b 128");
+    return tw::test::readFile(dir / "tone.mp3");
+}
+
+template <typename F>
+std::chrono::milliseconds timed(F&& call) {
+    const auto start = std::chrono::steady_clock::now();
+    call();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() -
+                                                                 start);
+}
+
+TEST(AudioStreamDeviceTest, AHealthyLiveStreamReadsAsPlayingAndNeverAsStalled) {
+    tw::test::TempDir dir;
+    const std::string mp3 = toneMp3(dir.path(), 6);
+    IcyServer server(mp3, 4000, std::string::npos, 16000 * 5 / 4);  // a little ahead of real time
+    MixEngine engine{EngineMode::SilentDevice};
+    ASSERT_TRUE(engine.init(-1, 44100, 0));
+    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
+    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the usual buffering
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    int playing = 0, other = 0;
+    std::int64_t last = -1;
+    bool advancing = true;
+    for (int i = 0; i < 60; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(25));
+        (engine.channelIsActive(h) == kPlaying ? playing : other)++;
+        const std::int64_t pos = engine.channelGetPosition(h);
+        advancing = advancing && pos >= last;
+        last = pos;
+    }
+    EXPECT_EQ(other, 0) << playing << " answers were 1";
+    EXPECT_TRUE(advancing);
+    EXPECT_GT(last, 44100 * 4);  // more than a second has played
+    EXPECT_TRUE(engine.streamFree(h));
+    EXPECT_TRUE(engine.free());
+}
+
+TEST(AudioStreamDeviceTest, FreeingAStalledStreamAddressNeverHoldsTheConsole) {
+    tw::test::TempDir dir;
+    const std::string mp3 = toneMp3(dir.path(), 3);
+    IcyServer server(mp3, 4000, mp3.size() / 3);  // about a second, then the network stalls
+    MixEngine engine{EngineMode::SilentDevice};
+    ASSERT_TRUE(engine.init(-1, 44100, 0));
+    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
+    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (engine.channelIsActive(h) != kStalled && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ASSERT_EQ(engine.channelIsActive(h), kStalled);
+    // The free, and every call after it while the stream is taken down, answer at once (the
+    // transfer waiting on the dead socket is woken, never waited for under the engine's lock).
+    auto slowest = timed([&] { EXPECT_TRUE(engine.streamFree(h)); });
+    for (int i = 0; i < 100; ++i) {
+        slowest = std::max(slowest, timed([&] { engine.channelGetPosition(mixer); }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_LT(slowest.count(), 250);
+    EXPECT_EQ(engine.channelIsActive(h), kStopped);
+    EXPECT_TRUE(engine.free());
+}
+
+TEST_F(OfflineEngineTest, ADamagedStretchInAnMp3IsPassedOverAndTheTrackPlaysOn) {
+    const std::string good = toneMp3(dir.path(), 6);
+    std::string damaged = good;
+    std::uint32_t noise = 12345;
+    const std::size_t at = damaged.size() * 2 / 5;
+    for (std::size_t i = at; i < at + 20000; ++i) {
+        noise = noise * 1103515245u + 12345u;
+        damaged[i] = static_cast<char>(noise >> 24);
+    }
+    tw::test::writeFile(dir / "damaged.mp3", damaged);
+    const Handle h = engine.streamCreateFile((dir / "damaged.mp3").string(), 0, 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    const auto out = render(44100 * 5);
+    // 20 kB at 128 kbit/s is about 1.25 s: the second before the damage and the second after it
+    // both carry the tone, and the end comes only once the rest of the file has played.
+    EXPECT_GT(rms(out, 0, 44100, 44100 * 2), 0.3);
+    EXPECT_GT(rms(out, 0, 44100 * 7 / 2, 44100 * 9 / 2), 0.3);
+    render(44100 * 2);
+    EXPECT_EQ(ends, 1);
+    EXPECT_GT(engine.channelGetPosition(h), 44100LL * 4 * 4);
+}
+
+TEST_F(OfflineEngineTest, ATrackDeletedWhileOnTheAirPlaysToItsEnd) {
+    toneMp3(dir.path(), 4);
+    const Handle h = engine.streamCreateFile((dir / "tone.mp3").string(), 0, 0, kStreamDecode);
+    ASSERT_NE(h, 0u);
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    render(44100);
+    ASSERT_TRUE(std::filesystem::remove(dir / "tone.mp3"));
+    const auto out = render(44100 * 2);
+    EXPECT_GT(rms(out, 0, 0, 44100 * 2), 0.3);
+    render(44100 * 2);
+    EXPECT_EQ(ends, 1);
 }
 
 }  // namespace

@@ -5,6 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
+#include "tags/id3_tag.h"
+
 #include <filesystem>
 
 #include "autodj/history.h"
@@ -182,6 +186,21 @@ TEST_F(LibraryTest, CounterThatIsNoNumberFailsTheCategoryClickWithItsLogLine) {
     setHistory("A - One", "PlayCount", "lots");
     autodj::lstPlaylists_Click(*console, 0);
     EXPECT_EQ(logTexts(), (std::vector<std::string>{"Error in Playlist:Type mismatch"}));
+}
+
+TEST_F(LibraryTest, AnUntaggedTrackWhoseNameCannotBeWrittenIsListedAndLogged) {
+    writeFile(dir / "Music/Rock/Band - Tune.mp3", std::string(4000, '\0'));
+    open();
+    console->id3->setWriteHooks({[](tags::WriteStep step) {
+        return step == tags::WriteStep::CreateTemp ? EACCES : 0;
+    }});
+    autodj::lstPlaylists_Click(*console, 0);
+    ASSERT_EQ(console->form().lstSongs.items.size(), 1u);
+    EXPECT_EQ(console->form().lstSongs.items[0].text, "Band - Tune");
+    ASSERT_EQ(logTexts().size(), 1u);
+    EXPECT_TRUE(logTexts()[0].starts_with("Error writing the tag of " + console->AppFolder))
+        << logTexts()[0];
+    EXPECT_NE(logTexts()[0].find("Permission denied"), std::string::npos) << logTexts()[0];
 }
 
 TEST_F(LibraryTest, OnTheRotationScreenAClickDoesNothing) {

@@ -71,6 +71,78 @@ TEST_F(WriterSafetyTest, SuccessKeepsModeAndTimes) {
     EXPECT_EQ(tag.title(), "New");
 }
 
+TEST_F(WriterSafetyTest, ATrackWithTheLongestNameTheFileSystemAllowsIsWritten) {
+    // 255 bytes, 2-byte letters included: the temporary name beside it is cut, never the track's.
+    std::string name;
+    while (name.size() < 240) {
+        name += "\xC3\xA9";  // é
+    }
+    name += std::string(255 - 4 - name.size(), 'x') + ".mp3";
+    ASSERT_EQ(name.size(), 255u);
+    const std::string track = (dir_ / name).string();
+    test::writeFile(track, original_);
+    clsID3 tag;
+    tag.filename(track);
+    tag.title("Long");
+    tag.UpdateID3Tags();
+    EXPECT_EQ(tag.lastWriteError(), "");
+    tag.filename(track);
+    EXPECT_EQ(tag.title(), "Long");
+    EXPECT_EQ(entries(), 2) << "no temporary file is left";
+}
+
+TEST_F(WriterSafetyTest, ATrackThatIsASymbolicLinkIsWrittenAtItsTarget) {
+    test::TempDir elsewhere;
+    const std::string link = (elsewhere / "linked.mp3").string();
+    ASSERT_EQ(::symlink(path().c_str(), link.c_str()), 0);
+    clsID3 tag;
+    tag.filename(link);
+    tag.title("Through the link");
+    tag.UpdateID3Tags();
+    EXPECT_EQ(tag.lastWriteError(), "");
+    struct stat st {};
+    ASSERT_EQ(::lstat(link.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISLNK(st.st_mode)) << "the link stays a link";
+    tag.filename(path());
+    EXPECT_EQ(tag.title(), "Through the link");
+    EXPECT_EQ(entries(), 1);
+}
+
+TEST_F(WriterSafetyTest, ATrackWithAnotherHardLinkKeepsIt) {
+    const std::string other = (dir_ / "other name.mp3").string();
+    ASSERT_EQ(::link(path().c_str(), other.c_str()), 0);
+    struct stat before {};
+    ASSERT_EQ(::stat(path().c_str(), &before), 0);
+    clsID3 tag;
+    tag.filename(path());
+    tag.title("Shared");
+    tag.UpdateID3Tags();
+    EXPECT_EQ(tag.lastWriteError(), "");
+    struct stat after {};
+    ASSERT_EQ(::stat(path().c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_nlink, 2u);
+    EXPECT_EQ(after.st_mtim.tv_sec, 1100000000);
+    EXPECT_EQ(after.st_mode & 07777, 0640u);
+    tag.filename(other);
+    EXPECT_EQ(tag.title(), "Shared");
+    EXPECT_NE(test::readFile(other).find(mpegFrames(120)), std::string::npos);
+    EXPECT_EQ(entries(), 2) << "no temporary file is left";
+}
+
+TEST_F(WriterSafetyTest, AHardLinkedTrackWhoseWriteFailsIsUntouched) {
+    const std::string other = (dir_ / "other.mp3").string();
+    ASSERT_EQ(::link(path().c_str(), other.c_str()), 0);
+    clsID3 tag;
+    tag.filename(path());
+    tag.title("New");
+    tag.setWriteHooks({[](WriteStep step) { return step == WriteStep::Rename ? EIO : 0; }});
+    tag.UpdateID3Tags();
+    EXPECT_NE(tag.lastWriteError(), "");
+    expectUntouched();
+    EXPECT_EQ(entries(), 2);
+}
+
 class WriterStepFailureTest : public WriterSafetyTest,
                               public ::testing::WithParamInterface<WriteStep> {};
 
