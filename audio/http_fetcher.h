@@ -52,7 +52,7 @@ class HttpFetcher {
     std::string meta_;
     std::stop_token stop_;
 
-    void* const multi_;  // the transfer's libcurl multi handle, made before the thread starts
+    void* const multi_;    // the transfer's libcurl multi handle, made before the thread starts
     std::jthread thread_;  // last: it starts after every member it uses exists
 };
 

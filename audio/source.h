@@ -71,7 +71,8 @@ struct Source {
     std::shared_ptr<PlayRing> restartAt(std::int64_t frame, std::size_t ringFrames);
     // Decodes into the current ring until it holds `wantFrames` mixer frames, the stream is
     // complete, or the decoder has nothing for now; decodes at most `maxChunks` chunks (0: no
-    // limit), so that the lock is never held long. True while there is more to do. decodeMutex held.
+    // limit), so that the lock is never held long. True while there is more to do. decodeMutex
+    // held.
     bool fill(std::size_t wantFrames, std::size_t maxChunks = 0);
     // Source frame that the position reports: what the mixer took from the current ring, or the
     // decoder's position when the stream has never played. The API mutex or decodeMutex held.

@@ -7,6 +7,7 @@
 #include "autodj/library.h"
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
+#include "autodj/track_details.h"
 #include "core/settings_store.h"
 #include "desk/console_layout.h"
 #include "playout/manual_transport.h"
@@ -16,6 +17,17 @@ namespace tw::desk {
 namespace {
 
 using PressAction = std::function<void(core::Console&, MouseButton, double x)>;
+
+// The track list screen. Opened while no category is chosen, it shows the first one's tracks
+// rather than an empty list.
+void openTrackList(core::Console& c) {
+    showPanel(c, 1);
+    auto& categories = c.form().lstPlaylists;
+    if (categories.listIndex < 0 && categories.listCount() > 0) {
+        categories.listIndex = 0;
+        autodj::lstPlaylists_Click(c, 0);
+    }
+}
 
 const std::map<std::string, PressAction, std::less<>>& pressActions() {
     static const std::map<std::string, PressAction, std::less<>> actions = {
@@ -57,12 +69,12 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
          }},
         {"cmdNewRotation",
          [](core::Console& c, MouseButton, double) { autodj::cmdNewRotation_Click(c); }},
-        {"cmdTrackList", [](core::Console& c, MouseButton, double) { showPanel(c, 1); }},
+        {"cmdTrackList", [](core::Console& c, MouseButton, double) { openTrackList(c); }},
         {"cmdRotationList", [](core::Console& c, MouseButton, double) { showPanel(c, 2); }},
         {"cmdPlaylistBuilder", [](core::Console& c, MouseButton, double) { showPanel(c, 3); }},
         {"cmdAddPlayList",
          [](core::Console& c, MouseButton, double) {
-             showPanel(c, 1);
+             openTrackList(c);
              autodj::createCatagory(c);
          }},
         {"cmdCalculate",
@@ -81,6 +93,8 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
         autodj::lstPlaylists_Click(c, row);
     } else if (row >= 0 && name == "lstPlaylist1") {
         autodj::lstPlaylist1_Click(c, row);
+    } else if (row >= 0 && name == "lstSongs") {
+        autodj::lstSongs_Click(c, row);
     }
 }
 
@@ -184,6 +198,17 @@ bool type(core::Console& c, std::string_view name, const std::string& text) {
     }
     core::EventScope event(*c.svc.settings);
     e->text = text;
+    return true;
+}
+
+bool enter(core::Console& c, std::string_view name) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (name == "txtSearch") {
+        autodj::cmdSearch_Click(c);
+    }
     return true;
 }
 

@@ -34,5 +34,7 @@ bool keyDown(core::Console& c, std::string_view name, std::string_view key);
 bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::string>& files);
 // Sets the text of a text box and runs its change action.
 bool type(core::Console& c, std::string_view name, const std::string& text);
+// The Return key in a text box: in the search box it runs the search.
+bool enter(core::Console& c, std::string_view name);
 
 }  // namespace tw::desk

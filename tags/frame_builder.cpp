@@ -116,7 +116,8 @@ std::string buildFrame(std::string_view id, const std::string& value, std::uint8
     } else if (isUrlFrame(id)) {
         // The leading 0 byte stays (the reader strips it); what Latin-1 cannot hold is written
         // the way addresses carry it, as percent-escaped UTF-8.
-        payload = std::string(1, '\0') + (fitsLatin1(value) ? utf8ToLatin1(value) : escapeForUrl(value));
+        payload =
+            std::string(1, '\0') + (fitsLatin1(value) ? utf8ToLatin1(value) : escapeForUrl(value));
     } else if (fitsLatin1(value)) {
         payload =
             std::string(1, '\0') + (comment ? std::string("eng\0", 4) : "") + utf8ToLatin1(value);

@@ -146,8 +146,8 @@ std::string copyImageInto(const std::string& temp, const std::string& path,
         return failure(what, err) + "; the complete new file is kept as " + temp;
     };
     if (image.st_size > old.st_size) {
-        if (int err = ::posix_fallocate(to, 0, image.st_size); err != 0 && err != EOPNOTSUPP &&
-                                                                err != EINVAL) {
+        if (int err = ::posix_fallocate(to, 0, image.st_size);
+            err != 0 && err != EOPNOTSUPP && err != EINVAL) {
             return fail("making room in the track", err, false);
         }
     }

@@ -34,7 +34,30 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     : QWidget(parent),
       console_(console),
       drag_(console),
-      openUrl_([](const QUrl& url) { QDesktopServices::openUrl(url); }) {
+      openUrl_([](const QUrl& url) { QDesktopServices::openUrl(url); }),
+      editor_(new QLineEdit(this)) {
+    editor_->hide();
+    editor_->setFrame(false);
+    QObject::connect(editor_, &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (editing_.empty()) {
+            return;
+        }
+        const std::string name = editing_;
+        desk::type(console_, name, text.toStdString());
+        afterAction("type", name);
+    });
+    QObject::connect(editor_, &QLineEdit::returnPressed, this, [this] {
+        const std::string name = editing_;
+        if (!name.empty()) {
+            desk::enter(console_, name);
+            afterAction("enter", name);
+        }
+    });
+    QObject::connect(editor_, &QLineEdit::editingFinished, this, [this] {
+        if (!editor_->hasFocus()) {
+            closeEditor();
+        }
+    });
     const QSize design(static_cast<int>(desk::kDesignWidth), static_cast<int>(desk::kDesignHeight));
     // The console never shrinks below its design.
     setMinimumSize(design);
@@ -154,6 +177,7 @@ void SurfaceWidget::paintEvent(QPaintEvent* event) {
 
 void SurfaceWidget::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
+    closeEditor();  // the box moves with the layout
     // Before the load there is no recorded design to scale; the load applies the size.
     if (!console_.loaded || console_.unloaded) {
         return;
@@ -190,6 +214,28 @@ void SurfaceWidget::afterAction(const std::string& action, const std::string& na
     repaintChanges();
 }
 
+void SurfaceWidget::openEditor(const core::Element& box) {
+    editing_ = box.name;
+    editor_->setFont(consoleFont(box.fontSize, box.fontBold));
+    editor_->setGeometry(QRectF(box.rect.left, box.rect.top, box.rect.width, box.rect.height)
+                             .toAlignedRect()
+                             .adjusted(1, 1, -1, -1));
+    editor_->setText(QString::fromStdString(box.text));
+    editor_->selectAll();  // typing replaces what stands there ("Type Search Here")
+    editor_->show();
+    editor_->setFocus(Qt::MouseFocusReason);
+}
+
+void SurfaceWidget::closeEditor() {
+    if (editing_.empty()) {
+        return;
+    }
+    editing_.clear();
+    editor_->hide();
+    setFocus(Qt::OtherFocusReason);
+    repaintChanges();
+}
+
 void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     desk::MouseButton button;
     if (event->button() == Qt::LeftButton) {
@@ -202,7 +248,14 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     }
     const QPointF at = event->position();
     const Target t = targetAt(at);
+    closeEditor();
     if (!t.element) {
+        return;
+    }
+    if (t.element->kind == core::ElementKind::TextBox && button == desk::MouseButton::Left &&
+        t.element->enabled) {
+        keyTarget_.clear();
+        openEditor(*t.element);
         return;
     }
     // The name is copied: the action may change the surface it came from.

@@ -6,6 +6,7 @@
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
+#include <QLineEdit>
 #include <QPointF>
 #include <QRect>
 #include <QRegion>
@@ -38,8 +39,8 @@ class SurfaceWidget final : public QWidget {
 
     // Told, after the console has run it, of every action the window hands to the console, by
     // kind ("press", "select", "drag", "release", "key" for Delete, "keyUp" with the key code as
-    // the name, "drop") and element. For diagnostics and the window's own tests; the console
-    // does not depend on it.
+    // the name, "drop", "type" for a change of a text box, "enter" for its Return key) and element.
+    // For diagnostics and the window's own tests; the console does not depend on it.
     using ActionObserver = std::function<void(const std::string& action, const std::string& name)>;
     void setActionObserver(ActionObserver observer) { observer_ = std::move(observer); }
 
@@ -76,12 +77,18 @@ class SurfaceWidget final : public QWidget {
     const core::Element* fileDropTarget(const QPointF& at);
     // Tells the observer, retitles the window and repaints what the action changed.
     void afterAction(const std::string& action, const std::string& name);
+    // A text box is edited in a line editor laid over it while it has the focus; each change
+    // goes to the console as the box's text at once. Closing it leaves the painted box.
+    void openEditor(const core::Element& box);
+    void closeEditor();
 
     core::Console& console_;
     ListDrag drag_;
     ActionObserver observer_;
     UrlOpener openUrl_;
     std::string keyTarget_;  // the list last clicked: the Delete key goes to it
+    QLineEdit* editor_;      // child of this widget, hidden while no text box is edited
+    std::string editing_;    // the text box under the editor
     QTimer repaint_;
     // The last look, in the order of the form's element list (a fixed order).
     std::vector<std::size_t> fingerprints_;

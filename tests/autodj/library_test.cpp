@@ -6,13 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-
-#include "tags/id3_tag.h"
-
 #include <filesystem>
 
 #include "autodj/history.h"
+#include "autodj/track_details.h"
 #include "desk/actions.h"
+#include "tags/id3_tag.h"
 #include "tests/autodj/station_fixture.h"
 #include "tests/tags/tag_test_util.h"
 
@@ -191,9 +190,8 @@ TEST_F(LibraryTest, CounterThatIsNoNumberFailsTheCategoryClickWithItsLogLine) {
 TEST_F(LibraryTest, AnUntaggedTrackWhoseNameCannotBeWrittenIsListedAndLogged) {
     writeFile(dir / "Music/Rock/Band - Tune.mp3", std::string(4000, '\0'));
     open();
-    console->id3->setWriteHooks({[](tags::WriteStep step) {
-        return step == tags::WriteStep::CreateTemp ? EACCES : 0;
-    }});
+    console->id3->setWriteHooks(
+        {[](tags::WriteStep step) { return step == tags::WriteStep::CreateTemp ? EACCES : 0; }});
     autodj::lstPlaylists_Click(*console, 0);
     ASSERT_EQ(console->form().lstSongs.items.size(), 1u);
     EXPECT_EQ(console->form().lstSongs.items[0].text, "Band - Tune");
@@ -201,6 +199,91 @@ TEST_F(LibraryTest, AnUntaggedTrackWhoseNameCannotBeWrittenIsListedAndLogged) {
     EXPECT_TRUE(logTexts()[0].starts_with("Error writing the tag of " + console->AppFolder))
         << logTexts()[0];
     EXPECT_NE(logTexts()[0].find("Permission denied"), std::string::npos) << logTexts()[0];
+}
+
+TEST_F(LibraryTest, TheTrackListOpenedWithNoCategoryChosenShowsTheFirstCategory) {
+    addTrack("Jazz", "j.mp3", "J", "Blue");
+    addTrack("Rock", "r.mp3", "R", "Loud");
+    open();
+    ASSERT_EQ(console->form().lstPlaylists.listIndex, -1);
+    desk::press(*console, "cmdTrackList", desk::MouseButton::Left, 0);
+    EXPECT_EQ(console->screenMode, 1);
+    EXPECT_EQ(console->form().lstPlaylists.listIndex, 0);
+    EXPECT_EQ(texts(console->form().lstSongs), (std::vector<std::string>{"J - Blue"}));
+    // A category chosen before is kept.
+    desk::select(*console, "lstPlaylists", 1);
+    desk::press(*console, "cmdRotationList", desk::MouseButton::Left, 0);
+    desk::press(*console, "cmdTrackList", desk::MouseButton::Left, 0);
+    EXPECT_EQ(texts(console->form().lstSongs), (std::vector<std::string>{"R - Loud"}));
+}
+
+TEST_F(LibraryTest, ASongChosenInTheTrackListShowsItsTagsAndItsHistory) {
+    writeFile(dir / "Music/Rock/t.mp3",
+              id3Tag(3, textFrame("TIT2", "Tune", 3) + textFrame("TPE1", "Band", 3) +
+                            textFrame("TALB", "Record", 3) + textFrame("TYER", "1999", 3) +
+                            textFrame("TCOM", "Writer", 3) +
+                            textFrame("TOWN", "twTag~0~0:03~~~1:10~3.5~0~0~70", 3)) +
+                  mpegFrames(4));
+    open();
+    desk::select(*console, "lstPlaylists", 0);
+    setHistory("Band - Tune", "PlayCount", "8");
+    setHistory("Band - Tune", "TunedOut", "1");
+    setHistory("Band - Tune", "LastPlayed", "11/20/2026 8:00:00 PM");
+    desk::select(*console, "lstSongs", 0);
+    const auto& m = console->form();
+    EXPECT_EQ(m.txtArtistName.text, "Band");
+    EXPECT_EQ(m.txtSongName.text, "Tune");
+    EXPECT_EQ(m.txtAlbum.text, "Record");
+    EXPECT_EQ(m.txtSongYear.text, "1999");
+    EXPECT_EQ(m.txtComposer.text, "Writer");
+    // 1 of 8 is 12.5 %: rounded half to even.
+    EXPECT_EQ(info(),
+              "Tune Outs:1 | Play Count:8 | TuneOut Percentage:12% | Last Played:11/20/2026 "
+              "8:00:00 PM");
+    EXPECT_EQ(m.txtSweeper.text, "0:03");
+    EXPECT_EQ(m.txtSweeper.hiddenValue, "3.5");
+    EXPECT_EQ(m.lblSweepStart.backColor, 0u);
+    EXPECT_EQ(m.txtNextStart.text, "1:10");
+    EXPECT_EQ(m.lblNextStart.backColor, 0u);
+    EXPECT_EQ(m.lblIntroUntil.backColor, 0xFFFFFFu);
+}
+
+TEST_F(LibraryTest, ASongWithNoHistoryShowsZeroesAndNoCuePoints) {
+    addTrack("Rock", "a.mp3", "A", "One");
+    open();
+    desk::select(*console, "lstPlaylists", 0);
+    console->form().txtSweeper.text = "old";
+    desk::select(*console, "lstSongs", 0);
+    EXPECT_TRUE(
+        info().starts_with("Tune Outs:0 | Play Count:0 | TuneOut Percentage:0% | Last Played:"))
+        << info();
+    EXPECT_EQ(console->form().txtSweeper.text, "");
+    EXPECT_EQ(console->form().lblSweepStart.backColor, 0xFFFFFFu);
+}
+
+TEST_F(LibraryTest,
+       SearchAfterAPickInAnotherCategoryListsDashRowsAsTheSongListReadsTheActiveDirectory) {
+    // fillSongList opens AppFolder + activeDirectory + name, and a pick points activeDirectory
+    // at the category it picked from: the shown category's names are then looked up in the
+    // other folder, where they do not exist.
+    addTrack("Jazz", "j1.mp3", "J", "One");
+    addTrack("Jazz", "j2.mp3", "J", "Two");
+    addTrack("Rock", "r.mp3", "R", "Loud");
+    open();
+    desk::select(*console, "lstPlaylists", categoryIndex("Jazz"));
+    autodj::lstPlaylist1_Click(*console, categoryIndex("Rock"));
+    console->form().txtSearch.text = "One";
+    autodj::cmdSearch_Click(*console);
+    EXPECT_EQ(texts(console->form().lstSongs), (std::vector<std::string>{" - ", " - "}));
+    EXPECT_FALSE(console->form().lstSongs.items[0].selected);
+    // Choosing the category again sets the folder back (and resets the search box).
+    desk::select(*console, "lstPlaylists", categoryIndex("Jazz"));
+    EXPECT_EQ(console->form().txtSearch.text, "Type Search Here");
+    console->form().txtSearch.text = "One";
+    autodj::cmdSearch_Click(*console);
+    EXPECT_EQ(texts(console->form().lstSongs), (std::vector<std::string>{"J - One", "J - Two"}));
+    EXPECT_TRUE(console->form().lstSongs.items[0].selected);
+    EXPECT_FALSE(console->form().lstSongs.items[1].selected);
 }
 
 TEST_F(LibraryTest, OnTheRotationScreenAClickDoesNothing) {

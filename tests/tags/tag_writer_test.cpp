@@ -389,7 +389,8 @@ TEST_F(TagWriterTest, ALinkFrameHasNoTextEncodingSoOtherLettersAreEscaped) {
     links.Add("http://caf\xC3\xA9.example/\xE2\x82\xAC", std::nullopt, std::nullopt, false);
     tag_.ArtistURL(links);
     const std::string bytes = update();
-    // é fits Latin-1 but € does not: the whole address is written as escaped UTF-8 behind the 0 byte.
+    // é fits Latin-1 but € does not: the whole address is written as escaped UTF-8 behind the 0
+    // byte.
     const std::string escaped = "http://caf%C3%A9.example/%E2%82%AC";
     EXPECT_NE(bytes.find(frame("WOAR", std::string(1, '\0') + escaped, 3)), std::string::npos);
     EXPECT_EQ(bytes.find("\xFF\xFE"), std::string::npos) << "no UTF-16 text in a link frame";

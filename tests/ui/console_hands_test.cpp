@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QImage>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -290,6 +291,37 @@ TEST_F(ConsoleHandsTest, AFileDroppedOnTheSongListIsCopiedIntoTheCategory) {
     QApplication::sendEvent(&window(), &elsewhere);
     EXPECT_FALSE(elsewhere.isAccepted());
     EXPECT_FALSE(fs::exists(dir / "Music" / category / "incoming.mp3"));
+}
+
+TEST_F(ConsoleHandsTest, TypingInTheSearchBoxShowsTheTextAndReturnMarksTheMatches) {
+    categories({"Jazz"});
+    for (const char* name : {"Alpha - One.mp3", "Beta - Two.mp3", "Alpha - Three.mp3"}) {
+        std::ofstream(dir / "Music/Jazz" / name) << std::string(2000, '\0');
+    }
+    loadAndShow();
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().cmdTrackList));
+    const Element& songs = c().form().lstSongs;
+    ASSERT_EQ(songs.listCount(), 3) << "the first category is shown at once";
+    const Element& box = c().form().txtSearch;
+    ASSERT_EQ(box.text, "Type Search Here");
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(box));
+    auto* editor = window().findChild<QLineEdit*>();
+    ASSERT_NE(editor, nullptr);
+    ASSERT_TRUE(editor->isVisible());
+    QTest::keyClicks(editor, "Alpha");
+    EXPECT_EQ(box.text, "Alpha") << "typing replaces the hint and reaches the console at once";
+    EXPECT_EQ(editor->text(), QString("Alpha"));
+    QTest::keyClick(editor, Qt::Key_Return);
+    int marked = 0;
+    for (const auto& item : songs.items) {
+        marked += item.selected && item.text.starts_with("Alpha");
+        EXPECT_EQ(item.selected, item.text.starts_with("Alpha")) << item.text;
+    }
+    EXPECT_EQ(marked, 2);
+    // A click elsewhere closes the editor; the box keeps and paints the text.
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().lblDateTime));
+    EXPECT_FALSE(editor->isVisible());
+    EXPECT_EQ(box.text, "Alpha");
 }
 
 TEST_F(ConsoleHandsTest, TheDeleteKeyOnTheCategoriesAsksAndDeletesTheCategory) {
