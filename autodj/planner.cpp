@@ -134,7 +134,9 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
             } else if (t.trackIsURL) {
                 song = t.trackPath;
                 songName = t.trackPath;
-                core::printOnButton(button, core::ImageRole::Gray, tag.Artist);
+                // A stream has no tag: the reader's artist is only the address copied into it,
+                // and the artist text of a stream's tag is blank.
+                core::printOnButton(button, core::ImageRole::Gray, std::string());
             } else {
                 // Neither a file nor an address: the player keeps what it had.
                 return;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "desk/console_layout.h"
 #include "ui/console_colors.h"
 #include "ui/visible_elements.h"
 
@@ -62,8 +63,10 @@ void paintBox(QPainter& p, const QRectF& r, const QColor& fill) {
 // The fills and printed texts of a picture or painted button, relative to its top left corner.
 // How a drawing made for an older size of its element is fitted to the present one: fills are
 // stretched by (sx, sy), printed lines moved by (dx, dy). One to one for a drawing of its size.
+// Printed lines may also grow by textScale about the element's centre (the window's growth).
 struct DrawingFit {
     double sx = 1, sy = 1, dx = 0, dy = 0;
+    double textScale = 1;
 };
 
 void paintDrawing(QPainter& p, const Element& e, const DrawingFit& fit = {}) {
@@ -77,17 +80,24 @@ void paintDrawing(QPainter& p, const Element& e, const DrawingFit& fit = {}) {
             paintImageRole(p, area, f.image);
         }
     }
+    const QPointF centre = r.center();
     for (const core::PrintedText& t : e.drawing.texts) {
-        const QFont font = consoleFont(t.fontSize, t.bold);
+        QFont font = consoleFont(t.fontSize, t.bold);
+        if (fit.textScale != 1) {
+            font.setPixelSize(
+                std::max(1, static_cast<int>(std::lround(font.pixelSize() * fit.textScale))));
+        }
         p.setFont(font);
         p.setPen(consoleColor(t.color));
         const double lineHeight = QFontMetricsF(font).height();
-        p.drawText(QRectF(r.left() + t.x + fit.dx, r.top() + t.y + fit.dy, 10000, lineHeight),
+        const QPointF at(r.left() + t.x + fit.dx, r.top() + t.y + fit.dy);
+        const QPointF scaled = centre + (at - centre) * fit.textScale;
+        p.drawText(QRectF(scaled.x(), scaled.y(), 10000, lineHeight),
                    Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, qs(t.text));
     }
 }
 
-void paintPictureButton(QPainter& p, const Element& e) {
+void paintPictureButton(QPainter& p, const Element& e, double textScale) {
     const QRectF r = rectOf(e);
     if (!e.drawing.empty()) {
         // A painted button is its role's picture stretched over it with its lines centred. One
@@ -103,6 +113,7 @@ void paintPictureButton(QPainter& p, const Element& e) {
                        (r.width() - base.width) / 2, (r.height() - base.height) / 2};
             }
         }
+        fit.textScale = textScale;
         paintDrawing(p, e, fit);
         return;
     }
@@ -372,7 +383,7 @@ int rowAt(const Element& e, double y) {
     return row < count ? row : -1;
 }
 
-void paintElement(QPainter& p, const Element& e) {
+void paintElement(QPainter& p, const Element& e, double textScale) {
     p.save();
     // Nothing an element draws leaves its own rect (captions that the centring rule places
     // outside it included), except a frame's caption, which sits on its top edge.
@@ -381,7 +392,7 @@ void paintElement(QPainter& p, const Element& e) {
     }
     switch (e.kind) {
         case ElementKind::PictureButton:
-            paintPictureButton(p, e);
+            paintPictureButton(p, e, textScale);
             break;
         case ElementKind::Button:
             paintButton(p, e);
@@ -424,6 +435,10 @@ void paintElement(QPainter& p, const Element& e) {
 void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area) {
     const Element& desk = form.frmTarnDesk;
     p.fillRect(QRectF(0, 0, desk.rect.width, desk.rect.height), consoleColor(desk.backColor));
+    // The bold captions printed on the buttons (always at the same size by the console) grow
+    // with the window, by the smaller of its two growths.
+    const double textScale = std::max(1.0, std::min(desk.rect.width / desk::kDesignWidth,
+                                                    desk.rect.height / desk::kDesignHeight));
     // Texts printed on the form (the message line) are on the form's own surface, so the
     // controls stand in front of them.
     p.save();
@@ -438,7 +453,7 @@ void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area) {
     for (const Element* e : drawnElements(form)) {
         // Frame captions stand a little above their frame.
         if (area.isNull() || rectOf(*e).adjusted(-8, -8, 8, 8).intersects(area)) {
-            paintElement(p, *e);
+            paintElement(p, *e, textScale);
         }
     }
 }

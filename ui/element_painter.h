@@ -18,7 +18,8 @@ QFont consoleFont(int points, bool bold);
 // One element at its rect: picture buttons from their drawing (or their role and captions when
 // nothing is drawn yet), labels, pictures with their fills and printed texts, lists, grids, text
 // and combo boxes, check and option buttons, sliders, frames as outlines, system buttons.
-void paintElement(QPainter& p, const core::Element& e);
+// textScale enlarges the captions printed on picture buttons (1 at the design size).
+void paintElement(QPainter& p, const core::Element& e, double textScale = 1);
 
 // The row of a list or grid painted at height y (window pixels, as the element's rect), or -1
 // for none there: the border, a grid's header, or below the last row.

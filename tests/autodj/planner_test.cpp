@@ -181,7 +181,7 @@ TEST_F(PlannerTest, AMissingFileInAPlaylistRowIsNotLoaded) {
     EXPECT_TRUE(logTexts().empty());
 }
 
-TEST_F(PlannerTest, AStreamAddressRowGoesOnThePlayerWithItsTagsArtist) {
+TEST_F(PlannerTest, AStreamAddressRowGoesOnThePlayerWithTheBlankArtistOfAStream) {
     c().listMode = -1;
     c().form().lstPlaylist.rows.push_back({});
     c().trackList[0].trackPath = "http://127.0.0.1:9/stream";
@@ -189,8 +189,11 @@ TEST_F(PlannerTest, AStreamAddressRowGoesOnThePlayerWithItsTagsArtist) {
     loadNextSong(c(), 0);
     EXPECT_EQ(c().nextSong1, "http://127.0.0.1:9/stream");
     EXPECT_EQ(c().nextSongName1, "http://127.0.0.1:9/stream");
-    EXPECT_EQ(c().form().lblplayer1.caption, c().id3->Artist());
+    EXPECT_EQ(c().form().lblplayer1.caption, "");
     EXPECT_EQ(c().form().lblplayer1.caption2, "");
+    for (const auto& line : c().form().lblplayer1.drawing.texts) {
+        EXPECT_EQ(line.text, "") << "nothing of the address is printed on the player";
+    }
     EXPECT_EQ(engine.count("streamCreateUrl http://127.0.0.1:9/stream"), 1);
 }
 

@@ -206,6 +206,34 @@ TEST_F(ConsoleHandsTest, PausePaintsTheButton) {
     EXPECT_EQ(pause.backColor, 0u);
 }
 
+// The width of the dark writing on an element, in window pixels (0 when there is none).
+int inkWidth(const QImage& image, const Element& e) {
+    const QRect r = area(e).adjusted(2, 2, -2, -2);
+    int first = -1, last = -1;
+    for (int x = r.left(); x <= r.right(); ++x) {
+        for (int y = r.top(); y <= r.bottom(); ++y) {
+            if (QColor(image.pixel(x, y)).lightness() < 60) {
+                first = first < 0 ? x : first;
+                last = x;
+                break;
+            }
+        }
+    }
+    return first < 0 ? 0 : last - first + 1;
+}
+
+TEST_F(ConsoleHandsTest, TheBoldCaptionsGrowWithTheWindow) {
+    loadAndShow();
+    const int design = inkWidth(grab(), c().form().cmdSkipNow);
+    ASSERT_GT(design, 20) << "NEXT is written on the skip button";
+    window().resize(1344, 962);
+    const int big = inkWidth(grab(), c().form().cmdSkipNow);
+    EXPECT_GT(big, design * 13 / 10);
+    EXPECT_LT(big, design * 17 / 10);
+    window().resize(896, 641);
+    EXPECT_EQ(inkWidth(grab(), c().form().cmdSkipNow), design);
+}
+
 TEST_F(ConsoleHandsTest, AResizeScalesTheControlsAndOneBackAtTheDesignHeightShowsTheDesign) {
     loadAndShow();
     const core::Rect design = c().form().cmdSkipNow.rect;
