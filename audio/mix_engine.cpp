@@ -284,6 +284,12 @@ void MixEngine::freeStream(Handle h) {
         send(c);
         mixer_ = 0;
         mixerRunning_ = false;
+        // Its encoders end with it: there is nothing more for them to send.
+        for (Handle e : encoders_.handles()) {
+            if (encoders_.get(e)->channel == h) {
+                stopEncoder(e);
+            }
+        }
     }
     queueSyncs(h, kSyncFree);
     for (Handle sync : syncs_.handles()) {

@@ -12,7 +12,9 @@
 // Offline there is neither audio thread nor workers: render() decodes, mixes and delivers the
 // syncs itself, so a test gets the same samples every time.
 //
-// Effects, recording, encoding and casting are declared and fail (0 / false / -1, error
+// Encoders run outside programs fed from the mix through taps the callback writes (never waits);
+// each encoder has its own feeder, pump and control threads (encoder_session.h), and ends on the
+// engine's reaper thread. Effects and recording are declared and fail (0 / false / -1, error
 // kErrorNotAvailable) with the usual handle rules: they come later.
 
 #include <atomic>
@@ -24,10 +26,12 @@
 #include <thread>
 #include <vector>
 
+#include "audio/encoder_session.h"
 #include "audio/engine.h"
 #include "audio/handle_table.h"
 #include "audio/mixer_core.h"
 #include "audio/output_device.h"
+#include "audio/reaper.h"
 #include "audio/source.h"
 #include "audio/spsc_ring.h"
 #include "audio/thread_errors.h"
@@ -121,7 +125,7 @@ class MixEngine final : public Engine, private AudioProducer {
     std::uint32_t mixerChannelFlags(Handle h, std::uint32_t flags, std::uint32_t mask) override;
     bool mixerChannelRemove(Handle h) override;
 
-    // --- effects, recording, encoding, casting: console thread only; not built yet, they fail ---
+    // --- effects and recording: console thread only; not built yet, they fail -----------------
     Handle channelSetFX(Handle h, std::uint32_t type, int priority) override;
     bool channelRemoveFX(Handle h, Handle fx) override;
     bool fxSetParameters(Handle fx, const ParamEq& p) override;
@@ -139,6 +143,9 @@ class MixEngine final : public Engine, private AudioProducer {
     Handle recordStart(std::uint32_t freq, std::uint32_t chans, std::uint32_t flags,
                        RecordProc proc) override;
 
+    // --- encoding and casting: console thread only ----------------------------------------------
+    // The mixer only: its mix before its volume, as 16-bit stereo PCM at 44100 Hz, from now on.
+    // 0 with kErrorFileOpen when the program cannot be started.
     Handle encodeStart(Handle channel, const std::string& commandLine,
                        std::uint32_t flags) override;
     bool encodeStop(Handle encoder) override;
@@ -148,6 +155,7 @@ class MixEngine final : public Engine, private AudioProducer {
                   const std::string& contentType, const std::string& name, const std::string& url,
                   const std::string& genre, const std::string& description,
                   const std::string& headers, std::uint32_t kbps, bool isPublic) override;
+    // Titles are sent and statistics fetched in the background; these return at once.
     bool castSetTitle(Handle encoder, const std::string& title, const std::string& url) override;
     std::string castGetStats(Handle encoder, int type, const std::string& password) override;
 
@@ -189,6 +197,8 @@ class MixEngine final : public Engine, private AudioProducer {
     void attach(const std::shared_ptr<Source>& s, Target target, bool paused);
     void detach(const std::shared_ptr<Source>& s);
     void freeStream(Handle h);
+    // Takes the encoder out of the mix and hands it to the reaper. mutex_ held.
+    void stopEncoder(Handle h);
     void queueSyncs(Handle channel, std::uint32_t type);
     void processEvents();
     Handle createStream(std::unique_ptr<Decoder> decoder, std::uint32_t flags);
@@ -208,12 +218,14 @@ class MixEngine final : public Engine, private AudioProducer {
 
     const EngineMode mode_;
     ThreadErrors errors_;
+    Reaper reaper_;  // encoders end on it: their programs and transfers may take a moment
 
     std::mutex mutex_;  // the API mutex: every table and console-side field below
     bool initialised_ = false;
     std::uint32_t updateMs_ = 25;
     HandleTable<Channel> channels_{HandleKind::Channel};
     HandleTable<Sync> syncs_{HandleKind::Sync};
+    HandleTable<EncoderSession> encoders_{HandleKind::Encoder};
     Handle mixer_ = 0;
     bool mixerRunning_ = false;
     std::uint64_t sent_ = 0;

@@ -1,4 +1,4 @@
-// Effects, recording, encoding and casting are not built yet. Each operation answers as it will on
+// Effects and recording are not built yet. Each operation answers as it will on
 // a handle it does not know: a channel the console names must still be live (kErrorHandle when it
 // is not), and otherwise the feature itself is missing (kErrorNotAvailable).
 
@@ -58,41 +58,6 @@ bool MixEngine::recordSetInput(int, std::uint32_t, float) {
 Handle MixEngine::recordStart(std::uint32_t, std::uint32_t, std::uint32_t, RecordProc) {
     fail(kErrorInit);
     return 0;
-}
-
-Handle MixEngine::encodeStart(Handle channel, const std::string&, std::uint32_t) {
-    std::lock_guard lock(mutex_);
-    fail(channels_.get(channel) ? kErrorNotAvailable : kErrorHandle);
-    return 0;
-}
-
-bool MixEngine::encodeStop(Handle) {
-    return fail(kErrorHandle);
-}
-
-int MixEngine::encodeIsActive(Handle) {
-    fail(kErrorHandle);
-    return kStopped;
-}
-
-std::uint64_t MixEngine::encodeGetCount(Handle, int) {
-    fail(kErrorHandle);
-    return 0;
-}
-
-bool MixEngine::castInit(Handle, const std::string&, const std::string&, const std::string&,
-                         const std::string&, const std::string&, const std::string&,
-                         const std::string&, const std::string&, std::uint32_t, bool) {
-    return fail(kErrorHandle);
-}
-
-bool MixEngine::castSetTitle(Handle, const std::string&, const std::string&) {
-    return fail(kErrorHandle);
-}
-
-std::string MixEngine::castGetStats(Handle, int, const std::string&) {
-    fail(kErrorHandle);
-    return {};
 }
 
 }  // namespace tw::audio

@@ -16,6 +16,7 @@ std::uint32_t packLevel(float left, float right) {
 
 void MixerCore::clear() {
     voiceCount_ = 0;
+    tapCount_ = 0;
     mixerRunning_ = false;
 }
 
@@ -68,6 +69,19 @@ void MixerCore::apply(const Command& c) {
             break;
         case Command::Type::RunMixer:
             mixerRunning_ = c.flag;
+            break;
+        case Command::Type::AddTap:
+            if (tapCount_ < kMaxTaps) {
+                taps_[tapCount_++] = c.tap;
+            }
+            break;
+        case Command::Type::RemoveTap:
+            for (std::size_t i = 0; i < tapCount_; ++i) {
+                if (taps_[i] == c.tap) {
+                    taps_[i] = taps_[--tapCount_];
+                    break;
+                }
+            }
             break;
     }
 }
@@ -164,12 +178,25 @@ void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
         mixerFrames_.store(
             mixerFrames_.load(std::memory_order_relaxed) + static_cast<std::int64_t>(frames),
             std::memory_order_relaxed);
+        feedTaps(frames);
     }
     if (bus) {
         std::memcpy(bus, mix_, samples * sizeof(float));
     }
     mixTarget(Target::Direct, card_, frames);
     std::memcpy(out, card_, samples * sizeof(float));
+}
+
+void MixerCore::feedTaps(std::size_t frames) {
+    if (tapCount_ == 0) {
+        return;
+    }
+    for (std::size_t i = 0; i < frames * kMixChannels; ++i) {
+        pcm_[i] = toPcm16(mix_[i]);
+    }
+    for (std::size_t t = 0; t < tapCount_; ++t) {
+        taps_[t]->offer(pcm_, frames);
+    }
 }
 
 void MixerCore::render(float* out, std::size_t frames, float* bus) {

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "audio/encoder_tap.h"
 #include "audio/engine.h"
 #include "audio/gain.h"
 #include "audio/source.h"
@@ -27,11 +28,14 @@ struct Command {
         SlideGain,  // gain slides to value over count frames
         SetPaused,  // source's pause flag is flag
         RunMixer,   // the mixer runs (flag) or stands
+        AddTap,     // tap receives the mix from now on
+        RemoveTap,  // tap receives nothing more
     };
     Type type = Type::Detach;
     Source* source = nullptr;
     PlayRing* ring = nullptr;
     Gain* gain = nullptr;
+    EncoderTap* tap = nullptr;
     float value = 0;
     std::int64_t count = 0;
     bool flag = false;
@@ -44,6 +48,7 @@ struct Event {
 };
 
 inline constexpr std::size_t kMaxVoices = 128;
+inline constexpr std::size_t kMaxTaps = 32;
 inline constexpr std::size_t kMaxBlockFrames = 1024;
 
 // Packs a peak pair the way channelGetLevel reports it: left low 16 bits, right high 16 bits.
@@ -88,6 +93,8 @@ class MixerCore {
     // Mixes every voice bound for `target` into dst, retiring those that ended.
     void mixTarget(Target target, float* dst, std::size_t frames);
     void renderChunk(float* out, float* bus, std::size_t frames);
+    // Hands the block of the mix (before the mixer's volume) to every encoder.
+    void feedTaps(std::size_t frames);
 
     SpscRing<Command>& commands_;
     SpscRing<Event>& events_;
@@ -99,6 +106,9 @@ class MixerCore {
     float mix_[kMaxBlockFrames * kMixChannels] = {};
     float card_[kMaxBlockFrames * kMixChannels] = {};
     float take_[kMaxBlockFrames * kMixChannels] = {};
+    EncoderTap* taps_[kMaxTaps] = {};
+    std::size_t tapCount_ = 0;
+    std::int16_t pcm_[kMaxBlockFrames * kMixChannels] = {};
     std::atomic<std::uint64_t> done_{0};
     std::atomic<std::uint32_t> mixerLevel_{0};
     std::atomic<std::int64_t> mixerFrames_{0};

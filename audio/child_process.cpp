@@ -1,0 +1,145 @@
+#include "audio/child_process.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+extern char** environ;
+
+namespace tw::audio {
+
+std::vector<std::string> splitCommandLine(const std::string& commandLine) {
+    std::vector<std::string> args;
+    std::string current;
+    bool quoted = false;
+    bool inArgument = false;
+    for (char ch : commandLine) {
+        if (ch == '"') {
+            quoted = !quoted;
+            inArgument = true;
+        } else if (ch == ' ' && !quoted) {
+            if (inArgument) {
+                args.push_back(current);
+                current.clear();
+                inArgument = false;
+            }
+        } else {
+            current += ch;
+            inArgument = true;
+        }
+    }
+    if (inArgument) {
+        args.push_back(current);
+    }
+    return args;
+}
+
+ChildProcess::~ChildProcess() {
+    stop();
+}
+
+bool ChildProcess::start(const std::vector<std::string>& argv, std::string& error) {
+    if (argv.empty()) {
+        error = "empty command line";
+        return false;
+    }
+    int in[2], out[2];
+    if (::pipe2(in, O_CLOEXEC) != 0) {
+        error = std::strerror(errno);
+        return false;
+    }
+    if (::pipe2(out, O_CLOEXEC) != 0) {
+        error = std::strerror(errno);
+        ::close(in[0]);
+        ::close(in[1]);
+        return false;
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, in[0], 0);
+    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    // The child starts with default signal handling and its own process group, so that a
+    // terminal's Ctrl+C reaches the console, which then ends its encoders in order.
+    sigset_t all;
+    sigfillset(&all);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    posix_spawnattr_setflags(
+        &attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
+    std::vector<char*> args;
+    for (const std::string& a : argv) {
+        args.push_back(const_cast<char*>(a.c_str()));
+    }
+    args.push_back(nullptr);
+    const int rc = ::posix_spawnp(&pid_, args[0], &actions, &attributes, args.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    ::close(in[0]);
+    ::close(out[1]);
+    if (rc != 0) {
+        error = argv[0] + ": " + std::strerror(rc);
+        ::close(in[1]);
+        ::close(out[0]);
+        pid_ = -1;
+        return false;
+    }
+    input_ = in[1];
+    output_ = out[0];
+    // Our ends never block: the threads that use them wait in poll() and look at their stop flag.
+    ::fcntl(input_, F_SETFL, ::fcntl(input_, F_GETFL) | O_NONBLOCK);
+    ::fcntl(output_, F_SETFL, ::fcntl(output_, F_GETFL) | O_NONBLOCK);
+    exited_ = false;
+    return true;
+}
+
+bool ChildProcess::running() {
+    if (pid_ <= 0 || exited_) {
+        return false;
+    }
+    int status = 0;
+    const pid_t r = ::waitpid(pid_, &status, WNOHANG);
+    if (r == pid_ || (r < 0 && errno == ECHILD)) {
+        exited_ = true;
+        return false;
+    }
+    return true;
+}
+
+void ChildProcess::stop() {
+    if (input_ >= 0) {
+        ::close(input_);
+        input_ = -1;
+    }
+    if (pid_ > 0) {
+        // A well-behaved encoder ends when its input does; one that does not is ended.
+        using namespace std::chrono_literals;
+        const auto deadline = std::chrono::steady_clock::now() + 300ms;
+        while (running() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(5ms);
+        }
+        if (running()) {
+            ::kill(pid_, SIGKILL);
+            ::waitpid(pid_, nullptr, 0);
+        }
+        pid_ = -1;
+    }
+    if (output_ >= 0) {
+        ::close(output_);
+        output_ = -1;
+    }
+}
+
+}  // namespace tw::audio

@@ -1,0 +1,312 @@
+#include "audio/encoder_session.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "audio/cast_socket.h"
+#include "audio/http_get.h"
+
+namespace tw::audio {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+constexpr std::size_t kTapFrames = 2 * 44100;  // two seconds of the mix wait for the program
+constexpr int kSendLimitMs = 5000;             // a server that takes nothing this long is gone
+constexpr int kHttpLimitMs = 2000;
+constexpr auto kStatsEvery = 5s;
+constexpr auto kStatsFresh = 15s;
+
+// A write into the program's input after it died must give EPIPE, not end the console.
+void ignoreBrokenPipesOnThisThread() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+bool waitFor(int fd, short events, const std::stop_token& stop) {
+    while (!stop.stop_requested()) {
+        pollfd p{fd, events, 0};
+        const int r = ::poll(&p, 1, 100);
+        if (r > 0) {
+            return true;
+        }
+        if (r < 0 && errno != EINTR) {
+            return false;
+        }
+    }
+    return false;
+}
+
+bool isShoutcast(const CastTarget& t) {
+    return t.protocol == CastProtocol::Shoutcast1 || t.protocol == CastProtocol::Shoutcast2;
+}
+
+std::string base(const CastTarget& t) {
+    return "http://" + t.host + ":" + std::to_string(t.port);
+}
+
+}  // namespace
+
+EncoderSession::EncoderSession(Handle ch, std::uint32_t f)
+    : channel(ch), flags(f), tap(std::make_shared<EncoderTap>(kTapFrames)) {}
+
+EncoderSession::~EncoderSession() {
+    requestStop();
+    for (std::jthread* t : {&feeder_, &pumper_, &controller_}) {
+        if (t->joinable()) {
+            t->join();
+        }
+    }
+    if (const int fd = socket_.exchange(-1); fd >= 0) {
+        ::close(fd);
+    }
+    program_.stop();
+}
+
+bool EncoderSession::start(const std::string& commandLine, std::string& error) {
+    if (!program_.start(splitCommandLine(commandLine), error)) {
+        return false;
+    }
+    programAlive_ = true;
+    feeder_ = std::jthread([this](std::stop_token s) { feed(s); });
+    pumper_ = std::jthread([this](std::stop_token s) { pump(s); });
+    controller_ = std::jthread([this](std::stop_token s) { control(s); });
+    return true;
+}
+
+void EncoderSession::requestStop() {
+    feeder_.request_stop();
+    pumper_.request_stop();
+    controller_.request_stop();
+    wake_.notify_all();
+}
+
+bool EncoderSession::connect(const std::string& server, const StationInfo& info, int timeoutMs) {
+    CastTarget target;
+    {
+        std::lock_guard lock(mutex_);
+        if (hasCast_ || !parseServerText(server, target)) {
+            return false;
+        }
+    }
+    const int fd = openSource(target, info, timeoutMs);
+    if (fd < 0) {
+        return false;
+    }
+    {
+        std::lock_guard lock(mutex_);
+        target_ = target;
+        info_ = info;
+        hasCast_ = true;
+    }
+    castBroken_ = false;
+    socket_ = fd;
+    wake_.notify_all();
+    return true;
+}
+
+void EncoderSession::setTitle(const std::string& title, const std::string& url) {
+    {
+        std::lock_guard lock(mutex_);
+        if (!hasCast_) {
+            return;
+        }
+        // Only the newest matters when the server is slow to take them.
+        while (titles_.size() >= 4) {
+            titles_.pop_front();
+        }
+        titles_.emplace_back(title, url);
+    }
+    wake_.notify_all();
+}
+
+std::string EncoderSession::stats(int type, const std::string& password) {
+    if (type < 0 || type > 1) {
+        return {};
+    }
+    std::lock_guard lock(mutex_);
+    if (!hasCast_ || !active()) {
+        return {};
+    }
+    StatsCache& cache = stats_[type];
+    if (!cache.wanted || cache.password != password) {
+        cache.wanted = true;
+        cache.password = password;
+        cache.text.clear();
+        statsAsked_ = true;
+        wake_.notify_all();
+        return {};
+    }
+    return Clock::now() - cache.fetched <= kStatsFresh ? cache.text : std::string();
+}
+
+bool EncoderSession::active() const {
+    return programAlive_.load() && !castBroken_.load();
+}
+
+std::uint64_t EncoderSession::count(int what) const {
+    switch (what) {
+        case 0:
+            return fed_.load();
+        case 1:
+            return encoded_.load();
+        default:
+            return sent_.load();
+    }
+}
+
+void EncoderSession::feed(std::stop_token stop) {
+    ignoreBrokenPipesOnThisThread();
+    std::vector<std::int16_t> block(4096 * kMixChannels);
+    while (!stop.stop_requested()) {
+        const std::size_t n = tap->samples.read(block.data(), block.size());
+        if (n == 0) {
+            std::this_thread::sleep_for(10ms);
+            continue;
+        }
+        const char* bytes = reinterpret_cast<const char*>(block.data());
+        std::size_t left = n * sizeof(std::int16_t);
+        while (left > 0) {
+            const ssize_t w = ::write(program_.input(), bytes, left);
+            if (w > 0) {
+                bytes += w;
+                left -= static_cast<std::size_t>(w);
+                fed_ += static_cast<std::uint64_t>(w);
+            } else if (w < 0 && (errno == EAGAIN || errno == EINTR)) {
+                if (!waitFor(program_.input(), POLLOUT, stop)) {
+                    return;
+                }
+            } else {
+                programAlive_ = false;  // the program has gone
+                return;
+            }
+        }
+    }
+}
+
+void EncoderSession::pump(std::stop_token stop) {
+    std::vector<char> buffer(16384);
+    while (waitFor(program_.output(), POLLIN, stop)) {
+        const ssize_t n = ::read(program_.output(), buffer.data(), buffer.size());
+        if (n < 0 && (errno == EAGAIN || errno == EINTR)) {
+            continue;
+        }
+        if (n <= 0) {
+            programAlive_ = false;  // its output ended: the program has ended
+            return;
+        }
+        encoded_ += static_cast<std::uint64_t>(n);
+        const int fd = socket_.load();
+        if (fd < 0) {
+            continue;
+        }
+        if (sendAll(fd, buffer.data(), static_cast<std::size_t>(n), kSendLimitMs)) {
+            sent_ += static_cast<std::uint64_t>(n);
+        } else if (int expected = fd; socket_.compare_exchange_strong(expected, -1)) {
+            ::close(fd);
+            castBroken_ = true;
+        }
+    }
+}
+
+void EncoderSession::control(std::stop_token stop) {
+    auto nextStats = Clock::now();
+    while (!stop.stop_requested()) {
+        std::pair<std::string, std::string> title;
+        bool haveTitle = false;
+        bool statsDue = false;
+        {
+            std::unique_lock lock(mutex_);
+            wake_.wait_for(lock, stop, 250ms, [&] { return !titles_.empty() || statsAsked_; });
+            if (!titles_.empty()) {
+                title = std::move(titles_.front());
+                titles_.pop_front();
+                haveTitle = true;
+            }
+            statsDue = hasCast_ && (statsAsked_ || Clock::now() >= nextStats);
+            statsAsked_ = false;
+        }
+        if (stop.stop_requested()) {
+            return;
+        }
+        if (haveTitle) {
+            sendTitle(title.first, title.second);
+        }
+        if (statsDue) {
+            fetchStats();
+            nextStats = Clock::now() + kStatsEvery;
+        }
+    }
+}
+
+void EncoderSession::fetchStats() {
+    CastTarget target;
+    std::string passwords[2];
+    bool wanted[2];
+    {
+        std::lock_guard lock(mutex_);
+        target = target_;
+        for (int t = 0; t < 2; ++t) {
+            wanted[t] = stats_[t].wanted;
+            passwords[t] = stats_[t].password;
+        }
+    }
+    for (int t = 0; t < 2; ++t) {
+        if (!wanted[t]) {
+            continue;
+        }
+        std::string url;
+        if (t == 0) {
+            url = base(target) + "/admin.cgi?mode=viewxml&pass=" + urlEncode(passwords[t]);
+            if (!target.sid.empty()) {
+                url += "&sid=" + urlEncode(target.sid);
+            }
+        } else {
+            url = base(target) + "/admin/stats";
+            if (!target.mount.empty()) {
+                url += "?mount=" + urlEncode(target.mount);
+            }
+        }
+        HttpAnswer answer = httpGet(url, "admin:" + passwords[t], kHttpLimitMs);
+        std::lock_guard lock(mutex_);
+        StatsCache& cache = stats_[t];
+        cache.fetched = Clock::now();
+        cache.text = answer.status == 200 ? std::move(answer.body) : std::string();
+    }
+}
+
+void EncoderSession::sendTitle(const std::string& title, const std::string& url) {
+    CastTarget target;
+    std::string password;
+    {
+        std::lock_guard lock(mutex_);
+        target = target_;
+        password = info_.password;
+    }
+    if (isShoutcast(target)) {
+        const bool v2 = target.protocol == CastProtocol::Shoutcast2;
+        std::string request =
+            base(target) + "/admin.cgi?pass=" + urlEncode(password) +
+            "&mode=updinfo&song=" + urlEncode(v2 ? asUtf8(title) : asLatin1(title)) +
+            "&url=" + urlEncode(url);
+        if (v2) {
+            request += "&sid=" + urlEncode(target.sid);
+        }
+        httpGet(request, "admin:" + password, kHttpLimitMs);
+        return;
+    }
+    httpGet(base(target) + "/admin/metadata?mount=" + urlEncode(target.mount) +
+                "&mode=updinfo&charset=UTF-8&song=" + urlEncode(asUtf8(title)),
+            "source:" + password, kHttpLimitMs);
+}
+
+}  // namespace tw::audio

@@ -1,0 +1,231 @@
+// Encoders on the mix and casts to servers on the loopback interface: a stand-in Shoutcast
+// server and Debian's icecast2, both started by the tests.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include "audio/mix_engine.h"
+#include "tests/audio/audio_fixtures.h"
+#include "tests/audio/cast_servers.h"
+
+namespace tw::audio::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kLame = "lame -r -s 44100 -b 128 -";
+
+bool eventually(const std::function<bool()>& check, std::chrono::milliseconds limit = 5000ms) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (check()) {
+            return true;
+        }
+        std::this_thread::sleep_for(20ms);
+    }
+    return check();
+}
+
+// MPEG-1 Layer III frame headers (as lame writes them at 44100 Hz) in the bytes.
+int mp3Frames(const std::string& bytes) {
+    int frames = 0;
+    for (std::size_t i = 0; i + 1 < bytes.size(); ++i) {
+        if (static_cast<unsigned char>(bytes[i]) == 0xFF &&
+            (static_cast<unsigned char>(bytes[i + 1]) & 0xFE) == 0xFA) {
+            ++frames;
+        }
+    }
+    return frames;
+}
+
+// The station on the timed silent device, a tone playing in its mixer.
+class CastTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(engine.init(-1, 44100, 0));
+        mixer = engine.mixerStreamCreate(44100, 2, 0);
+        ASSERT_TRUE(engine.channelPlay(mixer, false));
+        writeWav(dir / "tone.wav", sine(44100, 2, 440.0, 0.5, 44100 * 30));
+        const Handle tone =
+            engine.streamCreateFile((dir / "tone.wav").string(), 0, 0, kStreamDecode);
+        ASSERT_TRUE(engine.mixerAddChannel(mixer, tone, 0));
+    }
+    void TearDown() override { engine.free(); }
+
+    StationInfo station() {
+        return {"hackme",          "audio/mpeg",        "Tarn \"FM\"", "http://tarn.example",
+                "Jazz; $(rm) `x`", "Caf\xC3\xA9 radio", 128,           false};
+    }
+    bool castTo(Handle enc, const std::string& server, const std::string& password) {
+        const StationInfo s = station();
+        return engine.castInit(enc, server, password, s.contentType, s.name, s.url, s.genre,
+                               s.description, "", s.kbps, s.isPublic);
+    }
+
+    tw::test::TempDir dir;
+    MixEngine engine{EngineMode::SilentDevice};
+    Handle mixer = 0;
+};
+
+TEST_F(CastTest, AnEncoderIsFedTheMixInRealTimeAndGivesMp3) {
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead | kEncodeAutoFree);
+    ASSERT_NE(enc, 0u) << engine.errorGetCode();
+    EXPECT_EQ(engine.encodeIsActive(enc), kPlaying);
+    std::this_thread::sleep_for(1500ms);
+    const std::uint64_t fed = engine.encodeGetCount(enc, 0);
+    // About 1.5 s of 16-bit stereo at 44100 Hz (176400 bytes a second), give or take a block.
+    EXPECT_GT(fed, 176400u);
+    EXPECT_LT(fed, 176400u * 2);
+    EXPECT_TRUE(eventually([&] { return engine.encodeGetCount(enc, 1) > 10000; }));
+    EXPECT_EQ(engine.encodeGetCount(enc, 2), 0u) << "nothing is sent before a cast is set up";
+    EXPECT_TRUE(engine.encodeStop(enc));
+    EXPECT_EQ(engine.encodeIsActive(enc), kStopped);
+    EXPECT_FALSE(engine.encodeStop(enc)) << "the handle is gone";
+}
+
+TEST_F(CastTest, AProgramThatCannotStartGivesNoEncoder) {
+    EXPECT_EQ(engine.encodeStart(mixer, "no-such-encoder-program -", kEncodeNoHead), 0u);
+    EXPECT_EQ(engine.errorGetCode(), kErrorFileOpen);
+    EXPECT_EQ(engine.encodeStart(mixer, "", kEncodeNoHead), 0u);
+    EXPECT_EQ(engine.encodeStart(0, kLame, kEncodeNoHead), 0u);
+    EXPECT_EQ(engine.errorGetCode(), kErrorHandle);
+}
+
+TEST_F(CastTest, AnEncoderProgramThatDiesReadsAsInactive) {
+    // head takes a tenth of a second of the mix and ends, as a crashing encoder would.
+    const Handle enc = engine.encodeStart(mixer, "head -c 17640", kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    EXPECT_TRUE(eventually([&] { return engine.encodeIsActive(enc) == kStopped; }));
+    EXPECT_EQ(engine.castGetStats(enc, 0, "x"), "");
+    EXPECT_TRUE(engine.encodeStop(enc));
+}
+
+TEST_F(CastTest, AnEncoderThatFallsBehindDropsAudioAndNeverHoldsTheMix) {
+    // sleep reads nothing: the pipe fills, then the tap; the mix goes on all the same.
+    const Handle enc = engine.encodeStart(mixer, "sleep 30", kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    const std::int64_t before = engine.channelGetPosition(mixer);
+    std::this_thread::sleep_for(3500ms);
+    const double played =
+        engine.channelBytes2Seconds(mixer, engine.channelGetPosition(mixer) - before);
+    EXPECT_GT(played, 3.0);
+    EXPECT_LT(engine.encodeGetCount(enc, 0), 176400u * 2) << "the pipe took what it holds";
+    EXPECT_TRUE(engine.encodeStop(enc));
+}
+
+TEST_F(CastTest, ShoutcastSourceProtocolCarriesTheStreamTitlesAndStatistics) {
+    FakeShoutcast server("hackme",
+                         "<?xml version=\"1.0\"?><SHOUTCASTSERVER><CURRENTLISTENERS>17</"
+                         "CURRENTLISTENERS></SHOUTCASTSERVER>");
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead | kEncodeAutoFree);
+    ASSERT_NE(enc, 0u);
+    ASSERT_TRUE(castTo(enc, server.server(), "hackme"));
+    EXPECT_TRUE(eventually([&] { return mp3Frames(server.received()) > 20; }));
+    const std::string got = server.received();
+    EXPECT_NE(got.find("icy-name:Tarn \"FM\"\r\n"), std::string::npos);
+    EXPECT_NE(got.find("icy-genre:Jazz; $(rm) `x`\r\n"), std::string::npos) << "literally";
+    EXPECT_NE(got.find("icy-br:128\r\n"), std::string::npos);
+    EXPECT_GT(engine.encodeGetCount(enc, 2), 0u);
+    EXPECT_LE(engine.encodeGetCount(enc, 2), got.size());
+
+    EXPECT_EQ(engine.castGetStats(enc, 0, "hackme"), "") << "the first ask starts the fetching";
+    EXPECT_TRUE(eventually([&] {
+        return engine.castGetStats(enc, 0, "hackme").find("<CURRENTLISTENERS>17") !=
+               std::string::npos;
+    }));
+
+    ASSERT_TRUE(engine.castSetTitle(enc, "Caf\xC3\xA9 - Song & Co", "http://tarn.example"));
+    EXPECT_TRUE(eventually([&] {
+        for (const auto& r : server.requests()) {
+            if (r.find("mode=updinfo") != std::string::npos &&
+                r.find("song=Caf%E9%20-%20Song%20%26%20Co") != std::string::npos &&
+                r.find("pass=hackme") != std::string::npos) {
+                return true;
+            }
+        }
+        return false;
+    })) << "the title arrives in Latin-1, escaped";
+    EXPECT_EQ(engine.encodeIsActive(enc), kPlaying);
+
+    // The server drops the source: the encoder reads as inactive, and its statistics stop.
+    server.dropSource();
+    EXPECT_TRUE(eventually([&] { return engine.encodeIsActive(enc) == kStopped; }, 8000ms));
+    EXPECT_EQ(engine.castGetStats(enc, 0, "hackme"), "");
+}
+
+TEST_F(CastTest, AShoutcastServerRefusesAWrongPasswordAtOnce) {
+    FakeShoutcast server("right", "");
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(castTo(enc, server.server(), "wrong"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+    EXPECT_EQ(engine.encodeGetCount(enc, 2), 0u);
+}
+
+TEST_F(CastTest, AnUnreachableServerFailsWithinThreeSeconds) {
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    const int port = freePort();  // nothing listens there
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(castTo(enc, "127.0.0.1:" + std::to_string(port) + "/live", "x"));
+    EXPECT_FALSE(castTo(enc, "Enter Sever Path", "x"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 3500ms);
+}
+
+TEST_F(CastTest, IcecastTwoTakesTheStreamAListenerHearsItAndTheTitleAndStatisticsFollow) {
+    Icecast icecast(dir / "icecast", "hackme");
+    if (!icecast.ok()) {
+        GTEST_SKIP() << "icecast2 is not installed here (scripts/install-deps.sh installs it)";
+    }
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead | kEncodeAutoFree);
+    ASSERT_NE(enc, 0u);
+    const std::string server = "127.0.0.1:" + std::to_string(icecast.port()) + "/live";
+    ASSERT_TRUE(castTo(enc, server, "hackme")) << tw::test::readFile(dir / "icecast/error.log");
+    std::this_thread::sleep_for(500ms);
+    const std::string heard = listen(icecast.port(), "/live", 2000);
+    EXPECT_NE(heard.find("200 OK"), std::string::npos) << heard.substr(0, 200);
+    EXPECT_GT(mp3Frames(heard), 20);
+
+    // A UTF-8 title and a Latin-1 one (as an old tag gives it) both arrive as "Café": the
+    // server keeps an MP3 mount's titles in Latin-1 and writes é as &#xE9; in its XML.
+    for (const char* title : {"Caf\xC3\xA9 - Song", "Caf\xE9 - Old Song"}) {
+        ASSERT_TRUE(engine.castSetTitle(enc, title, ""));
+        engine.castGetStats(enc, 1, "hackme");
+        const std::string shown = std::string("<title>Caf&#xE9; - ") +
+                                  (title[4] == ' ' ? "Old Song" : "Song") + "</title>";
+        EXPECT_TRUE(eventually(
+            [&] { return engine.castGetStats(enc, 1, "hackme").find(shown) != std::string::npos; },
+            12000ms))
+            << engine.castGetStats(enc, 1, "hackme");
+    }
+    const std::string stats = engine.castGetStats(enc, 1, "hackme");
+    EXPECT_NE(stats.find("<listeners>"), std::string::npos);
+    EXPECT_NE(stats.find("<server_description>Caf&#xE9; radio</server_description>"),
+              std::string::npos);
+    EXPECT_NE(stats.find("<genre>Jazz; $(rm) `x`</genre>"), std::string::npos) << "literally";
+
+    // The server goes away: the encoder reads as inactive; a new encoder connects once it is back.
+    icecast.stop();
+    EXPECT_TRUE(eventually([&] { return engine.encodeIsActive(enc) == kStopped; }, 8000ms));
+    ASSERT_TRUE(icecast.restart());
+    EXPECT_TRUE(engine.encodeStop(enc));
+    const Handle again = engine.encodeStart(mixer, kLame, kEncodeNoHead | kEncodeAutoFree);
+    EXPECT_TRUE(castTo(again, server, "hackme"));
+    EXPECT_EQ(engine.encodeIsActive(again), kPlaying);
+}
+
+TEST_F(CastTest, IcecastRefusesAWrongPassword) {
+    Icecast icecast(dir / "icecast", "hackme");
+    if (!icecast.ok()) {
+        GTEST_SKIP() << "icecast2 is not installed here (scripts/install-deps.sh installs it)";
+    }
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    EXPECT_FALSE(castTo(enc, "127.0.0.1:" + std::to_string(icecast.port()) + "/live", "nope"));
+}
+
+}  // namespace
+}  // namespace tw::audio::test
