@@ -72,6 +72,35 @@ void sendText(int fd, const std::string& text) {
     ::send(fd, text.data(), text.size(), MSG_NOSIGNAL);
 }
 
+// Appends what arrives within pollMs; false once the peer has closed.
+bool receiveSome(int fd, std::string& into, int pollMs) {
+    pollfd p{fd, POLLIN, 0};
+    if (::poll(&p, 1, pollMs) != 1) {
+        return true;
+    }
+    char buf[8192];
+    const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
+    if (n <= 0) {
+        return false;
+    }
+    into.append(buf, static_cast<std::size_t>(n));
+    return true;
+}
+
+// A connected socket to 127.0.0.1:port, or -1.
+int connectLoopback(int port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    addr.sin_port = htons(static_cast<std::uint16_t>(port));
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
 }  // namespace
 
 int freePort(bool pair) {
@@ -147,18 +176,12 @@ void FakeShoutcast::serveSource() {
         }
         sendText(fd, "OK2\r\nicy-caps:11\r\n\r\n");
         sourceClient_ = fd;
-        char buf[8192];
-        while (!stop_) {
-            pollfd p{fd, POLLIN, 0};
-            if (::poll(&p, 1, 50) != 1) {
-                continue;
-            }
-            const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
-            if (n <= 0) {
-                break;
-            }
+        std::string got;
+        for (bool open = true; open && !stop_;) {
+            open = receiveSome(fd, got, 50);
             std::lock_guard lock(mutex_);
-            received_.append(buf, static_cast<std::size_t>(n));
+            received_ += got;
+            got.clear();
         }
         sourceClient_ = -1;
         ::close(fd);
@@ -251,13 +274,11 @@ bool Icecast::launch() {
     // Up when it takes a connection.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (std::chrono::steady_clock::now() < deadline) {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = htons(static_cast<std::uint16_t>(port_));
-        const bool up = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
-        ::close(fd);
+        const int fd = connectLoopback(port_);
+        const bool up = fd >= 0;
+        if (up) {
+            ::close(fd);
+        }
         // It listens before it gives itself away and opens its logs: up is still running then.
         if (up) {
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -274,27 +295,14 @@ bool Icecast::launch() {
 }
 
 std::string listen(int port, const std::string& path, int ms) {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(static_cast<std::uint16_t>(port));
     std::string got;
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0) {
-        sendText(fd, "GET " + path + " HTTP/1.0\r\nUser-Agent: listener\r\n\r\n");
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
-        char buf[8192];
-        while (std::chrono::steady_clock::now() < deadline) {
-            pollfd p{fd, POLLIN, 0};
-            if (::poll(&p, 1, 20) != 1) {
-                continue;
-            }
-            const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
-            if (n <= 0) {
-                break;
-            }
-            got.append(buf, static_cast<std::size_t>(n));
-        }
+    const int fd = connectLoopback(port);
+    if (fd < 0) {
+        return got;
+    }
+    sendText(fd, "GET " + path + " HTTP/1.0\r\nUser-Agent: listener\r\n\r\n");
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+    while (std::chrono::steady_clock::now() < deadline && receiveSome(fd, got, 20)) {
     }
     ::close(fd);
     return got;

@@ -201,6 +201,18 @@ std::string toneMp3(const std::filesystem::path& dir, std::size_t seconds) {
     return tw::test::readFile(dir / "tone.mp3");
 }
 
+// An engine on the timed silent device with its mixer playing.
+struct DeviceStation {
+    DeviceStation() {
+        EXPECT_TRUE(engine.init(-1, 44100, 0));
+        mixer = engine.mixerStreamCreate(44100, 2, 0);
+        EXPECT_TRUE(engine.channelPlay(mixer, false));
+    }
+    ~DeviceStation() { engine.free(); }
+    MixEngine engine{EngineMode::SilentDevice};
+    Handle mixer = 0;
+};
+
 template <typename F>
 std::chrono::milliseconds timed(F&& call) {
     const auto start = std::chrono::steady_clock::now();
@@ -213,10 +225,9 @@ TEST(AudioStreamDeviceTest, AHealthyLiveStreamReadsAsPlayingAndNeverAsStalled) {
     tw::test::TempDir dir;
     const std::string mp3 = toneMp3(dir.path(), 6);
     IcyServer server(mp3, 4000, std::string::npos, 16000 * 5 / 4);  // a little ahead of real time
-    MixEngine engine{EngineMode::SilentDevice};
-    ASSERT_TRUE(engine.init(-1, 44100, 0));
-    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
-    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    DeviceStation station;
+    MixEngine& engine = station.engine;
+    const Handle mixer = station.mixer;
     const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
     ASSERT_NE(h, 0u) << engine.errorGetCode();
     std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the usual buffering
@@ -235,17 +246,15 @@ TEST(AudioStreamDeviceTest, AHealthyLiveStreamReadsAsPlayingAndNeverAsStalled) {
     EXPECT_TRUE(advancing);
     EXPECT_GT(last, 44100 * 4);  // more than a second has played
     EXPECT_TRUE(engine.streamFree(h));
-    EXPECT_TRUE(engine.free());
 }
 
 TEST(AudioStreamDeviceTest, FreeingAStalledStreamAddressNeverHoldsTheConsole) {
     tw::test::TempDir dir;
     const std::string mp3 = toneMp3(dir.path(), 3);
     IcyServer server(mp3, 4000, mp3.size() / 3);  // about a second, then the network stalls
-    MixEngine engine{EngineMode::SilentDevice};
-    ASSERT_TRUE(engine.init(-1, 44100, 0));
-    const Handle mixer = engine.mixerStreamCreate(44100, 2, 0);
-    ASSERT_TRUE(engine.channelPlay(mixer, false));
+    DeviceStation station;
+    MixEngine& engine = station.engine;
+    const Handle mixer = station.mixer;
     const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
     ASSERT_NE(h, 0u) << engine.errorGetCode();
     ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
@@ -263,7 +272,6 @@ TEST(AudioStreamDeviceTest, FreeingAStalledStreamAddressNeverHoldsTheConsole) {
     }
     EXPECT_LT(slowest.count(), 250);
     EXPECT_EQ(engine.channelIsActive(h), kStopped);
-    EXPECT_TRUE(engine.free());
 }
 
 TEST_F(OfflineEngineTest, ADamagedStretchInAnMp3IsPassedOverAndTheTrackPlaysOn) {
