@@ -29,6 +29,9 @@ class clsID3;
 namespace tw::autodj {
 struct LibraryState;
 }
+namespace tw::broadcast {
+struct CastState;
+}
 
 namespace tw::core {
 
@@ -154,6 +157,8 @@ class Console {
     std::shared_ptr<tags::clsID3> id3;
     // The per-category figures, the song list's paths and the picker's generator.
     std::shared_ptr<autodj::LibraryState> library;
+    // The encoder profiles, the cast session's connects and the listener figures' memory.
+    std::shared_ptr<broadcast::CastState> cast;
 
     // --- voice track recording -------------------------------------------------------------
     std::vector<std::uint8_t> recordBuffer;

@@ -9,6 +9,7 @@
 #include "autodj/rotations.h"
 #include "autodj/track_details.h"
 #include "core/settings_store.h"
+#include "desk/cast_actions.h"
 #include "desk/console_layout.h"
 #include "playout/manual_transport.h"
 
@@ -105,6 +106,9 @@ bool press(core::Console& c, std::string_view name, MouseButton button, double x
         return false;
     }
     core::EventScope event(*c.svc.settings);
+    if (button == MouseButton::Left && castPress(c, name)) {
+        return true;
+    }
     const auto& actions = pressActions();
     if (auto it = actions.find(name); it != actions.end()) {
         it->second(c, button, x);
@@ -132,7 +136,9 @@ bool select(core::Console& c, std::string_view name, int row) {
         }
         e->listIndex = row;
     }
-    afterSelect(c, name, row);
+    if (!castSelect(c, name, row)) {
+        afterSelect(c, name, row);
+    }
     return true;
 }
 
@@ -198,6 +204,16 @@ bool type(core::Console& c, std::string_view name, const std::string& text) {
     }
     core::EventScope event(*c.svc.settings);
     e->text = text;
+    castTyped(c, name);
+    return true;
+}
+
+bool doubleClick(core::Console& c, std::string_view name) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    castDoubleClick(c, name);
     return true;
 }
 

@@ -34,6 +34,8 @@ bool keyDown(core::Console& c, std::string_view name, std::string_view key);
 bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::string>& files);
 // Sets the text of a text box and runs its change action.
 bool type(core::Console& c, std::string_view name, const std::string& text);
+// A double click on an element (the peak figure's reset).
+bool doubleClick(core::Console& c, std::string_view name);
 // The Return key in a text box: in the search box it runs the search.
 bool enter(core::Console& c, std::string_view name);
 

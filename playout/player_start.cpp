@@ -5,7 +5,7 @@
 #include "autodj/history.h"
 #include "autodj/picker.h"
 #include "autodj/planner.h"
-#include "broadcast/cast_form.h"
+#include "broadcast/cast_session.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/text.h"
@@ -44,8 +44,6 @@ void startNExt(core::Console& c) {
         if (m.lstPlaylist.rows.empty() && m.lstRotation.rows.empty() && c.activePlayer == 0) {
             return;
         }
-        const std::string url =
-            core::readIni(c, c.appSettingsPath(), "Shoutcast", "URL", "Station URL");
         c.silenceTicks = 0;
         m.cmdPausePlay1.backColor = 0;
         m.cmdPausePlay2.backColor = 0;
@@ -91,12 +89,7 @@ void startNExt(core::Console& c) {
 
         // Jingles of 15 seconds or less leave the title on the air as it is.
         if (t.GetDuration(in) > 15.0f) {
-            for (int i = 0; i < core::kEncoderCount; ++i) {
-                if (broadcast::getEncoderEnabled(c, i)) {
-                    e.castSetTitle(c.encoderHandles[static_cast<std::size_t>(i)], c.currentTitle,
-                                   url);
-                }
-            }
+            broadcast::sendTitle(c, c.currentTitle);
         }
         core::printOnButton(incoming == 2 ? m.lblPlayer2 : m.lblplayer1, core::ImageRole::Blue,
                             tag.Artist, tag.songName);

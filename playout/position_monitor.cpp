@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <string>
 
+#include "broadcast/listeners.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/format.h"
@@ -105,6 +106,7 @@ void statisticsPass(core::Console& c) {
         // counts twice while a server is down.
         total += c.listenercount;
         c.form().lblListerners.caption = std::to_string(total);
+        broadcast::lblListerners_Change(c);
     }
     if (reconnect) {
         c.tickCalls->castStart();

@@ -1,6 +1,7 @@
 #include "station/console_assembly.h"
 
 #include "autodj/library_state.h"
+#include "broadcast/cast_state.h"
 #include "desk/console_layout.h"
 #include "station/tick_calls.h"
 #include "tags/id3_tag.h"
@@ -11,6 +12,7 @@ std::unique_ptr<core::Console> makeConsole(std::string appFolder, core::Services
     auto c = std::make_unique<core::Console>(std::move(appFolder), services);
     c->id3 = std::make_shared<tags::clsID3>();
     c->library = std::make_shared<autodj::LibraryState>();
+    c->cast = std::make_shared<broadcast::CastState>();
     c->tickCalls = makeConsoleTickCalls(*c);
     desk::applyDesignLayout(*c);
     return c;

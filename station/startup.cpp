@@ -7,6 +7,8 @@
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
 #include "autodj/schedule.h"
+#include "broadcast/cast_form.h"
+#include "broadcast/cast_state.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/text.h"
@@ -124,7 +126,11 @@ void Form_Load(core::Console& c) {
         c.recordStep = 200000;
         closeStatus(c);
         desk::showPanel(c, 2);
-        m.lblPeakListeners.caption = readIni(c, c.appSettingsPath(), "tarnWave", "lastPeak", "0");
+        m.lblPeakListeners.caption =
+            readIni(c, c.appSettingsPath(), "tarnWave", "lastPeak", " 0");
+        c.cast->peakShown = m.lblPeakListeners.caption;
+        // frmCast is loaded hidden, showing Encoder 1.
+        broadcast::loadCastForm(c);
 
         c.positionTimerId = c.svc.loop->startTimer(60, [&c] {
             EventScope event(*c.svc.settings);
@@ -183,6 +189,8 @@ void Form_Unload(core::Console& c) {
     c.recordBuffer.shrink_to_fit();
     c.recordLength = 0;
     c.engine().recordFree();
+    // Connects under way end within their time limit; their results are no longer applied.
+    c.cast->connects.reset();
     c.engine().free();
     if (c.positionTimerId != 0 && c.svc.loop) {
         c.svc.loop->stopTimer(c.positionTimerId);

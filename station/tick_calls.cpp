@@ -3,6 +3,7 @@
 #include "autodj/planner.h"
 #include "autodj/schedule.h"
 #include "broadcast/cast_form.h"
+#include "broadcast/cast_session.h"
 #include "liveassist/sweepers.h"
 #include "playout/player_start.h"
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "broadcast/cast_form.h"
 #include "core/console_ops.h"
 #include "tests/autodj/station_fixture.h"
 
@@ -22,6 +23,8 @@ class PlayerStartTest : public test::StationFixture {
         core::GridRow row;
         row.cells = {"", "Rock"};
         c.form().lstRotation.rows.push_back(row);
+        broadcast::loadEncoderDataFromIni(
+            c);  // the cast form's profiles, as the start-up reads them
     }
     Console& c() { return *console; }
     // Player n loaded with path, as the planner leaves it.
@@ -85,14 +88,18 @@ TEST_F(PlayerStartTest, ATrackOfExactlySixtySecondsIsNotFaded) {
     EXPECT_EQ(engine.count("channelSlideAttribute " + h(a)), 0);
 }
 
-TEST_F(PlayerStartTest, EveryEnabledEncoderGetsTheTitleWithTheFirstEncodersAddress) {
+TEST_F(PlayerStartTest, EveryEnabledEncoderGetsTheTitleWithItsOwnProfilesUrl) {
     test::writeFile(dir / "appSettings.ini",
-                    "[Shoutcast]\nURL=http://radio.example\n[Shoutcast4]\nEnabled=1\n");
+                    "[Shoutcast]\nURL=http://radio.example\n[Shoutcast4]\nEnabled=1\n"
+                    "URL=http://four.example\n[Shoutcast5]\nURL=http://off.example\n");
+    broadcast::loadEncoderDataFromIni(c());
     c().encoderHandles[4] = 77;
+    c().encoderHandles[5] = 78;
     load(1, pathA, 15.1);
     startNExt(c());
     EXPECT_EQ(engine.count("castSetTitle 0 Ann Arbor - Alpha http://radio.example"), 1);
-    EXPECT_EQ(engine.count("castSetTitle 77 Ann Arbor - Alpha http://radio.example"), 1);
+    EXPECT_EQ(engine.count("castSetTitle 77 Ann Arbor - Alpha http://four.example"), 1);
+    EXPECT_EQ(engine.count("castSetTitle 78"), 0) << "encoder 6 is not enabled";
 }
 
 TEST_F(PlayerStartTest, ATrackOfExactlyFifteenSecondsSendsNoTitleButIsRecorded) {

@@ -275,9 +275,69 @@ bool FakeEngine::recordFree() {
     return true;
 }
 
+audio::Handle FakeEngine::encodeStart(audio::Handle channel, const std::string& commandLine,
+                                      std::uint32_t flags) {
+    calls.push_back("encodeStart " + std::to_string(channel) + " " + commandLine + " " +
+                    std::to_string(flags));
+    if (!encodeStartOk || channel == 0) {
+        lastError_ = audio::kErrorFileOpen;
+        return 0;
+    }
+    std::lock_guard lock(castMutex);
+    const audio::Handle h = 0x40000000u + static_cast<audio::Handle>(encoders.size()) + 1;
+    encoders[h].commandLine = commandLine;
+    return h;
+}
+
 bool FakeEngine::encodeStop(audio::Handle encoder) {
     calls.push_back("encodeStop " + std::to_string(encoder));
+    std::lock_guard lock(castMutex);
+    if (auto it = encoders.find(encoder); it != encoders.end()) {
+        it->second.active = false;
+    }
     return encoder != 0 || fail(false);
+}
+
+int FakeEngine::encodeIsActive(audio::Handle encoder) {
+    std::lock_guard lock(castMutex);
+    auto it = encoders.find(encoder);
+    return it != encoders.end() && it->second.active ? audio::kPlaying : audio::kStopped;
+}
+
+std::uint64_t FakeEngine::encodeGetCount(audio::Handle encoder, int) {
+    std::lock_guard lock(castMutex);
+    auto it = encoders.find(encoder);
+    return it == encoders.end() ? 0 : it->second.castCount;
+}
+
+bool FakeEngine::castInit(audio::Handle encoder, const std::string& server,
+                          const std::string& password, const std::string& contentType,
+                          const std::string& name, const std::string& url, const std::string& genre,
+                          const std::string& description, const std::string&, std::uint32_t kbps,
+                          bool isPublic) {
+    {
+        std::lock_guard lock(castMutex);
+        castCalls.push_back("castInit " + std::to_string(encoder) + " " + server + " " + password +
+                            " " + contentType + " " + name + " " + url + " " + genre + " " +
+                            description + " " + std::to_string(kbps) + " " +
+                            (isPublic ? "public" : "private"));
+        auto it = encoders.find(encoder);
+        if (it == encoders.end()) {
+            return false;
+        }
+        it->second.server = server;
+    }
+    // Outside the lock: a test's answer may wait, as a dead server makes the engine wait.
+    return !castAnswer || castAnswer(server);
+}
+
+std::string FakeEngine::castGetStats(audio::Handle encoder, int type, const std::string&) {
+    std::lock_guard lock(castMutex);
+    auto it = encoders.find(encoder);
+    if (it == encoders.end() || type < 0 || type > 1 || !it->second.active) {
+        return {};
+    }
+    return it->second.stats[type];
 }
 
 }  // namespace tw::test

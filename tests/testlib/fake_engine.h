@@ -4,7 +4,9 @@
 // as stale handles do: stopped, length -1, position 0, failure.
 
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -104,23 +106,46 @@ class FakeEngine final : public audio::Engine {
         return fail(0);
     }
 
-    audio::Handle encodeStart(audio::Handle, const std::string&, std::uint32_t) override {
-        return fail(0);
+    // Encoders. The cast calls may come from the console's connect threads: the encoders and
+    // their records are guarded by castMutex; tests read them through the helpers below.
+    struct Encoder {
+        std::string commandLine;
+        bool active = true;
+        std::string server;  // what castInit was given
+        std::string stats[2];
+        std::uint64_t castCount = 0;
+    };
+    bool encodeStartOk = true;
+    // Decides castInit by the server text; accepts all when unset.
+    std::function<bool(const std::string& server)> castAnswer;
+    std::map<audio::Handle, Encoder> encoders;  // under castMutex
+    std::vector<std::string> castCalls;         // "castInit H server pw type name url genre
+                                                // description kbps public", under castMutex
+    mutable std::mutex castMutex;
+    std::vector<std::string> castCallsNow() const {
+        std::lock_guard lock(castMutex);
+        return castCalls;
     }
+    void setStats(audio::Handle h, int type, const std::string& text) {
+        std::lock_guard lock(castMutex);
+        encoders[h].stats[type] = text;
+    }
+
+    audio::Handle encodeStart(audio::Handle channel, const std::string& commandLine,
+                              std::uint32_t flags) override;
     bool encodeStop(audio::Handle encoder) override;
-    int encodeIsActive(audio::Handle) override { return 0; }
-    std::uint64_t encodeGetCount(audio::Handle, int) override { return 0; }
-    bool castInit(audio::Handle, const std::string&, const std::string&, const std::string&,
-                  const std::string&, const std::string&, const std::string&, const std::string&,
-                  const std::string&, std::uint32_t, bool) override {
-        return fail(false);
-    }
+    int encodeIsActive(audio::Handle encoder) override;
+    std::uint64_t encodeGetCount(audio::Handle encoder, int what) override;
+    bool castInit(audio::Handle encoder, const std::string& server, const std::string& password,
+                  const std::string& contentType, const std::string& name, const std::string& url,
+                  const std::string& genre, const std::string& description, const std::string&,
+                  std::uint32_t kbps, bool isPublic) override;
     bool castSetTitle(audio::Handle encoder, const std::string& title,
                       const std::string& url) override {
         calls.push_back("castSetTitle " + std::to_string(encoder) + " " + title + " " + url);
         return fail(false);
     }
-    std::string castGetStats(audio::Handle, int, const std::string&) override { return {}; }
+    std::string castGetStats(audio::Handle encoder, int type, const std::string&) override;
 
     audio::Handle mixer = 0;
 

@@ -1,0 +1,66 @@
+#pragma once
+// What the cast form and the cast session keep: the twelve encoder profiles as last read from
+// appSettings.ini, the profile on the form, the Live 365 byte counts, the last listener count, and
+// the connects under way.
+//
+// Thread contract: console thread only, but for the connect batches (connect_batch.h).
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "core/console.h"
+
+namespace tw::broadcast {
+
+class ConnectRunner;
+
+// One profile's fifteen values, as text, exactly as stored.
+struct EncoderProfile {
+    std::string severType, severPath, PW, severPort, severID, severMount, Name, URL, Genre,
+        Description, autoReConnect, makePublic, bitRate, EncoderType, Enabled;
+};
+
+// A key of a profile section, its default and its place in the profile.
+struct ProfileKey {
+    const char* key;
+    const char* defaultValue;  // "Enabled" is "1" for index 0 and "0" for the others
+    std::string EncoderProfile::*value;
+};
+// The keys in the order the save writes them ("EncoderType" last, after the handle step).
+const std::array<ProfileKey, 15>& profileKeys();
+
+// The section of profile index 0 to 11: "Shoutcast", "Shoutcast1" ... "Shoutcast11".
+std::string profileSection(int index);
+
+// A kick request under way; done once its thread has nothing left to do.
+struct KickRequest {
+    std::thread thread;
+    std::atomic<bool> done{false};
+};
+
+struct CastState {
+    CastState() = default;
+    ~CastState();
+    CastState(const CastState&) = delete;
+    CastState& operator=(const CastState&) = delete;
+
+    std::array<EncoderProfile, core::kEncoderCount> profiles;
+    int selectedEncoder = 0;  // 1 to 12 once the form has been opened, 0 before
+    std::array<std::uint64_t, core::kEncoderCount> lastCastCount{};
+    std::int32_t lastListenerCount = 0;  // Part of the tune-out step; 0 at start
+    std::string listenersShown = "0";    // the caption the tune-out step saw last
+    std::string peakShown;               // the peak caption last stored
+    std::string titleOnAir;              // sent again after a reconnect
+    std::string urlOnAir;
+    std::shared_ptr<ConnectRunner> connects;
+    std::vector<std::unique_ptr<KickRequest>> kicks;
+    // False once the state is gone: events posted by its threads then do nothing.
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
+};
+
+}  // namespace tw::broadcast

@@ -1,0 +1,91 @@
+#include "broadcast/connect_runner.h"
+
+#include <mutex>
+#include <optional>
+
+namespace tw::broadcast {
+
+struct ConnectRunner::Batch {
+    std::vector<ConnectRequest> requests;
+    Apply apply;
+    std::mutex mutex;  // results
+    std::vector<std::optional<bool>> results;
+    std::size_t next = 0;    // console thread: the first result not applied yet
+    bool cancelled = false;  // console thread: the runner is gone
+
+    // Console thread: applies every result that is in, in order, up to the first missing one.
+    void drain() {
+        while (!cancelled && next < requests.size()) {
+            std::optional<bool> result;
+            {
+                std::lock_guard lock(mutex);
+                result = results[next];
+            }
+            if (!result) {
+                return;
+            }
+            const ConnectRequest& r = requests[next++];
+            apply(r, *result);
+        }
+    }
+};
+
+ConnectRunner::~ConnectRunner() {
+    for (auto& b : batches_) {
+        b->cancelled = true;
+    }
+    for (Worker& w : workers_) {
+        w.thread.join();
+    }
+}
+
+bool ConnectRunner::busy() const {
+    for (const auto& b : batches_) {
+        if (b->next < b->requests.size()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ConnectRunner::reapFinished() {
+    std::erase_if(workers_, [](Worker& w) {
+        if (!w.done->load()) {
+            return false;
+        }
+        w.thread.join();
+        return true;
+    });
+    std::erase_if(batches_,
+                  [](const std::shared_ptr<Batch>& b) { return b->next >= b->requests.size(); });
+}
+
+void ConnectRunner::run(std::vector<ConnectRequest> requests, Apply apply) {
+    reapFinished();
+    if (requests.empty()) {
+        return;
+    }
+    auto batch = std::make_shared<Batch>();
+    batch->requests = std::move(requests);
+    batch->apply = std::move(apply);
+    batch->results.resize(batch->requests.size());
+    batches_.push_back(batch);
+    for (std::size_t i = 0; i < batch->requests.size(); ++i) {
+        auto done = std::make_shared<std::atomic<bool>>(false);
+        workers_.push_back({std::thread([this, batch, i, done] {
+                                const ConnectRequest& r = batch->requests[i];
+                                const bool ok = engine_.castInit(
+                                    r.encoder, r.server, r.password, r.contentType, r.name, r.url,
+                                    r.genre, r.description, "", r.kbps, r.isPublic);
+                                {
+                                    std::lock_guard lock(batch->mutex);
+                                    batch->results[i] = ok;
+                                }
+                                loop_.post([batch] { batch->drain(); });
+                                done->store(true);
+                            }),
+                            done});
+    }
+}
+
+}  // namespace tw::broadcast

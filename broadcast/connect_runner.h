@@ -1,0 +1,59 @@
+#pragma once
+// The cast connects of one start, made off the console thread: all at once, each within the
+// engine's 3 s, so that twelve dead servers cost three seconds and never a tick of the console.
+// Each result comes back to the console thread as a posted event, and the results are applied in
+// encoder order, as the start's loop would have met them.
+//
+// Thread contract: run() and the destructor on the console thread. The connects run on threads
+// of their own and touch only the engine (whose cast calls are safe from any thread) and their
+// batch. apply runs on the console thread, never after the runner is gone.
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "audio/engine.h"
+#include "core/event_loop.h"
+
+namespace tw::broadcast {
+
+struct ConnectRequest {
+    int index = 0;
+    audio::Handle encoder = 0;
+    std::string server, password, contentType, name, url, genre, description;
+    std::uint32_t kbps = 0;
+    bool isPublic = false;
+};
+
+class ConnectRunner {
+  public:
+    using Apply = std::function<void(const ConnectRequest&, bool connected)>;
+
+    ConnectRunner(audio::Engine& engine, core::EventLoop& loop) : engine_(engine), loop_(loop) {}
+    ~ConnectRunner();
+    ConnectRunner(const ConnectRunner&) = delete;
+    ConnectRunner& operator=(const ConnectRunner&) = delete;
+
+    void run(std::vector<ConnectRequest> requests, Apply apply);
+    // Connects whose results have not all been applied yet.
+    bool busy() const;
+
+  private:
+    struct Batch;
+    struct Worker {
+        std::thread thread;
+        std::shared_ptr<std::atomic<bool>> done;
+    };
+    void reapFinished();
+
+    audio::Engine& engine_;
+    core::EventLoop& loop_;
+    std::vector<std::shared_ptr<Batch>> batches_;
+    std::vector<Worker> workers_;
+};
+
+}  // namespace tw::broadcast

@@ -1,0 +1,308 @@
+// The cast session: start, connects off the console thread, stop, statistics, titles, the kick.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "broadcast/connect_runner.h"
+#include "tests/broadcast/cast_fixture.h"
+
+namespace tw::test {
+namespace {
+
+using namespace broadcast;
+
+class CastSessionTest : public CastFixture {
+  protected:
+    std::vector<std::string> castServers() {
+        std::vector<std::string> out;
+        for (const auto& call : engine.castCallsNow()) {
+            out.push_back(call.substr(0, call.find(' ', call.find(' ', 9) + 1)));
+        }
+        return out;
+    }
+    std::string onAirCaption() {
+        const auto& texts = console->form().cmdOnAir.drawing.texts;
+        return texts.empty() ? std::string() : texts[0].text;
+    }
+};
+
+TEST_F(CastSessionTest, Bitrate128PutsKilobitsBehindLameAndBitsPerSecondBehindTheAacEncoder) {
+    EXPECT_EQ(encoderCommand(0, 128).commandLine, "lame -r -s 44100 -b 128 -");
+    EXPECT_EQ(encoderCommand(0, 128).contentType, "audio/mpeg");
+    const EncoderCommand aac = encoderCommand(2, 128);
+    EXPECT_NE(aac.commandLine.find(" -b:a 128000 "), std::string::npos) << aac.commandLine;
+    EXPECT_EQ(aac.contentType, "audio/aac");
+}
+
+TEST_F(CastSessionTest, AMountWithAndWithoutItsLeadingSlashGiveTheSameAddress) {
+    EXPECT_EQ(buildServerText("", "5", "ice.example", "8000", "", "/live"),
+              "ice.example:8000/live");
+    EXPECT_EQ(buildServerText("", "5", "ice.example", "8000", "", "live"), "ice.example:8000/live");
+    EXPECT_EQ(buildServerText("", "4", "ice.example", "8000", "", "live"), "ice.example:8000/live");
+}
+
+TEST_F(CastSessionTest, ShoutcastTwoWithPort8000AndStreamId1EndsInThePortCommaOne) {
+    EXPECT_EQ(buildServerText("", "2", "sc.example", "8000", "1", ""), "sc.example:8000,1");
+    EXPECT_EQ(buildServerText("", "1", "sc.example", "8000", "1", ""), "sc.example:8000");
+    EXPECT_EQ(buildServerText("", "3", "live365", "80", "", ""), "live365:80");
+    EXPECT_EQ(buildServerText("", "0", "host:9000/x", "8000", "", ""), "host:9000/x");
+}
+
+TEST_F(CastSessionTest, TwoEncodersInOneStartTheFirstGetsTheBuiltAddressTheSecondItsBarePath) {
+    open();
+    setProfile(0, "severType", "1");
+    setProfile(0, "severPath", "one.example");
+    setProfile(0, "severPort", "8000");
+    setProfile(1, "Enabled", "1");
+    setProfile(1, "severType", "5");
+    setProfile(1, "severPath", "two.example");
+    setProfile(1, "severPort", "8010");
+    setProfile(1, "severMount", "live");
+    start(*console);
+    settle();
+    const auto casts = engine.castCallsNow();
+    ASSERT_EQ(casts.size(), 2u);
+    EXPECT_NE(casts[0].find(" one.example:8000 "), std::string::npos) << casts[0];
+    EXPECT_NE(casts[1].find(" two.example "), std::string::npos) << casts[1];
+    // A reconnect of the second alone builds its full address.
+    engine.encodeStop(console->encoderHandles[1]);
+    console->encoderHandles[1] = 0;
+    start(*console);
+    settle();
+    ASSERT_EQ(engine.castCallsNow().size(), 3u);
+    EXPECT_NE(engine.castCallsNow()[2].find(" two.example:8010/live "), std::string::npos);
+}
+
+TEST_F(CastSessionTest, StartWhileEncoderOneIsConnectedConnectsOnlyTheEncoderWithoutAHandle) {
+    open();
+    setProfile(1, "Enabled", "1");
+    console->encoderHandles[0] = 0x40000077u;
+    start(*console);
+    settle();
+    EXPECT_EQ(engine.count("encodeStart"), 1);
+    ASSERT_EQ(engine.castCallsNow().size(), 1u);
+    EXPECT_NE(console->encoderHandles[1], 0u);
+    EXPECT_EQ(console->encoderHandles[0], 0x40000077u);
+}
+
+TEST_F(CastSessionTest, AConnectedStartShowsOnAirStopAndItsMessage) {
+    open();
+    setProfile(0, "severPath", "127.0.0.1:8000/live");
+    start(*console);
+    EXPECT_NE(onAirCaption(), "ON AIR") << "nothing is applied before the connect comes back";
+    settle();
+    EXPECT_EQ(onAirCaption(), "ON AIR");
+    EXPECT_EQ(console->form().cmdOnAir.drawing.fills[0].image, core::ImageRole::Red);
+    EXPECT_EQ(form().btnStart.caption, "Stop");
+    const auto& texts = console->form().frmTarnDesk.drawing.texts;
+    ASSERT_FALSE(texts.empty());
+    EXPECT_EQ(texts.back().text, "Connected to Server using settings from Encoder 1");
+}
+
+TEST_F(CastSessionTest, ARefusedConnectShowsOffAirKeepsTheHandleAndShowsNoMessage) {
+    open();
+    engine.castAnswer = [](const std::string&) { return false; };
+    start(*console);
+    settle();
+    EXPECT_EQ(onAirCaption(), "OFF AIR");
+    EXPECT_NE(console->encoderHandles[0], 0u) << "the next poll finds it dead and tries again";
+    EXPECT_TRUE(prompter.shown().empty());
+}
+
+TEST_F(CastSessionTest, WithSeveralEncodersOnAirShowsTheLastOneTried) {
+    open();
+    setProfile(1, "Enabled", "1");
+    setProfile(1, "severPath", "refuses");
+    engine.castAnswer = [](const std::string& server) { return server != "refuses"; };
+    start(*console);
+    settle();
+    EXPECT_EQ(onAirCaption(), "OFF AIR");
+}
+
+TEST_F(CastSessionTest, TwelveDeadServersNeverHoldTheConsoleThread) {
+    open();
+    for (int i = 1; i < 12; ++i) {
+        setProfile(i, "Enabled", "1");
+    }
+    // Every connect hangs until the test lets it go, as blackholed addresses do for 3 s.
+    std::mutex m;
+    std::condition_variable cv;
+    bool release = false;
+    std::atomic<int> waiting{0};
+    engine.castAnswer = [&](const std::string&) {
+        ++waiting;
+        std::unique_lock lock(m);
+        cv.wait(lock, [&] { return release; });
+        return false;
+    };
+    start(*console);  // returns with all twelve still connecting
+    EXPECT_NE(onAirCaption(), "ON AIR");
+    loop.advance(1.0);  // the console goes on: timers, ticks
+    for (int i = 0; i < 200 && waiting < 12; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_EQ(waiting.load(), 12) << "all twelve connect at once";
+    {
+        std::lock_guard lock(m);
+        release = true;
+    }
+    cv.notify_all();
+    settle();
+    EXPECT_FALSE(console->cast->connects->busy());
+}
+
+TEST_F(CastSessionTest, AnEncoderProgramThatCannotStartShowsItsErrorAndStopsTheMixer) {
+    open();
+    engine.encodeStartOk = false;
+    const audio::Handle mixer = console->mixerStream;
+    start(*console);
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].title, "Error");
+    EXPECT_EQ(prompter.shown()[0].text,
+              "Couldn't start encoding...0\nMake sure OGGENC.EXE (if encoding to OGG) is in the "
+              "same\ndirecory as this example, or LAME.EXE (if encoding to MP3).\n\nerror code: 2");
+    EXPECT_EQ(console->form().frmTarnDesk.caption, "error code: 2Error");
+    EXPECT_EQ(console->mixerStream, 0u);
+    EXPECT_EQ(engine.count("channelStop " + std::to_string(mixer)), 1);
+    // With no mixer, the next start says so.
+    start(*console);
+    ASSERT_EQ(prompter.shown().size(), 2u);
+    EXPECT_EQ(prompter.shown()[1].text.rfind("Couldn't start recording/mixer", 0), 0u);
+    // The stop puts the caption back.
+    Stop_(*console);
+    EXPECT_EQ(console->form().frmTarnDesk.caption,
+              "TarnWave Internet Radio Automation Software " + console->version);
+}
+
+TEST_F(CastSessionTest, AnAnswerWith17Gives17AndOneWithoutTheTagGives0AndCountsAsConnected) {
+    open();
+    start(*console);
+    settle();
+    const audio::Handle h = console->encoderHandles[0];
+    engine.setStats(h, 0, "<SHOUTCASTSERVER><CURRENTLISTENERS>17</CURRENTLISTENERS>");
+    std::int32_t listeners = -1;
+    EXPECT_FALSE(checkStats(*console, 0, listeners).empty());
+    EXPECT_EQ(listeners, 17);
+    engine.setStats(h, 0, "<html>no statistics here</html>");
+    EXPECT_FALSE(checkStats(*console, 0, listeners).empty());
+    EXPECT_EQ(listeners, 0);
+    // Type None tries the Shoutcast page, then the Icecast one.
+    engine.setStats(h, 0, "");
+    engine.setStats(h, 1, "<icestats><source><listeners>4</listeners></source></icestats>");
+    EXPECT_FALSE(checkStats(*console, 0, listeners).empty());
+    EXPECT_EQ(listeners, 4);
+    // No answer: the caller's figure stays.
+    engine.setStats(h, 1, "");
+    listeners = 9;
+    EXPECT_EQ(checkStats(*console, 0, listeners), "");
+    EXPECT_EQ(listeners, 9);
+}
+
+TEST_F(CastSessionTest, ALive365EncoderIsDeadAtTheFirstPollWhoseByteCountStandsStill) {
+    open();
+    setProfile(0, "severType", "3");
+    loadEncoderDataFromIni(*console);
+    console->encoderHandles[0] = engine.encodeStart(1, "lame", 0);
+    std::int32_t listeners = 5;
+    EXPECT_EQ(checkStats(*console, 0, listeners), "") << "a count of 0 against a stored 0";
+    EXPECT_EQ(listeners, 0);
+    {
+        std::lock_guard lock(engine.castMutex);
+        engine.encoders[console->encoderHandles[0]].castCount = 1000;
+    }
+    EXPECT_EQ(checkStats(*console, 0, listeners), "live365");
+    EXPECT_EQ(checkStats(*console, 0, listeners), "");
+}
+
+TEST_F(CastSessionTest, AnEnabledProfileOfTypeNoneStillConnectsWithItsPathAsTheAddress) {
+    open();
+    setProfile(0, "severPath", "plain.example:8000/stream");
+    start(*console);
+    settle();
+    ASSERT_EQ(engine.castCallsNow().size(), 1u);
+    EXPECT_NE(engine.castCallsNow()[0].find(" plain.example:8000/stream "), std::string::npos);
+    EXPECT_EQ(onAirCaption(), "ON AIR");
+}
+
+TEST_F(CastSessionTest, SendMessageGoesToEncoderOneOnlyAndNotWhenItHasNoHandle) {
+    open();
+    console->form().txtSendText.text = "Live from the studio";
+    console->encoderHandles[1] = 0x40000005u;
+    cmdSendMessage_Click(*console);
+    EXPECT_EQ(engine.count("castSetTitle"), 0);
+    console->encoderHandles[0] = 0x40000004u;
+    cmdSendMessage_Click(*console);
+    EXPECT_EQ(engine.count("castSetTitle 1073741828 Live from the studio "), 1);
+    EXPECT_EQ(engine.count("castSetTitle 1073741829"), 0);
+}
+
+TEST_F(CastSessionTest, AfterAReconnectTheTitleOnTheAirIsSentAgainAtOnce) {
+    open();
+    sendTitle(*console, "Band - Tune");
+    start(*console);
+    settle();
+    const audio::Handle h = console->encoderHandles[0];
+    EXPECT_EQ(engine.count("castSetTitle " + std::to_string(h) + " Band - Tune Station URL"), 1);
+}
+
+TEST_F(CastSessionTest, StopEndsTheEnabledEncodersAndShowsOffAir) {
+    open();
+    setProfile(1, "Enabled", "1");
+    start(*console);
+    settle();
+    const audio::Handle first = console->encoderHandles[0];
+    Stop_(*console);
+    EXPECT_EQ(console->encoderHandles[0], 0u);
+    EXPECT_EQ(console->encoderHandles[1], 0u);
+    EXPECT_EQ(engine.count("encodeStop " + std::to_string(first)), 1);
+    EXPECT_EQ(onAirCaption(), "OFF AIR");
+    EXPECT_EQ(form().btnStart.caption, "Start");
+}
+
+TEST_F(CastSessionTest, OnAirStartsWhenEncoderOneIsStoppedAndStopsWhenItIsActive) {
+    open();
+    int serverStarts = 0;
+    btnStart_Click(*console, [&] { ++serverStarts; });
+    settle();
+    EXPECT_EQ(serverStarts, 1);
+    ASSERT_NE(console->encoderHandles[0], 0u);
+    btnStart_Click(*console, [&] { ++serverStarts; });
+    EXPECT_EQ(serverStarts, 1);
+    EXPECT_EQ(console->encoderHandles[0], 0u);
+}
+
+TEST_F(CastSessionTest, PasswordsNeverReachTheLog) {
+    open();
+    setProfile(0, "PW", "very-secret-pw");
+    engine.castAnswer = [](const std::string&) { return false; };
+    start(*console);
+    settle();
+    for (const auto& line : appLogLines()) {
+        EXPECT_EQ(line.find("very-secret-pw"), std::string::npos) << line;
+    }
+}
+
+TEST_F(CastSessionTest, KickWhileConnectedDoesNothingAndCancelEndsIt) {
+    open();
+    setProfile(0, "severType", "1");
+    cmdSettings_Click(*console);
+    start(*console);
+    settle();
+    engine.setStats(console->encoderHandles[0], 0, "<CURRENTLISTENERS>2</CURRENTLISTENERS>");
+    cmdKickSource_Click(*console);
+    EXPECT_TRUE(prompter.shown().empty()) << "connected: the button does nothing";
+    engine.setStats(console->encoderHandles[0], 0, "");
+    prompter.queueAnswer("cancel");
+    cmdKickSource_Click(*console);
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].text.rfind("WARNING!!! Are You Sure", 0), 0u);
+    EXPECT_EQ(form().chkReconnect.value, 0);
+}
+
+}  // namespace
+}  // namespace tw::test
