@@ -1,0 +1,191 @@
+// The station on the air to a real Icecast 2 (Debian's icecast2, started by the test on a free
+// loopback port), driven in virtual time through the simulator on an offline engine: a listener
+// hears MP3, the title follows the track on the air, the listener figure follows the listeners and
+// charges the track on the air, and a server that dies and comes back is reconnected by the poll.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "audio/mix_engine.h"
+#include "autodj/history.h"
+#include "core/console_ops.h"
+#include "core/text.h"
+#include "station_run.h"
+#include "tests/audio/cast_servers.h"
+#include "tests/testlib/temp_dir.h"
+
+namespace tw {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+// A listener that stays connected and counts what it hears, until told to leave.
+class Listener {
+  public:
+    explicit Listener(int port)
+        : thread_([this, port] {
+              while (!leave_) {
+                  const std::string got = audio::test::listen(port, "/live", 200);
+                  std::lock_guard lock(mutex_);
+                  heard_ += got;
+              }
+          }) {}
+    ~Listener() { stop(); }
+    void stop() {
+        leave_ = true;
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+    std::size_t heard() {
+        std::lock_guard lock(mutex_);
+        return heard_.size();
+    }
+
+  private:
+    std::atomic<bool> leave_{false};
+    std::mutex mutex_;
+    std::string heard_;
+    std::thread thread_;
+};
+
+class CastScenario : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        icecast_ = std::make_unique<audio::test::Icecast>(dir_ / "icecast", "hackme");
+        if (!icecast_->ok()) {
+            GTEST_SKIP() << "icecast2 is not installed here (scripts/install-deps.sh installs it)";
+        }
+        station_ = dir_ / "station";
+        ASSERT_EQ(test::makeScenarioStation(station_), "");
+        run_ = std::make_unique<test::StationRun>(station_.string(),
+                                                  core::dateSerial(2026, 3, 2) + 10.0 / 24);
+        auto& c = run_->console();
+        const std::string file = c.appSettingsPath();
+        for (auto [key, value] : {std::pair{"severType", std::string("5")},
+                                  {"severPath", std::string("127.0.0.1")},
+                                  {"severPort", std::to_string(icecast_->port())},
+                                  {"severMount", std::string("live")},
+                                  {"PW", std::string("hackme")},
+                                  {"Name", std::string("Tarn FM")},
+                                  {"autoReConnect", std::string("1")}}) {
+            core::writeIniValue(c, file, "Shoutcast", key, value);
+        }
+        c.svc.settings->flush();
+        ASSERT_EQ(run_->exec("load"), "");
+        ASSERT_EQ(run_->exec("select flRotations 0"), "");
+        run_->advance(3, 0.06);
+    }
+
+    // Advances virtual time in ticks while real time passes too (the connects, the statistics
+    // and the server run in real time), until done() or the real-time limit.
+    bool advanceUntil(const std::function<bool()>& done, std::chrono::seconds limit) {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (done()) {
+                return true;
+            }
+            run_->advance(0.06, 0.06);
+            std::this_thread::sleep_for(10ms);
+        }
+        return done();
+    }
+    std::string onAir() {
+        const auto& texts = run_->console().form().cmdOnAir.drawing.texts;
+        return texts.empty() ? std::string() : texts[0].text;
+    }
+    std::string stats() {
+        auto& c = run_->console();
+        return c.svc.engine->castGetStats(c.encoderHandles[0], 1, "hackme");
+    }
+
+    test::TempDir dir_;
+    fs::path station_;
+    std::unique_ptr<audio::test::Icecast> icecast_;
+    std::unique_ptr<test::StationRun> run_;
+};
+
+TEST_F(CastScenario, TheStationGoesOnTheAirAndAListenerHearsItWithTheTitleOfTheTrackOnTheAir) {
+    auto& c = run_->console();
+    ASSERT_EQ(run_->exec("press cmdOnAir"), "");
+    ASSERT_TRUE(advanceUntil([&] { return onAir() == "ON AIR"; }, 10s)) << onAir();
+    EXPECT_EQ(c.ui.cast.btnStart.caption, "Stop");
+
+    Listener listener(icecast_->port());
+    ASSERT_TRUE(advanceUntil([&] { return listener.heard() > 20000; }, 15s));
+
+    // The title on the server is the track on the air, and follows the next start.
+    ASSERT_FALSE(c.currentTitle.empty());
+    const std::string first = c.currentTitle;
+    EXPECT_TRUE(advanceUntil(
+        [&] { return stats().find("<title>" + first + "</title>") != std::string::npos; }, 15s))
+        << first << "\n"
+        << stats();
+    const int played = run_->starts();
+    ASSERT_TRUE(advanceUntil([&] { return run_->starts() > played; }, 60s));
+    const std::string second = c.currentTitle;
+    EXPECT_TRUE(advanceUntil(
+        [&] { return stats().find("<title>" + second + "</title>") != std::string::npos; }, 15s))
+        << second;
+
+    // The poll counts the listener; when it leaves, the track on the air is charged with it.
+    EXPECT_TRUE(advanceUntil([&] { return c.form().lblListerners.caption == "1"; }, 20s))
+        << c.form().lblListerners.caption;
+    // (The arrival was charged too, as a gain: the first change counts from 0.) The leave is
+    // charged to the track on the air when the figure drops, and to no other.
+    const auto outs = [&](const std::string& track) {
+        return core::val(autodj::readHistory(c, track, autodj::kTunedOut, "0"));
+    };
+    std::map<std::string, double> before;
+    for (const std::string& t : {first, second, c.currentTitle}) {
+        before[t] = outs(t);
+    }
+    listener.stop();
+    std::string charged;
+    ASSERT_TRUE(advanceUntil(
+        [&] {
+            charged = c.currentTitle;
+            return c.form().lblListerners.caption == "0";
+        },
+        20s));
+    before.try_emplace(charged, 0.0);
+    for (const auto& [track, was] : before) {
+        EXPECT_EQ(outs(track), track == charged ? was + 1 : was) << track;
+    }
+    EXPECT_NE(autodj::readHistory(c, charged, autodj::kLastTimeTunedOut, ""), "");
+    EXPECT_EQ(core::val(c.form().lblPeakListeners.caption), 1);
+}
+
+TEST_F(CastScenario, AServerThatDiesAndComesBackIsReconnectedByThePollWithTheCurrentTitle) {
+    auto& c = run_->console();
+    ASSERT_EQ(run_->exec("press cmdOnAir"), "");
+    ASSERT_TRUE(advanceUntil([&] { return onAir() == "ON AIR"; }, 10s));
+    const audio::Handle before = c.encoderHandles[0];
+
+    icecast_->stop();
+    ASSERT_TRUE(advanceUntil([&] { return c.encoderHandles[0] != before; }, 30s))
+        << "the poll finds the cast dead and starts it again";
+    ASSERT_TRUE(icecast_->restart());
+    ASSERT_TRUE(advanceUntil(
+        [&] {
+            return c.svc.engine->encodeIsActive(c.encoderHandles[0]) != 0 && onAir() == "ON AIR";
+        },
+        30s));
+    const std::string title = c.currentTitle;
+    EXPECT_TRUE(advanceUntil(
+        [&] { return stats().find("<title>" + title + "</title>") != std::string::npos; }, 15s))
+        << "the title on the air is sent again at once\n"
+        << stats();
+}
+
+}  // namespace
+}  // namespace tw
