@@ -3,8 +3,10 @@
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <vector>
 
@@ -88,6 +90,10 @@ void EncoderSession::requestStop() {
     pumper_.request_stop();
     controller_.request_stop();
     wake_.notify_all();
+    // The server sees the source go at once, so that a new one may take the mount.
+    if (const int fd = socket_.load(); fd >= 0) {
+        ::shutdown(fd, SHUT_RDWR);
+    }
 }
 
 bool EncoderSession::connect(const std::string& server, const StationInfo& info, int timeoutMs) {
@@ -98,6 +104,7 @@ bool EncoderSession::connect(const std::string& server, const StationInfo& info,
             return false;
         }
     }
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
     const int fd = openSource(target, info, timeoutMs);
     if (fd < 0) {
         return false;
@@ -107,9 +114,19 @@ bool EncoderSession::connect(const std::string& server, const StationInfo& info,
         target_ = target;
         info_ = info;
         hasCast_ = true;
+        // Both statistics pages with the cast's password are fetched before this returns, so
+        // that the first poll after a connect finds an answer and does not take the new cast
+        // for a dead one.
+        for (StatsCache& cache : stats_) {
+            cache.wanted = true;
+            cache.password = info.password;
+        }
     }
     castBroken_ = false;
     socket_ = fd;
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    fetchStats(static_cast<int>(std::clamp<long long>(left.count(), 200, kHttpLimitMs)));
     wake_.notify_all();
     return true;
 }
@@ -242,13 +259,13 @@ void EncoderSession::control(std::stop_token stop) {
             sendTitle(title.first, title.second);
         }
         if (statsDue) {
-            fetchStats();
+            fetchStats(kHttpLimitMs);
             nextStats = Clock::now() + kStatsEvery;
         }
     }
 }
 
-void EncoderSession::fetchStats() {
+void EncoderSession::fetchStats(int limitMs) {
     CastTarget target;
     std::string passwords[2];
     bool wanted[2];
@@ -276,7 +293,7 @@ void EncoderSession::fetchStats() {
                 url += "?mount=" + urlEncode(target.mount);
             }
         }
-        HttpAnswer answer = httpGet(url, "admin:" + passwords[t], kHttpLimitMs);
+        HttpAnswer answer = httpGet(url, "admin:" + passwords[t], limitMs);
         std::lock_guard lock(mutex_);
         StatsCache& cache = stats_[t];
         cache.fetched = Clock::now();

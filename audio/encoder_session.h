@@ -39,7 +39,8 @@ class EncoderSession {
     // Queued; sent by the control thread.
     void setTitle(const std::string& title, const std::string& url);
     // The latest statistics page of this type, or "" when there is none fresher than 15 s or the
-    // cast is down. The first ask of a type starts its fetching.
+    // cast is down. A connect fetches both types with its password before it returns; asking with
+    // another password starts fetching with that one.
     std::string stats(int type, const std::string& password);
     // The program runs, and its cast (if it has one) is connected.
     bool active() const;
@@ -56,7 +57,8 @@ class EncoderSession {
     void feed(std::stop_token stop);
     void pump(std::stop_token stop);
     void control(std::stop_token stop);
-    void fetchStats();
+    // Fetches the wanted statistics pages, each within limitMs.
+    void fetchStats(int limitMs);
     void sendTitle(const std::string& title, const std::string& url);
 
     ChildProcess program_;

@@ -2,6 +2,7 @@
 
 #include "autodj/library_state.h"
 #include "broadcast/cast_state.h"
+#include "desk/cast_layout.h"
 #include "desk/console_layout.h"
 #include "station/tick_calls.h"
 #include "tags/id3_tag.h"
@@ -15,6 +16,7 @@ std::unique_ptr<core::Console> makeConsole(std::string appFolder, core::Services
     c->cast = std::make_shared<broadcast::CastState>();
     c->tickCalls = makeConsoleTickCalls(*c);
     desk::applyDesignLayout(*c);
+    desk::applyCastLayout(*c);
     return c;
 }
 

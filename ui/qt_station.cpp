@@ -21,12 +21,14 @@ QtStation::QtStation(std::string folder, std::unique_ptr<audio::Engine> engine)
     console_ = station::makeConsole(std::move(folder), s);
     window_ = std::make_unique<SurfaceWidget>(*console_);
     status_ = std::make_unique<StatusWindow>(*console_, window_.get());
+    cast_ = std::make_unique<CastWindow>(*console_, window_.get());
     prompter_.setParentWindow(window_.get());
 }
 
 QtStation::~QtStation() {
     try {
         unload();
+        cast_.reset();
         status_.reset();
         window_.reset();
         settings_.flush();

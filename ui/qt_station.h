@@ -14,6 +14,7 @@
 #include "core/console.h"
 #include "core/settings_store.h"
 #include "core/trash.h"
+#include "ui/cast_window.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_prompter.h"
 #include "ui/status_window.h"
@@ -38,6 +39,7 @@ class QtStation {
     core::Console& console() { return *console_; }
     SurfaceWidget& window() { return *window_; }
     StatusWindow& statusWindow() { return *status_; }
+    CastWindow& castWindow() { return *cast_; }
     QtEventLoop& loop() { return loop_; }
     core::SettingsStore& settings() { return settings_; }
 
@@ -52,6 +54,7 @@ class QtStation {
     std::unique_ptr<audio::Engine> engine_;
     std::unique_ptr<core::Console> console_;
     std::unique_ptr<SurfaceWidget> window_;
+    std::unique_ptr<CastWindow> cast_;
     std::unique_ptr<StatusWindow> status_;
 };
 

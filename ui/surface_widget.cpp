@@ -290,6 +290,17 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     }
 }
 
+void SurfaceWidget::mouseDoubleClickEvent(QMouseEvent* event) {
+    const Target t = targetAt(event->position());
+    if (event->button() != Qt::LeftButton || !t.element) {
+        QWidget::mouseDoubleClickEvent(event);
+        return;
+    }
+    const std::string name = t.element->name;
+    desk::doubleClick(console_, name);
+    afterAction("doubleClick", name);
+}
+
 void SurfaceWidget::mouseMoveEvent(QMouseEvent* event) {
     if (!drag_.active() || !(event->buttons() & Qt::LeftButton)) {
         QWidget::mouseMoveEvent(event);

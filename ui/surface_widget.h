@@ -39,7 +39,8 @@ class SurfaceWidget final : public QWidget {
 
     // Told, after the console has run it, of every action the window hands to the console, by
     // kind ("press", "select", "drag", "release", "key" for Delete, "keyUp" with the key code as
-    // the name, "drop", "type" for a change of a text box, "enter" for its Return key) and element.
+    // the name, "drop", "type" for a change of a text box, "enter" for its Return key,
+    // "doubleClick") and element.
     // For diagnostics and the window's own tests; the console does not depend on it.
     using ActionObserver = std::function<void(const std::string& action, const std::string& name)>;
     void setActionObserver(ActionObserver observer) { observer_ = std::move(observer); }
@@ -57,6 +58,7 @@ class SurfaceWidget final : public QWidget {
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;

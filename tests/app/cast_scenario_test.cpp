@@ -119,6 +119,13 @@ TEST_F(CastScenario, TheStationGoesOnTheAirAndAListenerHearsItWithTheTitleOfTheT
     ASSERT_EQ(run_->exec("press cmdOnAir"), "");
     ASSERT_TRUE(advanceUntil([&] { return onAir() == "ON AIR"; }, 10s)) << onAir();
     EXPECT_EQ(c.ui.cast.btnStart.caption, "Stop");
+    // The polls after the connect find it alive: no reconnect, the same encoder.
+    const audio::Handle connected = c.encoderHandles[0];
+    run_->advance(13, 0.06);
+    EXPECT_EQ(c.encoderHandles[0], connected);
+    for (const auto& line : c.form().frmTarnDesk.drawing.texts) {
+        EXPECT_EQ(line.text.find("Trying To RE-Connect"), std::string::npos);
+    }
 
     Listener listener(icecast_->port());
     ASSERT_TRUE(advanceUntil([&] { return listener.heard() > 20000; }, 15s));

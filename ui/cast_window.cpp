@@ -1,0 +1,187 @@
+#include "ui/cast_window.h"
+
+#include <QCloseEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include "desk/actions.h"
+#include "ui/console_colors.h"
+#include "ui/element_painter.h"
+
+namespace tw::ui {
+
+namespace {
+
+// The form's fixed labels, left of the fields they name.
+struct FixedLabel {
+    const char* text;
+    double left, top;
+};
+constexpr FixedLabel kLabels[] = {
+    {"Type:", 20, 108},     {"Server Path:", 20, 136}, {"Port Number:", 20, 164},
+    {"Password:", 20, 192}, {"Name:", 20, 220},        {"URL:", 20, 248},
+    {"Genre:", 20, 276},    {"Description:", 20, 304}, {"Select Bitrate", 380, 372},
+};
+
+bool inside(const core::Element& e, const QPointF& at) {
+    return e.visible && e.rect.width > 0 && at.x() >= e.rect.left &&
+           at.x() < e.rect.left + e.rect.width && at.y() >= e.rect.top &&
+           at.y() < e.rect.top + e.rect.height;
+}
+
+}  // namespace
+
+CastWindow::CastWindow(core::Console& console, QWidget* owner, int beatMs)
+    : QWidget(owner, Qt::Dialog), console_(console), editor_(new QLineEdit(this)) {
+    editor_->hide();
+    editor_->setFrame(false);
+    QObject::connect(editor_, &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (!editing_.empty()) {
+            desk::type(console_, "frmCast." + editing_, text.toStdString());
+            update();
+        }
+    });
+    QObject::connect(editor_, &QLineEdit::editingFinished, this, [this] {
+        if (!editor_->hasFocus()) {
+            closeEditor();
+        }
+    });
+    beat_.setTimerType(Qt::CoarseTimer);
+    beat_.setInterval(beatMs);
+    QObject::connect(&beat_, &QTimer::timeout, this, [this] { follow(); });
+    beat_.start();
+}
+
+void CastWindow::follow() {
+    const core::CastForm& f = console_.ui.cast;
+    const bool wanted = f.frmCast.visible && console_.loaded && !console_.unloaded;
+    if (!wanted) {
+        closeEditor();
+        if (isVisible()) {
+            hide();
+        }
+        return;
+    }
+    const QString title = QString::fromStdString(f.frmCast.caption);
+    if (windowTitle() != title) {
+        setWindowTitle(title);
+    }
+    const QSize size(static_cast<int>(f.frmCast.rect.width),
+                     static_cast<int>(f.frmCast.rect.height));
+    if (!size.isEmpty() && this->size() != size) {
+        setFixedSize(size);
+    }
+    if (!isVisible()) {
+        show();
+        raise();
+    }
+    update();
+}
+
+core::Element* CastWindow::elementAt(const QPointF& at) {
+    core::Element* found = nullptr;
+    for (core::Element* e : console_.ui.cast.all()) {
+        // The frame lies under the fields: a field found later wins.
+        if (e->kind != core::ElementKind::Form && inside(*e, at)) {
+            found = e;
+        }
+    }
+    return found;
+}
+
+void CastWindow::paintEvent(QPaintEvent*) {
+    QPainter p(this);
+    core::CastForm& f = console_.ui.cast;
+    p.fillRect(rect(), consoleColor(f.frmCast.backColor));
+    p.setRenderHint(QPainter::TextAntialiasing);
+    for (const core::Element* e : f.all()) {
+        if (e->kind != core::ElementKind::Form && e->visible && e->rect.width > 0) {
+            paintElement(p, *e);
+        }
+    }
+    p.setFont(consoleFont(8, false));
+    p.setPen(Qt::black);
+    for (const FixedLabel& l : kLabels) {
+        p.drawText(QRectF(l.left, l.top, 98, 22), Qt::AlignLeft | Qt::AlignVCenter, l.text);
+    }
+}
+
+void CastWindow::act(const std::string& name) {
+    desk::press(console_, "frmCast." + name);
+    update();
+}
+
+void CastWindow::mousePressEvent(QMouseEvent* event) {
+    closeEditor();
+    if (event->button() != Qt::LeftButton) {
+        return;
+    }
+    core::Element* e = elementAt(event->position());
+    if (!e || !e->enabled) {
+        return;
+    }
+    switch (e->kind) {
+        case core::ElementKind::TextBox:
+            openEditor(*e);
+            break;
+        case core::ElementKind::ComboBox:
+            chooseFrom(*e);
+            break;
+        case core::ElementKind::Button:
+        case core::ElementKind::PictureButton:
+        case core::ElementKind::CheckBox:
+        case core::ElementKind::OptionButton:
+            act(e->name);
+            break;
+        default:
+            break;
+    }
+}
+
+void CastWindow::closeEvent(QCloseEvent* event) {
+    // The window's close box is the Close button: the form stays loaded and only hides.
+    event->ignore();
+    auto& f = console_.ui.cast;
+    f.cmdSave.tag = "close";
+    act("cmdSave");
+    follow();
+}
+
+void CastWindow::openEditor(core::Element& box) {
+    editing_ = box.name;
+    editor_->setFont(consoleFont(box.fontSize, box.fontBold));
+    editor_->setGeometry(QRectF(box.rect.left, box.rect.top, box.rect.width, box.rect.height)
+                             .toAlignedRect()
+                             .adjusted(1, 1, -1, -1));
+    editor_->setText(QString::fromStdString(box.text));
+    editor_->selectAll();
+    editor_->show();
+    editor_->setFocus(Qt::MouseFocusReason);
+}
+
+void CastWindow::closeEditor() {
+    if (editing_.empty()) {
+        return;
+    }
+    editing_.clear();
+    editor_->hide();
+    update();
+}
+
+void CastWindow::chooseFrom(core::Element& list) {
+    QMenu menu(this);
+    for (int i = 0; i < list.listCount(); ++i) {
+        QAction* a =
+            menu.addAction(QString::fromStdString(list.items[static_cast<std::size_t>(i)].text));
+        a->setData(i);
+    }
+    const QPoint at(static_cast<int>(list.rect.left),
+                    static_cast<int>(list.rect.top + list.rect.height));
+    if (QAction* chosen = menu.exec(mapToGlobal(at))) {
+        desk::select(console_, "frmCast." + list.name, chosen->data().toInt());
+        update();
+    }
+}
+
+}  // namespace tw::ui
