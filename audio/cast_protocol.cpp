@@ -101,7 +101,10 @@ bool parseServerText(std::string_view server, CastTarget& target) {
             return false;
         }
     }
-    if (host.empty() || host.find(' ') != std::string_view::npos) {
+    // A host name is printable ASCII without blanks: nothing of it can break a request line.
+    if (host.empty() || !std::all_of(host.begin(), host.end(), [](unsigned char c) {
+            return c > 0x20 && c < 0x7F;
+        })) {
         return false;
     }
     target.host = std::string(host);

@@ -39,6 +39,8 @@ TEST(CastProtocolTest, AServerTextWithoutPortTakes8000AndABadOneIsRefused) {
     EXPECT_FALSE(parseServerText("host:70000", t));
     EXPECT_FALSE(parseServerText(":8000", t));
     EXPECT_FALSE(parseServerText("", t));
+    EXPECT_FALSE(parseServerText("evil\r\nX-Injected: 1/live", t)) << "no line break in a host";
+    EXPECT_FALSE(parseServerText("h\xC3\xA9st:8000", t));
 }
 
 TEST(CastProtocolTest, TheIcecastHandshakeIsAnHttpPutWithTheStationsHeaders) {
