@@ -4,13 +4,20 @@
 // charges the track on the air, and a server that dies and comes back is reconnected by the poll.
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iostream>
 #include <map>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -192,6 +199,94 @@ TEST_F(CastScenario, AServerThatDiesAndComesBackIsReconnectedByThePollWithTheCur
         [&] { return stats().find("<title>" + title + "</title>") != std::string::npos; }, 15s))
         << "the title on the air is sent again at once\n"
         << stats();
+}
+
+// Ends this process's encoder programs (lame) the way a crash would; how many it found.
+int killEncoderPrograms() {
+    int killed = 0;
+    for (const auto& entry : fs::directory_iterator("/proc")) {
+        const std::string pid = entry.path().filename().string();
+        if (pid.find_first_not_of("0123456789") != std::string::npos) {
+            continue;
+        }
+        std::ifstream stat(entry.path() / "stat");
+        std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+        // "pid (comm) state ppid ..."
+        const auto close = text.rfind(')');
+        if (close == std::string::npos || text.find("(lame)") == std::string::npos) {
+            continue;
+        }
+        std::istringstream rest(text.substr(close + 2));
+        std::string state;
+        long ppid = 0;
+        rest >> state >> ppid;
+        if (ppid == ::getpid() && ::kill(std::stol(pid), SIGKILL) == 0) {
+            ++killed;
+        }
+    }
+    return killed;
+}
+
+TEST_F(CastScenario, AnEncoderProgramThatDiesIsStartedAgainByThePoll) {
+    auto& c = run_->console();
+    ASSERT_EQ(run_->exec("press cmdOnAir"), "");
+    ASSERT_TRUE(advanceUntil([&] { return onAir() == "ON AIR"; }, 10s));
+    const audio::Handle before = c.encoderHandles[0];
+    ASSERT_EQ(killEncoderPrograms(), 1);
+    ASSERT_TRUE(advanceUntil(
+        [&] {
+            return c.encoderHandles[0] != before && c.encoderHandles[0] != 0 &&
+                   c.svc.engine->encodeIsActive(c.encoderHandles[0]) != 0;
+        },
+        30s))
+        << "the poll sees the dead encoder and, with autoReConnect, starts it again";
+    Listener listener(icecast_->port());
+    EXPECT_TRUE(advanceUntil([&] { return listener.heard() > 20000; }, 15s));
+}
+
+// The fault soak (scripts/cast-soak.sh runs it and prints its figures): over an hour of station
+// time, the server killed and
+// started again twenty times and the encoder program killed five times, the cast back every
+// time within a poll of the server being up, no dead air in the mix, memory flat.
+TEST_F(CastScenario, SoakTwentyServerRestartsAndFiveEncoderDeaths) {
+    if (std::getenv("TW_CAST_SOAK") == nullptr) {
+        GTEST_SKIP() << "a soak of some minutes: set TW_CAST_SOAK=1 (scripts/cast-soak.sh)";
+    }
+    auto& c = run_->console();
+    ASSERT_EQ(run_->exec("press cmdOnAir"), "");
+    ASSERT_TRUE(advanceUntil([&] { return onAir() == "ON AIR"; }, 10s));
+    const auto back = [&](audio::Handle old) {
+        return c.encoderHandles[0] != old && c.encoderHandles[0] != 0 &&
+               c.svc.engine->encodeIsActive(c.encoderHandles[0]) != 0 && onAir() == "ON AIR";
+    };
+    run_->advance(30, 0.06);
+    const long rssBefore = test::residentKb();
+    double slowestVirtual = 0;
+    int restarts = 0, deaths = 0;
+    for (int cycle = 0; cycle < 25; ++cycle) {
+        const audio::Handle old = c.encoderHandles[0];
+        if (cycle % 5 == 4) {
+            // (An encoder let go a moment ago may still be ending: it goes too.)
+            ASSERT_GE(killEncoderPrograms(), 1);
+            ++deaths;
+        } else {
+            icecast_->stop();
+            run_->advance(8, 0.06);  // the station plays on with its server gone
+            ASSERT_TRUE(icecast_->restart());
+            ++restarts;
+        }
+        const double from = run_->renderedSeconds();
+        ASSERT_TRUE(advanceUntil([&] { return back(old); }, 60s)) << "cycle " << cycle;
+        slowestVirtual = std::max(slowestVirtual, run_->renderedSeconds() - from);
+        run_->advance(130, 0.06);  // 25 cycles: an hour of station time
+    }
+    const long rssAfter = test::residentKb();
+    std::cout << "SOAK restarts " << restarts << " encoder deaths " << deaths << " slowest return "
+              << slowestVirtual << " s of station time, RSS " << rssBefore << " kB -> " << rssAfter
+              << " kB, rendered " << run_->renderedSeconds() << " s\n";
+    EXPECT_LE(slowestVirtual, 6.0 + 3.0) << "one poll, and the connect's own limit";
+    EXPECT_TRUE(run_->silences(1.0).empty()) << "the station never fell silent";
+    EXPECT_LT(rssAfter - rssBefore, 4096) << "memory stays flat";
 }
 
 }  // namespace
