@@ -195,9 +195,18 @@ void FakeShoutcast::serveHttp() {
             continue;
         }
         const std::string request = readUntil(fd, "\r\n\r\n", stop_);
+        const bool loggedIn = request.find("Authorization: Basic ") != std::string::npos;
         {
             std::lock_guard lock(mutex_);
-            requests_.push_back(request.substr(0, request.find("\r\n")));
+            requests_.push_back(request.substr(0, request.find("\r\n")) +
+                                (loggedIn ? " [logged in]" : ""));
+        }
+        if (requireLogin_ && !loggedIn) {
+            sendText(fd,
+                     "HTTP/1.0 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"Shoutcast"
+                     "\"\r\n\r\n");
+            ::close(fd);
+            continue;
         }
         const bool stats = request.find("mode=viewxml") != std::string::npos &&
                            request.find("pass=" + password_) != std::string::npos;

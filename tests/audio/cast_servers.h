@@ -29,6 +29,8 @@ class FakeShoutcast {
     std::vector<std::string> requests() const;
     // Drops the source connection, as a server does when it is restarted.
     void dropSource();
+    // From now on its admin pages ask for a log-in (401) unless the request brings one.
+    void requireLogin() { requireLogin_ = true; }
 
   private:
     void serveSource();
@@ -40,6 +42,7 @@ class FakeShoutcast {
     int sourceListener_ = -1, httpListener_ = -1;
     std::atomic<int> sourceClient_{-1};
     std::atomic<bool> stop_{false};
+    std::atomic<bool> requireLogin_{false};
     mutable std::mutex mutex_;
     std::string received_;
     std::vector<std::string> requests_;

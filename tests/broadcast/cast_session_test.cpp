@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "broadcast/connect_runner.h"
+#include "tests/audio/cast_servers.h"
 #include "tests/broadcast/cast_fixture.h"
 
 namespace tw::test {
@@ -302,6 +303,39 @@ TEST_F(CastSessionTest, KickWhileConnectedDoesNothingAndCancelEndsIt) {
     ASSERT_EQ(prompter.shown().size(), 1u);
     EXPECT_EQ(prompter.shown()[0].text.rfind("WARNING!!! Are You Sure", 0), 0u);
     EXPECT_EQ(form().chkReconnect.value, 0);
+}
+
+TEST_F(CastSessionTest, KickAndConnectAsksTheServerWithTheOperatorsLogInThenSavesAndCloses) {
+    audio::test::FakeShoutcast server("pw", "");
+    server.requireLogin();
+    open();
+    setProfile(0, "severType", "1");
+    setProfile(0, "severPath", "127.0.0.1");
+    setProfile(0, "severPort", std::to_string(server.port()));
+    cmdSettings_Click(*console);
+    prompter.queueAnswer("ok");     // the warning
+    prompter.queueAnswer("admin");  // the log-in the server asks for
+    prompter.queueAnswer("pw");
+    cmdKickSource_Click(*console);
+    // Saved with the reconnect ticked, then closed: the poll connects.
+    EXPECT_EQ(profileValue(0, "autoReConnect"), "1");
+    EXPECT_FALSE(form().frmCast.visible);
+    const auto kicked = [&] {
+        for (const auto& r : server.requests()) {
+            if (r == "GET /admin.cgi?mode=kicksrc HTTP/1.1 [logged in]") {
+                return true;
+            }
+        }
+        return false;
+    };
+    for (int i = 0; i < 400 && !kicked(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        loop.processPending();  // the log-in question comes back to the console thread
+    }
+    EXPECT_TRUE(kicked());
+    ASSERT_GE(server.requests().size(), 2u);
+    EXPECT_EQ(server.requests()[0], "GET /admin.cgi?mode=kicksrc HTTP/1.1")
+        << "first without a log-in";
 }
 
 }  // namespace
