@@ -1,6 +1,7 @@
 // tarnwave: the console, on the station folder of $TARNWAVE_HOME or of the program.
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QImage>
 #include <QTimer>
 #include <algorithm>
@@ -87,7 +88,11 @@ int main(int argc, char** argv) {
     });
     console.load();
     console.window().syncTitle();
-    console.window().show();
+    // Headless there is no one to look: the window is not shown, so nothing is painted (a
+    // screenshot still renders it).
+    if (!headless && QGuiApplication::platformName() != QStringLiteral("offscreen")) {
+        console.window().show();
+    }
     if (options.quitAfterSeconds) {
         const double ms = std::min(*options.quitAfterSeconds * 1000, double{INT_MAX});
         QTimer::singleShot(static_cast<int>(ms), &app, &QCoreApplication::quit);

@@ -187,7 +187,7 @@ void EncoderSession::feed(std::stop_token stop) {
     while (!stop.stop_requested()) {
         const std::size_t n = tap->samples.read(block.data(), block.size());
         if (n == 0) {
-            std::this_thread::sleep_for(10ms);
+            std::this_thread::sleep_for(40ms);  // the tap holds two seconds
             continue;
         }
         const char* bytes = reinterpret_cast<const char*>(block.data());

@@ -17,8 +17,9 @@ constexpr std::size_t kRingFrames = 1 << 17;  // 2.97 s at 44100 Hz
 constexpr std::size_t kReadAheadFrames = 2 * kMixRate + kMixRate / 2;
 // Filled at once when a stream starts, so that the first block is not silence.
 constexpr std::size_t kStartFrames = 8192;
-constexpr auto kEventPoll = std::chrono::milliseconds(2);
-constexpr auto kReadAheadPoll = std::chrono::milliseconds(10);
+// How often the event worker looks for ends: the console's own tick is 60 ms.
+constexpr auto kEventPoll = std::chrono::milliseconds(20);
+constexpr auto kReadAheadPoll = std::chrono::milliseconds(40);
 
 bool silentByEnvironment() {
     const char* v = std::getenv("TARNWAVE_AUDIO");

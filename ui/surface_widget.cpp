@@ -68,8 +68,11 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     repaint_.setTimerType(Qt::CoarseTimer);
     repaint_.setInterval(repaintMs);
     QObject::connect(&repaint_, &QTimer::timeout, this, [this] {
-        syncTitle();
-        repaintChanges();
+        // A window no one sees (headless, or not shown yet) has nothing to compare or paint.
+        if (isVisible()) {
+            syncTitle();
+            repaintChanges();
+        }
     });
     repaint_.start();
     syncTitle();
