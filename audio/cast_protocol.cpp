@@ -23,6 +23,18 @@ std::string oneLine(std::string_view text) {
     return out;
 }
 
+// A password goes byte for byte as the operator typed it (the server compares bytes); only a
+// line break, which would end it, is dropped.
+std::string bareLine(std::string_view text) {
+    std::string out;
+    for (char c : text) {
+        if (c != '\r' && c != '\n') {
+            out += c;
+        }
+    }
+    return out;
+}
+
 // Decodes one UTF-8 sequence at s[i]; -1 when it is not valid UTF-8.
 long nextCodePoint(std::string_view s, std::size_t& i) {
     const auto b = static_cast<unsigned char>(s[i]);
@@ -102,9 +114,8 @@ bool parseServerText(std::string_view server, CastTarget& target) {
         }
     }
     // A host name is printable ASCII without blanks: nothing of it can break a request line.
-    if (host.empty() || !std::all_of(host.begin(), host.end(), [](unsigned char c) {
-            return c > 0x20 && c < 0x7F;
-        })) {
+    if (host.empty() || !std::all_of(host.begin(), host.end(),
+                                     [](unsigned char c) { return c > 0x20 && c < 0x7F; })) {
         return false;
     }
     target.host = std::string(host);
@@ -131,7 +142,7 @@ std::string sourceHandshake(const CastTarget& target, const StationInfo& info) {
                    "Ice-URL: " + oneLine(info.url) + "\r\n" + "Ice-Genre: " + oneLine(info.genre) +
                    "\r\n" + "Ice-Audio-Info: bitrate=" + br + "\r\n\r\n";
         case CastProtocol::Icecast1:
-            return "SOURCE " + oneLine(info.password) + " " + oneLine(target.mount) + "\r\n" +
+            return "SOURCE " + bareLine(info.password) + " " + oneLine(target.mount) + "\r\n" +
                    "Content-Type: " + oneLine(info.contentType) + "\r\n" +
                    "x-audiocast-name: " + oneLine(info.name) + "\r\n" +
                    "x-audiocast-url: " + oneLine(info.url) + "\r\n" +
@@ -140,11 +151,11 @@ std::string sourceHandshake(const CastTarget& target, const StationInfo& info) {
                    "x-audiocast-bitrate: " + br + "\r\n" +
                    "x-audiocast-public: " + (info.isPublic ? "1" : "0") + "\r\n\r\n";
         case CastProtocol::Shoutcast2:
-            return oneLine(info.password) + ":#" + oneLine(target.sid) + "\r\n";
+            return bareLine(info.password) + ":#" + oneLine(target.sid) + "\r\n";
         case CastProtocol::Shoutcast1:
             break;
     }
-    return oneLine(info.password) + "\r\n";
+    return bareLine(info.password) + "\r\n";
 }
 
 std::string shoutcastHeaders(const StationInfo& info) {

@@ -164,6 +164,45 @@ TEST_F(CastTest, AShoutcastServerRefusesAWrongPasswordAtOnce) {
     EXPECT_EQ(engine.encodeGetCount(enc, 2), 0u);
 }
 
+TEST_F(CastTest, ShoutcastTwoInItsLegacyModeTakesThePasswordWithTheStreamId) {
+    FakeShoutcast server("s3cret:#2", "");
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    ASSERT_TRUE(castTo(enc, server.server() + ",2", "s3cret"));
+    EXPECT_TRUE(eventually([&] { return mp3Frames(server.received()) > 10; }));
+}
+
+TEST_F(CastTest, APasswordWithShellAndNonAsciiCharactersArrivesByteForByte) {
+    const std::string password = "p;$(x)`y`\"q'\\\xC3\xA9";
+    FakeShoutcast server(password, "");
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    EXPECT_TRUE(castTo(enc, server.server(), password));
+}
+
+TEST_F(CastTest, AnAacEncoderSendsAdtsFrames) {
+    FakeShoutcast server("hackme", "");
+    const Handle enc = engine.encodeStart(
+        mixer,
+        "ffmpeg -loglevel quiet -f s16le -ar 44100 -ac 2 -i - -c:a aac -b:a 128000 -f adts -",
+        kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    const StationInfo s = station();
+    ASSERT_TRUE(engine.castInit(enc, server.server(), "hackme", "audio/aac", s.name, s.url, s.genre,
+                                s.description, "", 128, false));
+    const auto adts = [&] {
+        const std::string got = server.received();
+        int frames = 0;
+        for (std::size_t i = 0; i + 1 < got.size(); ++i) {
+            frames += static_cast<unsigned char>(got[i]) == 0xFF &&
+                      (static_cast<unsigned char>(got[i + 1]) & 0xF6) == 0xF0;
+        }
+        return frames;
+    };
+    EXPECT_TRUE(eventually([&] { return adts() > 20; }, 8000ms));
+    EXPECT_NE(server.received().find("content-type:audio/aac\r\n"), std::string::npos);
+}
+
 TEST_F(CastTest, AnUnreachableServerFailsWithinThreeSeconds) {
     const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
     ASSERT_NE(enc, 0u);
