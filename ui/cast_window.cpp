@@ -6,6 +6,7 @@
 #include <QPainter>
 
 #include "desk/actions.h"
+#include "ui/box_editor.h"
 #include "ui/console_colors.h"
 #include "ui/element_painter.h"
 
@@ -150,14 +151,7 @@ void CastWindow::closeEvent(QCloseEvent* event) {
 
 void CastWindow::openEditor(core::Element& box) {
     editing_ = box.name;
-    editor_->setFont(consoleFont(box.fontSize, box.fontBold));
-    editor_->setGeometry(QRectF(box.rect.left, box.rect.top, box.rect.width, box.rect.height)
-                             .toAlignedRect()
-                             .adjusted(1, 1, -1, -1));
-    editor_->setText(QString::fromStdString(box.text));
-    editor_->selectAll();
-    editor_->show();
-    editor_->setFocus(Qt::MouseFocusReason);
+    openBoxEditor(*editor_, box);
 }
 
 void CastWindow::closeEditor() {

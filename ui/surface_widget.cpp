@@ -23,6 +23,7 @@
 #include "desk/actions.h"
 #include "desk/console_layout.h"
 #include "desk/size_form_controls.h"
+#include "ui/box_editor.h"
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
@@ -219,14 +220,7 @@ void SurfaceWidget::afterAction(const std::string& action, const std::string& na
 
 void SurfaceWidget::openEditor(const core::Element& box) {
     editing_ = box.name;
-    editor_->setFont(consoleFont(box.fontSize, box.fontBold));
-    editor_->setGeometry(QRectF(box.rect.left, box.rect.top, box.rect.width, box.rect.height)
-                             .toAlignedRect()
-                             .adjusted(1, 1, -1, -1));
-    editor_->setText(QString::fromStdString(box.text));
-    editor_->selectAll();  // typing replaces what stands there ("Type Search Here")
-    editor_->show();
-    editor_->setFocus(Qt::MouseFocusReason);
+    openBoxEditor(*editor_, box);
 }
 
 void SurfaceWidget::closeEditor() {
