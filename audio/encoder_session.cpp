@@ -187,7 +187,7 @@ void EncoderSession::feed(std::stop_token stop) {
     while (!stop.stop_requested()) {
         const std::size_t n = tap->samples.read(block.data(), block.size());
         if (n == 0) {
-            std::this_thread::sleep_for(40ms);  // the tap holds two seconds
+            std::this_thread::sleep_for(100ms);  // the tap holds two seconds
             continue;
         }
         const char* bytes = reinterpret_cast<const char*>(block.data());
@@ -225,6 +225,11 @@ void EncoderSession::pump(std::stop_token stop) {
         const int fd = socket_.load();
         if (fd < 0) {
             continue;
+        }
+        if (static_cast<std::size_t>(n) < buffer.size() / 2) {
+            // Little came: let more gather (the pipe holds seconds of the stream) rather than
+            // wake for every frame the encoder writes.
+            std::this_thread::sleep_for(50ms);
         }
         if (sendAll(fd, buffer.data(), static_cast<std::size_t>(n), kSendLimitMs)) {
             sent_ += static_cast<std::uint64_t>(n);

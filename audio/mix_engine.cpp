@@ -19,7 +19,7 @@ constexpr std::size_t kReadAheadFrames = 2 * kMixRate + kMixRate / 2;
 constexpr std::size_t kStartFrames = 8192;
 // How often the event worker looks for ends: the console's own tick is 60 ms.
 constexpr auto kEventPoll = std::chrono::milliseconds(20);
-constexpr auto kReadAheadPoll = std::chrono::milliseconds(40);
+constexpr auto kReadAheadPoll = std::chrono::milliseconds(100);
 
 bool silentByEnvironment() {
     const char* v = std::getenv("TARNWAVE_AUDIO");
