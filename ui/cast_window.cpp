@@ -1,9 +1,11 @@
 #include "ui/cast_window.h"
 
 #include <QCloseEvent>
+#include <QHelpEvent>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QToolTip>
 
 #include "desk/actions.h"
 #include "ui/box_editor.h"
@@ -89,6 +91,22 @@ core::Element* CastWindow::elementAt(const QPointF& at) {
         }
     }
     return found;
+}
+
+bool CastWindow::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip) {
+        return QWidget::event(event);
+    }
+    // The tool tips are the elements' own.
+    auto* help = static_cast<QHelpEvent*>(event);
+    const core::Element* e = elementAt(help->pos());
+    if (e && !e->toolTip.empty()) {
+        QToolTip::showText(help->globalPos(), QString::fromStdString(e->toolTip), this);
+    } else {
+        QToolTip::hideText();
+        event->ignore();
+    }
+    return true;
 }
 
 void CastWindow::paintEvent(QPaintEvent*) {

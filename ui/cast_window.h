@@ -25,6 +25,7 @@ class CastWindow final : public QWidget {
     core::Element* elementAt(const QPointF& at);
 
   protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void closeEvent(QCloseEvent* event) override;

@@ -216,8 +216,9 @@ void FakeShoutcast::serveHttp() {
     }
 }
 
-Icecast::Icecast(const std::filesystem::path& folder, const std::string& password)
-    : folder_(folder), password_(password) {
+Icecast::Icecast(const std::filesystem::path& folder, const std::string& password,
+                 std::string shoutcastMount)
+    : folder_(folder), password_(password), shoutcastMount_(std::move(shoutcastMount)) {
     launch();
 }
 
@@ -243,7 +244,7 @@ bool Icecast::launch() {
         return false;
     }
     if (port_ == 0) {
-        port_ = freePort();
+        port_ = freePort(!shoutcastMount_.empty());
     }
     // Run as root, icecast insists on giving itself away; its logs must then be writable.
     std::filesystem::create_directories(folder_);
@@ -256,7 +257,11 @@ bool Icecast::launch() {
                           << "</source-password><admin-user>admin</admin-user><admin-password>"
                           << password_ << "</admin-password></authentication>"
                           << "<hostname>127.0.0.1</hostname><listen-socket><port>" << port_
-                          << "</port><bind-address>127.0.0.1</bind-address></listen-socket>"
+                          << "</port><bind-address>127.0.0.1</bind-address>"
+                          << (shoutcastMount_.empty()
+                                  ? std::string()
+                                  : "<shoutcast-mount>" + shoutcastMount_ + "</shoutcast-mount>")
+                          << "</listen-socket>"
                           << "<paths><basedir>/usr/share/icecast2</basedir><logdir>"
                           << folder_.string() << "</logdir><webroot>/usr/share/icecast2/web</"
                           << "webroot><adminroot>/usr/share/icecast2/admin</adminroot></paths>"

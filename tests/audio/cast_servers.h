@@ -53,7 +53,10 @@ class Icecast {
   public:
     // Starts icecast2 on a free port with `password` for sources and admin; false in ok() when
     // the program is missing or does not come up.
-    Icecast(const std::filesystem::path& folder, const std::string& password);
+    // With shoutcastMount set, the port also takes Shoutcast sources (on the port above) for that
+    // mount, as Icecast's Shoutcast-compatible listener does.
+    Icecast(const std::filesystem::path& folder, const std::string& password,
+            std::string shoutcastMount = {});
     ~Icecast();
     bool ok() const { return pid_ > 0; }
     int port() const { return port_; }
@@ -64,6 +67,7 @@ class Icecast {
     bool launch();
     std::filesystem::path folder_;
     std::string password_;
+    std::string shoutcastMount_;
     int port_ = 0;
     pid_t pid_ = -1;
 };

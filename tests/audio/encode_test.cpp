@@ -255,6 +255,23 @@ TEST_F(CastTest, IcecastTwoTakesTheStreamAListenerHearsItAndTheTitleAndStatistic
     EXPECT_EQ(engine.encodeIsActive(again), kPlaying);
 }
 
+TEST_F(CastTest, IcecastsShoutcastCompatiblePortTakesTheShoutcastSourceProtocol) {
+    Icecast icecast(dir / "icecast", "hackme", "/sc");
+    if (!icecast.ok()) {
+        GTEST_SKIP() << "icecast2 is not installed here (scripts/install-deps.sh installs it)";
+    }
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead | kEncodeAutoFree);
+    ASSERT_NE(enc, 0u);
+    // "host:port": the Shoutcast form, password line to the port above, "OK2", icy- headers.
+    ASSERT_TRUE(castTo(enc, "127.0.0.1:" + std::to_string(icecast.port()), "hackme"))
+        << tw::test::readFile(dir / "icecast/error.log");
+    std::this_thread::sleep_for(500ms);
+    EXPECT_GT(mp3Frames(listen(icecast.port(), "/sc", 2000)), 20);
+    EXPECT_NE(engine.castGetStats(enc, 1, "hackme").find("<server_name>Tarn \"FM\"</server_name>"),
+              std::string::npos)
+        << "the icy- headers named the station";
+}
+
 TEST_F(CastTest, IcecastRefusesAWrongPassword) {
     Icecast icecast(dir / "icecast", "hackme");
     if (!icecast.ok()) {

@@ -5,8 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
+#include <QHelpEvent>
 #include <QLineEdit>
 #include <QTest>
+#include <QToolTip>
 
 #include "audio/null_engine.h"
 #include "broadcast/cast_state.h"
@@ -77,6 +80,14 @@ TEST_F(CastWindowTest, TypingInAFieldMarksTheFormChangedAndSaveThenCloseHidesIt)
     EXPECT_FALSE(f.frmCast.visible);
     cast().follow();
     EXPECT_FALSE(cast().isVisible());
+}
+
+TEST_F(CastWindowTest, AFieldsToolTipIsItsOwn) {
+    openForm();
+    const QPoint at = centre(c().ui.cast.txtPortNumber);
+    QHelpEvent help(QEvent::ToolTip, at, cast().mapToGlobal(at));
+    QApplication::sendEvent(&cast(), &help);
+    EXPECT_EQ(QToolTip::text(), QString("Enter Port Number of your Streaming Service"));
 }
 
 TEST_F(CastWindowTest, TheCloseBoxClosesAsTheCloseButtonDoes) {
