@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "broadcast/connect_runner.h"
+#include "playout/position_monitor.h"
 #include "tests/audio/cast_servers.h"
 #include "tests/broadcast/cast_fixture.h"
 
@@ -275,6 +276,45 @@ TEST_F(CastSessionTest, OnAirStartsWhenEncoderOneIsStoppedAndStopsWhenItIsActive
     btnStart_Click(*console, [&] { ++serverStarts; });
     EXPECT_EQ(serverStarts, 1);
     EXPECT_EQ(console->encoderHandles[0], 0u);
+}
+
+// One poll of the position monitor (its hundredth tick).
+void poll(core::Console& c) {
+    c.tmrCheckPositionBool = true;
+    c.statsTicks = 99;
+    playout::tmrCheckPosition_Timer(c);
+}
+
+TEST_F(CastSessionTest, WithAutoReconnectSetTheStopHoldsOnlyUntilTheNextPollAsDesigned) {
+    open();
+    setProfile(0, "autoReConnect", "1");
+    loadEncoderDataFromIni(*console);
+    start(*console);
+    settle();
+    Stop_(*console);
+    ASSERT_EQ(console->encoderHandles[0], 0u);
+    poll(*console);  // no answer from a stopped encoder, and autoReConnect: connect again
+    const auto& texts = console->form().frmTarnDesk.drawing.texts;
+    ASSERT_FALSE(texts.empty());
+    EXPECT_EQ(texts.back().text, "Trying To RE-Connect to Server using settings in Encoder:1");
+    settle();
+    EXPECT_NE(console->encoderHandles[0], 0u);
+    EXPECT_EQ(onAirCaption(), "ON AIR");
+}
+
+TEST_F(CastSessionTest, WithoutAutoReconnectADeadServerChangesOnlyTheListenerFigure) {
+    open();
+    start(*console);
+    settle();
+    const audio::Handle h = console->encoderHandles[0];
+    engine.setStats(h, 0, "<CURRENTLISTENERS>3</CURRENTLISTENERS>");
+    poll(*console);
+    EXPECT_EQ(console->form().lblListerners.caption, "3");
+    engine.setStats(h, 0, "");
+    poll(*console);
+    EXPECT_EQ(console->encoderHandles[0], h) << "the dead handle stays in place";
+    EXPECT_EQ(onAirCaption(), "ON AIR");
+    EXPECT_EQ(console->form().lblListerners.caption, "3") << "a dead encoder writes no figure";
 }
 
 TEST_F(CastSessionTest, PasswordsNeverReachTheLog) {
