@@ -115,7 +115,18 @@ void CastWindow::paintEvent(QPaintEvent*) {
     p.fillRect(rect(), consoleColor(f.frmCast.backColor));
     p.setRenderHint(QPainter::TextAntialiasing);
     for (const core::Element* e : f.all()) {
-        if (e->kind != core::ElementKind::Form && e->visible && e->rect.width > 0) {
+        if (e->kind == core::ElementKind::Form || !e->visible || e->rect.width <= 0) {
+            continue;
+        }
+        if (e == &f.txtPassword) {
+            // The password is never shown on the screen: a bullet for each character.
+            core::Element masked = *e;
+            masked.text.clear();
+            for (qsizetype i = 0; i < QString::fromStdString(e->text).size(); ++i) {
+                masked.text += "\u2022";
+            }
+            paintElement(p, masked);
+        } else {
             paintElement(p, *e);
         }
     }
@@ -169,6 +180,8 @@ void CastWindow::closeEvent(QCloseEvent* event) {
 
 void CastWindow::openEditor(core::Element& box) {
     editing_ = box.name;
+    editor_->setEchoMode(&box == &console_.ui.cast.txtPassword ? QLineEdit::Password
+                                                               : QLineEdit::Normal);
     openBoxEditor(*editor_, box);
 }
 

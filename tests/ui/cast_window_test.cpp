@@ -82,6 +82,30 @@ TEST_F(CastWindowTest, TypingInAFieldMarksTheFormChangedAndSaveThenCloseHidesIt)
     EXPECT_FALSE(cast().isVisible());
 }
 
+TEST_F(CastWindowTest, ThePasswordIsNeverShownOnTheScreen) {
+    openForm();
+    auto& f = c().ui.cast;
+    QTest::mouseClick(&cast(), Qt::LeftButton, {}, centre(f.txtPassword));
+    auto* editor = cast().findChild<QLineEdit*>();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_EQ(editor->echoMode(), QLineEdit::Password);
+    QTest::keyClicks(editor, "s3cret");
+    EXPECT_EQ(f.txtPassword.text, "s3cret");
+    QTest::mouseClick(&cast(), Qt::LeftButton, {}, centre(f.txtName));
+    EXPECT_EQ(editor->echoMode(), QLineEdit::Normal);
+    // Drawn: the password box shows bullets, as many as the characters, and no letters.
+    const QImage shown = cast().grab().toImage();
+    f.txtPassword.text = "";
+    const QImage empty = cast().grab().toImage();
+    const QRect box(
+        static_cast<int>(f.txtPassword.rect.left), static_cast<int>(f.txtPassword.rect.top),
+        static_cast<int>(f.txtPassword.rect.width), static_cast<int>(f.txtPassword.rect.height));
+    EXPECT_NE(shown.copy(box), empty.copy(box)) << "something is drawn for the password";
+    f.txtPassword.text = "iiiiii";
+    EXPECT_EQ(cast().grab().toImage().copy(box), shown.copy(box))
+        << "six characters look alike whatever they are";
+}
+
 TEST_F(CastWindowTest, AFieldsToolTipIsItsOwn) {
     openForm();
     const QPoint at = centre(c().ui.cast.txtPortNumber);
