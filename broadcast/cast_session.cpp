@@ -47,6 +47,11 @@ std::int32_t countBehind(const std::string& answer, const std::string& tag) {
 // Steps 9 and 10 of the start, on the console thread, in encoder order.
 void applyConnect(core::Console& c, const ConnectRequest& r, bool connected) {
     auto& m = c.form();
+    // An encoder stopped (or replaced) while it connected: its result is no longer news. The
+    // original connected in the click itself, so nothing could come between.
+    if (c.encoderHandles[static_cast<std::size_t>(r.index)] != r.encoder) {
+        return;
+    }
     if (!connected) {
         core::printOnButton(m.cmdOnAir, ImageRole::Gray, "OFF AIR");
         playStudioTone(c);

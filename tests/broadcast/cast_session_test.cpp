@@ -317,6 +317,28 @@ TEST_F(CastSessionTest, WithoutAutoReconnectADeadServerChangesOnlyTheListenerFig
     EXPECT_EQ(console->form().lblListerners.caption, "3") << "a dead encoder writes no figure";
 }
 
+TEST_F(CastSessionTest, AConnectThatComesBackAfterTheStopChangesNothing) {
+    open();
+    std::mutex m;
+    std::condition_variable cv;
+    bool release = false;
+    engine.castAnswer = [&](const std::string&) {
+        std::unique_lock lock(m);
+        cv.wait(lock, [&] { return release; });
+        return true;
+    };
+    start(*console);
+    Stop_(*console);  // the operator stops while the server is still being asked
+    {
+        std::lock_guard lock(m);
+        release = true;
+    }
+    cv.notify_all();
+    settle();
+    EXPECT_EQ(onAirCaption(), "OFF AIR");
+    EXPECT_EQ(form().btnStart.caption, "Start");
+}
+
 TEST_F(CastSessionTest, PasswordsNeverReachTheLog) {
     open();
     setProfile(0, "PW", "very-secret-pw");
