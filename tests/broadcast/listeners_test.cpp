@@ -73,6 +73,15 @@ TEST_F(ListenersTest, ADoubleClickResetsThePeakToZeroAndStoresIt) {
     EXPECT_EQ(console->form().lblPeakListeners.caption, " 26");
 }
 
+TEST_F(ListenersTest, BeforeAnythingHasPlayedTheEmptyKeyIsUsedAsItIs) {
+    console->currentTitle.clear();
+    listeners(4);
+    EXPECT_EQ(console->cast->lastListenerCount, 4);
+    EXPECT_EQ(console->form().lblPeakListeners.caption, " 4");
+    EXPECT_EQ(outs(""), "-4") << "the settings store keeps a section with an empty name";
+    EXPECT_TRUE(appLogLines().empty());
+}
+
 TEST_F(ListenersTest, StrayTextInTheStoredChargeCountsFromItsNumericPrefix) {
     autodj::writeHistory(*console, "Band - Tune", autodj::kTunedOut, "4 listeners");
     listeners(0);  // no change from 0: nothing
