@@ -11,7 +11,7 @@
 #   STATION/Rotations/Demo.rot       one row per category, no sweeper, in the rotation file's
 #                                    300-byte records
 #   STATION/Sweepers/                empty
-#   STATION/appSettings.ini          artist separation of half an hour, when the file is missing
+#   STATION/appSettings.ini          artist separation of half an hour, when the file has none
 # A station whose Music folder already holds a category is left as it is.
 #
 # Environment: TW_BUILD_DIR (default build/ of this checkout) is where tarnwave-tag is found or
@@ -140,7 +140,7 @@ while ((running > 0)); do
 done
 echo
 
-if [[ ! -f $station/appSettings.ini ]]; then
-    printf '[ArtistSeperation]\r\nHours=0.5\r\n' > "$station/appSettings.ini"
+if ! grep -qs '^\[ArtistSeperation\]' "$station/appSettings.ini"; then
+    printf '[ArtistSeperation]\r\nHours=0.5\r\n' >> "$station/appSettings.ini"
 fi
 echo "make-demo-station.sh: $((categories * tracks)) tracks in $categories categories under $station/Music"
