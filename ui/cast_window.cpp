@@ -56,6 +56,11 @@ CastWindow::CastWindow(core::Console& console, QWidget* owner, int beatMs)
     beat_.start();
 }
 
+CastWindow::~CastWindow() {
+    QObject::disconnect(editor_, nullptr, this, nullptr);
+    editor_->blockSignals(true);
+}
+
 void CastWindow::follow() {
     const core::CastForm& f = console_.ui.cast;
     const bool wanted = f.frmCast.visible && console_.loaded && !console_.unloaded;

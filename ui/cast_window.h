@@ -18,6 +18,8 @@ namespace tw::ui {
 class CastWindow final : public QWidget {
   public:
     CastWindow(core::Console& console, QWidget* owner, int beatMs = 100);
+    // Cuts the editor off first: the base class's destruction still sends it focus events.
+    ~CastWindow() override;
 
     // Shows or hides the window as frmCast says and repaints it; called by the beat.
     void follow();

@@ -79,6 +79,11 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     syncTitle();
 }
 
+SurfaceWidget::~SurfaceWidget() {
+    QObject::disconnect(editor_, nullptr, this, nullptr);
+    editor_->blockSignals(true);
+}
+
 QUrl SurfaceWidget::helpPage() {
     // A browser cannot read the program's resources: the page is written to the user's cache
     // folder (rewritten when it differs, so a newer program brings its newer page) and opened

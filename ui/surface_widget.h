@@ -29,6 +29,8 @@ class SurfaceWidget final : public QWidget {
     // places that changed: the logic changes the surface on its own timers, with no change
     // signal to wait for.
     explicit SurfaceWidget(core::Console& console, int repaintMs = 60, QWidget* parent = nullptr);
+    // Cuts the editor off first: the base class's destruction still sends it focus events.
+    ~SurfaceWidget() override;
 
     // The window's title follows frmTarnDesk's caption; called by the repaint beat, and public
     // so that a caller need not wait for the beat.
