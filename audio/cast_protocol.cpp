@@ -12,17 +12,6 @@ bool allDigits(std::string_view s) {
            std::all_of(s.begin(), s.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
 }
 
-// A station text for a header: servers read headers as Latin-1, and a line break would end it.
-std::string oneLine(std::string_view text) {
-    std::string out;
-    for (char c : asLatin1(text)) {
-        if (c != '\r' && c != '\n') {
-            out += c;
-        }
-    }
-    return out;
-}
-
 // A password goes byte for byte as the operator typed it (the server compares bytes); only a
 // line break, which would end it, is dropped.
 std::string bareLine(std::string_view text) {
@@ -33,6 +22,11 @@ std::string bareLine(std::string_view text) {
         }
     }
     return out;
+}
+
+// A station text for a header: servers read headers as Latin-1, and a line break would end it.
+std::string oneLine(std::string_view text) {
+    return bareLine(asLatin1(text));
 }
 
 // Decodes one UTF-8 sequence at s[i]; -1 when it is not valid UTF-8.

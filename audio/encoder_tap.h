@@ -19,7 +19,7 @@ namespace tw::audio {
 struct EncoderTap {
     explicit EncoderTap(std::size_t frames) : samples(frames * kMixChannels) {}
 
-    // Audio thread: one block of interleaved stereo floats, all of it or none.
+    // Audio thread: one block of interleaved 16-bit stereo, all of it or none.
     void offer(const std::int16_t* pcm, std::size_t frames) {
         if (samples.writable() < frames * kMixChannels) {
             droppedFrames.fetch_add(frames, std::memory_order_relaxed);

@@ -32,7 +32,6 @@ HttpAnswer httpGet(const std::string& url, const std::string& userPassword, int 
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(timeoutMs));
     // Shoutcast's admin pages answer only browsers.
     curl_easy_setopt(curl, CURLOPT_USERAGENT, "Mozilla/5.0 (compatible; TarnWave)");
-    curl_easy_setopt(curl, CURLOPT_HTTP200ALIASES, nullptr);
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, collect);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answer.body);
     if (!userPassword.empty()) {

@@ -61,28 +61,26 @@ void selectFormat(core::CastForm& f, int index) {
 }
 
 // What the form holds, as the save writes it.
-std::string valueOnForm(core::Console& c, const std::string& key) {
-    auto& f = form(c);
+// What the form holds for a profile value, as the save writes it.
+std::string valueOnForm(core::CastForm& f, std::string EncoderProfile::*value) {
     for (const FieldBinding& b : kFields) {
-        for (const ProfileKey& k : profileKeys()) {
-            if (k.value == b.value && key == k.key) {
-                return (f.*b.box).text;
-            }
+        if (b.value == value) {
+            return (f.*b.box).text;
         }
     }
-    if (key == "severType") {
+    if (value == &EncoderProfile::severType) {
         return std::to_string(f.cmboServerType.listIndex);
     }
-    if (key == "bitRate") {
+    if (value == &EncoderProfile::bitRate) {
         return f.cmbBitrate.text;
     }
-    if (key == "autoReConnect") {
+    if (value == &EncoderProfile::autoReConnect) {
         return std::to_string(f.chkReconnect.value);
     }
-    if (key == "makePublic") {
+    if (value == &EncoderProfile::makePublic) {
         return std::to_string(f.chkPublic.value);
     }
-    if (key == "Enabled") {
+    if (value == &EncoderProfile::Enabled) {
         return std::to_string(f.chkEnableEncoder.value);
     }
     return {};
@@ -142,7 +140,7 @@ void loadEncoderDataFromIni(core::Console& c) {
         EncoderProfile& p = profile(c, i);
         for (const ProfileKey& k : profileKeys()) {
             std::string def = k.defaultValue;
-            if (std::string(k.key) == "Enabled") {
+            if (k.value == &EncoderProfile::Enabled) {
                 def = i == 0 ? "1" : "0";
             }
             p.*k.value = core::readIni(c, c.appSettingsPath(), profileSection(i), k.key, def);
@@ -260,10 +258,10 @@ void cmdSave_Click(core::Console& c) {
     const int selected = state(c).selectedEncoder;
     const std::string section = profileSection(selected <= 1 ? 0 : selected - 1);
     for (const ProfileKey& k : profileKeys()) {
-        if (std::string(k.key) == "EncoderType") {
+        if (k.value == &EncoderProfile::EncoderType) {
             break;  // written after the handle step
         }
-        core::writeIniValue(c, c.appSettingsPath(), section, k.key, valueOnForm(c, k.key));
+        core::writeIniValue(c, c.appSettingsPath(), section, k.key, valueOnForm(f, k.value));
     }
     if (f.chkEnableEncoder.value == 0 && selected >= 1) {
         // The handle is forgotten first and the stop then goes to the empty handle: the

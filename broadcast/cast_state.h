@@ -3,16 +3,14 @@
 // appSettings.ini, the profile on the form, the Live 365 byte counts, the last listener count, and
 // the connects under way.
 //
-// Thread contract: console thread only, but for the connect batches (connect_batch.h).
+// Thread contract: console thread only, but for the connect batches (connect_runner.h).
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <thread>
-#include <vector>
 
+#include "broadcast/background_jobs.h"
 #include "core/console.h"
 
 namespace tw::broadcast {
@@ -37,12 +35,6 @@ const std::array<ProfileKey, 15>& profileKeys();
 // The section of profile index 0 to 11: "Shoutcast", "Shoutcast1" ... "Shoutcast11".
 std::string profileSection(int index);
 
-// A kick request under way; done once its thread has nothing left to do.
-struct KickRequest {
-    std::thread thread;
-    std::atomic<bool> done{false};
-};
-
 struct CastState {
     CastState() = default;
     ~CastState();
@@ -58,7 +50,7 @@ struct CastState {
     std::string titleOnAir;              // sent again after a reconnect
     std::string urlOnAir;
     std::shared_ptr<ConnectRunner> connects;
-    std::vector<std::unique_ptr<KickRequest>> kicks;
+    BackgroundJobs kicks;  // the kick requests under way
     // False once the state is gone: events posted by its threads then do nothing.
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };

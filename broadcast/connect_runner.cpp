@@ -31,11 +31,10 @@ struct ConnectRunner::Batch {
 };
 
 ConnectRunner::~ConnectRunner() {
+    // The connects still running end within their limit (jobs_ waits for them); what they post
+    // is no longer applied.
     for (auto& b : batches_) {
         b->cancelled = true;
-    }
-    for (Worker& w : workers_) {
-        w.thread.join();
     }
 }
 
@@ -48,20 +47,9 @@ bool ConnectRunner::busy() const {
     return false;
 }
 
-void ConnectRunner::reapFinished() {
-    std::erase_if(workers_, [](Worker& w) {
-        if (!w.done->load()) {
-            return false;
-        }
-        w.thread.join();
-        return true;
-    });
+void ConnectRunner::run(std::vector<ConnectRequest> requests, Apply apply) {
     std::erase_if(batches_,
                   [](const std::shared_ptr<Batch>& b) { return b->next >= b->requests.size(); });
-}
-
-void ConnectRunner::run(std::vector<ConnectRequest> requests, Apply apply) {
-    reapFinished();
     if (requests.empty()) {
         return;
     }
@@ -71,20 +59,16 @@ void ConnectRunner::run(std::vector<ConnectRequest> requests, Apply apply) {
     batch->results.resize(batch->requests.size());
     batches_.push_back(batch);
     for (std::size_t i = 0; i < batch->requests.size(); ++i) {
-        auto done = std::make_shared<std::atomic<bool>>(false);
-        workers_.push_back({std::thread([this, batch, i, done] {
-                                const ConnectRequest& r = batch->requests[i];
-                                const bool ok = engine_.castInit(
-                                    r.encoder, r.server, r.password, r.contentType, r.name, r.url,
-                                    r.genre, r.description, "", r.kbps, r.isPublic);
-                                {
-                                    std::lock_guard lock(batch->mutex);
-                                    batch->results[i] = ok;
-                                }
-                                loop_.post([batch] { batch->drain(); });
-                                done->store(true);
-                            }),
-                            done});
+        jobs_.run([this, batch, i] {
+            const ConnectRequest& r = batch->requests[i];
+            const bool ok = engine_.castInit(r.encoder, r.server, r.password, r.contentType, r.name,
+                                             r.url, r.genre, r.description, "", r.kbps, r.isPublic);
+            {
+                std::lock_guard lock(batch->mutex);
+                batch->results[i] = ok;
+            }
+            loop_.post([batch] { batch->drain(); });
+        });
     }
 }
 

@@ -8,15 +8,14 @@
 // of their own and touch only the engine (whose cast calls are safe from any thread) and their
 // batch. apply runs on the console thread, never after the runner is gone.
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "audio/engine.h"
+#include "broadcast/background_jobs.h"
 #include "core/event_loop.h"
 
 namespace tw::broadcast {
@@ -44,16 +43,11 @@ class ConnectRunner {
 
   private:
     struct Batch;
-    struct Worker {
-        std::thread thread;
-        std::shared_ptr<std::atomic<bool>> done;
-    };
-    void reapFinished();
 
     audio::Engine& engine_;
     core::EventLoop& loop_;
     std::vector<std::shared_ptr<Batch>> batches_;
-    std::vector<Worker> workers_;
+    BackgroundJobs jobs_;  // last: joined first, while the batches still stand
 };
 
 }  // namespace tw::broadcast

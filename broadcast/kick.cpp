@@ -12,39 +12,28 @@ constexpr int kKickLimitMs = 3000;
 }  // namespace
 
 void kickSource(core::Console& c, const std::string& url, const std::string& userPassword) {
-    auto& kicks = c.cast->kicks;
-    std::erase_if(kicks, [](const std::unique_ptr<KickRequest>& k) {
-        if (!k->done) {
-            return false;
-        }
-        k->thread.join();
-        return true;
-    });
-    auto request = std::make_unique<KickRequest>();
-    KickRequest* r = request.get();
     auto alive = c.cast->alive;
     core::EventLoop* loop = c.svc.loop;
-    r->thread = std::thread([&c, loop, url, userPassword, r, alive] {
+    c.cast->kicks.run([&c, loop, url, userPassword, alive] {
         const audio::HttpAnswer answer = audio::httpGet(url, userPassword, kKickLimitMs);
-        if (answer.status == 401 && userPassword.empty()) {
-            loop->post([&c, url, alive] {
-                if (!*alive) {
-                    return;
-                }
-                const auto user = c.svc.prompter->askName(
-                    "Kick and Connect", "The server asks for a log-in. User:", "admin");
-                if (!user) {
-                    return;
-                }
-                const auto password = c.svc.prompter->askName("Kick and Connect", "Password:", "");
-                if (password) {
-                    kickSource(c, url, *user + ":" + *password);
-                }
-            });
+        if (answer.status != 401 || !userPassword.empty()) {
+            return;
         }
-        r->done = true;
+        loop->post([&c, url, alive] {
+            if (!*alive) {
+                return;
+            }
+            const auto user = c.svc.prompter->askName(
+                "Kick and Connect", "The server asks for a log-in. User:", "admin");
+            if (!user) {
+                return;
+            }
+            const auto password = c.svc.prompter->askName("Kick and Connect", "Password:", "");
+            if (password) {
+                kickSource(c, url, *user + ":" + *password);
+            }
+        });
     });
-    kicks.push_back(std::move(request));
 }
 
 }  // namespace tw::broadcast

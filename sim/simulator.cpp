@@ -9,6 +9,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "audio/wav_header.h"
 #include "autodj/library.h"
 #include "autodj/picker.h"
 #include "autodj/rotations.h"
@@ -76,30 +77,11 @@ class WavWriter {
     }
 
   private:
-    void put32(std::uint32_t v) {
-        const char b[4] = {static_cast<char>(v & 0xff), static_cast<char>((v >> 8) & 0xff),
-                           static_cast<char>((v >> 16) & 0xff), static_cast<char>(v >> 24)};
-        out_.write(b, 4);
-    }
-    void put16(std::uint16_t v) {
-        const char b[2] = {static_cast<char>(v & 0xff), static_cast<char>(v >> 8)};
-        out_.write(b, 2);
-    }
     void writeHeader(std::uint64_t dataBytes) {
         const auto data =
             static_cast<std::uint32_t>(std::min<std::uint64_t>(dataBytes, 0xffffffdbu));
-        out_.write("RIFF", 4);
-        put32(36 + data);
-        out_.write("WAVEfmt ", 8);
-        put32(16);
-        put16(1);  // PCM
-        put16(kChannels);
-        put32(kRate);
-        put32(kRate * kChannels * 2);
-        put16(kChannels * 2);
-        put16(16);
-        out_.write("data", 4);
-        put32(data);
+        const std::string header = audio::pcm16WavHeader(kRate, kChannels, data);
+        out_.write(header.data(), static_cast<std::streamsize>(header.size()));
     }
 
     std::ofstream out_;

@@ -22,6 +22,25 @@ std::string failure(const char* what, int err) {
     return std::string(what) + ": " + std::strerror(err);
 }
 
+// Writes everything or fails with errno set (ENOSPC for a write that took nothing).
+bool writeAll(int fd, const char* data, std::size_t size) {
+    while (size > 0) {
+        ssize_t n = ::write(fd, data, size);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            if (n == 0) {
+                errno = ENOSPC;
+            }
+            return false;
+        }
+        data += n;
+        size -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
 class FdSink : public ReplacementSink {
   public:
     FdSink(int fd, const WriteHooks& hooks) : fd_(fd), hooks_(hooks) {}
@@ -34,16 +53,9 @@ class FdSink : public ReplacementSink {
             error_ = failure("writing the new file", err);
             return false;
         }
-        while (!bytes.empty()) {
-            ssize_t n = ::write(fd_, bytes.data(), bytes.size());
-            if (n < 0 && errno == EINTR) {
-                continue;
-            }
-            if (n <= 0) {
-                error_ = failure("writing the new file", n < 0 ? errno : ENOSPC);
-                return false;
-            }
-            bytes.remove_prefix(static_cast<std::size_t>(n));
+        if (!writeAll(fd_, bytes.data(), bytes.size())) {
+            error_ = failure("writing the new file", errno);
+            return false;
         }
         return true;
     }
@@ -99,24 +111,6 @@ std::string resolvedTrack(const std::string& path, std::string& error) {
     std::string target(real);
     std::free(real);
     return target;
-}
-
-bool writeAll(int fd, const char* data, std::size_t size) {
-    while (size > 0) {
-        ssize_t n = ::write(fd, data, size);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            if (n == 0) {
-                errno = ENOSPC;
-            }
-            return false;
-        }
-        data += n;
-        size -= static_cast<std::size_t>(n);
-    }
-    return true;
 }
 
 // A track with other hard links keeps its inode: the complete, flushed image is copied into it.
@@ -235,8 +229,7 @@ std::string replaceFile(const std::string& givenPath, const struct stat& old,
         ::unlink(temp.c_str());
         return failure("replacing the track", err);
     }
-    struct stat now {};
-    if (::stat(path.c_str(), &now) == 0 && now.st_nlink > 1) {
+    if (old.st_nlink > 1) {
         return copyImageInto(temp, path, old);
     }
     if (::rename(temp.c_str(), path.c_str()) != 0) {

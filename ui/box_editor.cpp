@@ -6,15 +6,35 @@
 
 namespace tw::ui {
 
-void openBoxEditor(QLineEdit& editor, const core::Element& box) {
-    editor.setFont(consoleFont(box.fontSize, box.fontBold));
-    editor.setGeometry(QRectF(box.rect.left, box.rect.top, box.rect.width, box.rect.height)
+BoxEditor::BoxEditor(QWidget* host) : edit_(new QLineEdit(host)) {
+    edit_->hide();
+    edit_->setFrame(false);
+}
+
+BoxEditor::~BoxEditor() {
+    edit_->blockSignals(true);
+}
+
+void BoxEditor::open(const core::Element& box, bool password) {
+    editing_ = box.name;
+    edit_->setEchoMode(password ? QLineEdit::Password : QLineEdit::Normal);
+    edit_->setFont(consoleFont(box.fontSize, box.fontBold));
+    edit_->setGeometry(QRectF(box.rect.left, box.rect.top, box.rect.width, box.rect.height)
                            .toAlignedRect()
                            .adjusted(1, 1, -1, -1));
-    editor.setText(QString::fromStdString(box.text));
-    editor.selectAll();
-    editor.show();
-    editor.setFocus(Qt::MouseFocusReason);
+    edit_->setText(QString::fromStdString(box.text));
+    edit_->selectAll();
+    edit_->show();
+    edit_->setFocus(Qt::MouseFocusReason);
+}
+
+bool BoxEditor::close() {
+    if (editing_.empty()) {
+        return false;
+    }
+    editing_.clear();
+    edit_->hide();
+    return true;
 }
 
 }  // namespace tw::ui

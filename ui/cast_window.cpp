@@ -36,17 +36,15 @@ bool inside(const core::Element& e, const QPointF& at) {
 }  // namespace
 
 CastWindow::CastWindow(core::Console& console, QWidget* owner, int beatMs)
-    : QWidget(owner, Qt::Dialog), console_(console), editor_(new QLineEdit(this)) {
-    editor_->hide();
-    editor_->setFrame(false);
-    QObject::connect(editor_, &QLineEdit::textEdited, this, [this](const QString& text) {
-        if (!editing_.empty()) {
-            desk::type(console_, "frmCast." + editing_, text.toStdString());
+    : QWidget(owner, Qt::Dialog), console_(console), editor_(this) {
+    QObject::connect(editor_.lineEdit(), &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (!editor_.editing().empty()) {
+            desk::type(console_, "frmCast." + editor_.editing(), text.toStdString());
             update();
         }
     });
-    QObject::connect(editor_, &QLineEdit::editingFinished, this, [this] {
-        if (!editor_->hasFocus()) {
+    QObject::connect(editor_.lineEdit(), &QLineEdit::editingFinished, this, [this] {
+        if (!editor_.lineEdit()->hasFocus()) {
             closeEditor();
         }
     });
@@ -54,11 +52,6 @@ CastWindow::CastWindow(core::Console& console, QWidget* owner, int beatMs)
     beat_.setInterval(beatMs);
     QObject::connect(&beat_, &QTimer::timeout, this, [this] { follow(); });
     beat_.start();
-}
-
-CastWindow::~CastWindow() {
-    QObject::disconnect(editor_, nullptr, this, nullptr);
-    editor_->blockSignals(true);
 }
 
 void CastWindow::follow() {
@@ -158,7 +151,7 @@ void CastWindow::mousePressEvent(QMouseEvent* event) {
     }
     switch (e->kind) {
         case core::ElementKind::TextBox:
-            openEditor(*e);
+            editor_.open(*e, e == &console_.ui.cast.txtPassword);
             break;
         case core::ElementKind::ComboBox:
             chooseFrom(*e);
@@ -183,20 +176,10 @@ void CastWindow::closeEvent(QCloseEvent* event) {
     follow();
 }
 
-void CastWindow::openEditor(core::Element& box) {
-    editing_ = box.name;
-    editor_->setEchoMode(&box == &console_.ui.cast.txtPassword ? QLineEdit::Password
-                                                               : QLineEdit::Normal);
-    openBoxEditor(*editor_, box);
-}
-
 void CastWindow::closeEditor() {
-    if (editing_.empty()) {
-        return;
+    if (editor_.close()) {
+        update();
     }
-    editing_.clear();
-    editor_->hide();
-    update();
 }
 
 void CastWindow::chooseFrom(core::Element& list) {

@@ -6,20 +6,18 @@
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
-#include <QLineEdit>
 #include <QTimer>
 #include <QWidget>
 #include <string>
 
 #include "core/console.h"
+#include "ui/box_editor.h"
 
 namespace tw::ui {
 
 class CastWindow final : public QWidget {
   public:
     CastWindow(core::Console& console, QWidget* owner, int beatMs = 100);
-    // Cuts the editor off first: the base class's destruction still sends it focus events.
-    ~CastWindow() override;
 
     // Shows or hides the window as frmCast says and repaints it; called by the beat.
     void follow();
@@ -34,14 +32,12 @@ class CastWindow final : public QWidget {
 
   private:
     void act(const std::string& name);
-    void openEditor(core::Element& box);
     void closeEditor();
     void chooseFrom(core::Element& list);
 
     core::Console& console_;
     QTimer beat_;
-    QLineEdit* editor_;
-    std::string editing_;
+    BoxEditor editor_;  // over the text box being edited, hidden otherwise
 };
 
 }  // namespace tw::ui

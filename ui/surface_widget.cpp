@@ -36,26 +36,25 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
       console_(console),
       drag_(console),
       openUrl_([](const QUrl& url) { QDesktopServices::openUrl(url); }),
-      editor_(new QLineEdit(this)) {
-    editor_->hide();
-    editor_->setFrame(false);
-    QObject::connect(editor_, &QLineEdit::textEdited, this, [this](const QString& text) {
-        if (editing_.empty()) {
+      editor_(this) {
+    QLineEdit* edit = editor_.lineEdit();
+    QObject::connect(edit, &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (editor_.editing().empty()) {
             return;
         }
-        const std::string name = editing_;
+        const std::string name = editor_.editing();
         desk::type(console_, name, text.toStdString());
         afterAction("type", name);
     });
-    QObject::connect(editor_, &QLineEdit::returnPressed, this, [this] {
-        const std::string name = editing_;
+    QObject::connect(edit, &QLineEdit::returnPressed, this, [this] {
+        const std::string name = editor_.editing();
         if (!name.empty()) {
             desk::enter(console_, name);
             afterAction("enter", name);
         }
     });
-    QObject::connect(editor_, &QLineEdit::editingFinished, this, [this] {
-        if (!editor_->hasFocus()) {
+    QObject::connect(edit, &QLineEdit::editingFinished, this, [this] {
+        if (!editor_.lineEdit()->hasFocus()) {
             closeEditor();
         }
     });
@@ -77,11 +76,6 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     });
     repaint_.start();
     syncTitle();
-}
-
-SurfaceWidget::~SurfaceWidget() {
-    QObject::disconnect(editor_, nullptr, this, nullptr);
-    editor_->blockSignals(true);
 }
 
 QUrl SurfaceWidget::helpPage() {
@@ -223,19 +217,11 @@ void SurfaceWidget::afterAction(const std::string& action, const std::string& na
     repaintChanges();
 }
 
-void SurfaceWidget::openEditor(const core::Element& box) {
-    editing_ = box.name;
-    openBoxEditor(*editor_, box);
-}
-
 void SurfaceWidget::closeEditor() {
-    if (editing_.empty()) {
-        return;
+    if (editor_.close()) {
+        setFocus(Qt::OtherFocusReason);
+        repaintChanges();
     }
-    editing_.clear();
-    editor_->hide();
-    setFocus(Qt::OtherFocusReason);
-    repaintChanges();
 }
 
 void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
@@ -257,7 +243,7 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     if (t.element->kind == core::ElementKind::TextBox && button == desk::MouseButton::Left &&
         t.element->enabled) {
         keyTarget_.clear();
-        openEditor(*t.element);
+        editor_.open(*t.element);
         return;
     }
     // The name is copied: the action may change the surface it came from.

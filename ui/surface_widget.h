@@ -6,7 +6,6 @@
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
-#include <QLineEdit>
 #include <QPointF>
 #include <QRect>
 #include <QRegion>
@@ -19,6 +18,7 @@
 #include <vector>
 
 #include "core/console.h"
+#include "ui/box_editor.h"
 #include "ui/list_drag.h"
 
 namespace tw::ui {
@@ -29,8 +29,6 @@ class SurfaceWidget final : public QWidget {
     // places that changed: the logic changes the surface on its own timers, with no change
     // signal to wait for.
     explicit SurfaceWidget(core::Console& console, int repaintMs = 60, QWidget* parent = nullptr);
-    // Cuts the editor off first: the base class's destruction still sends it focus events.
-    ~SurfaceWidget() override;
 
     // The window's title follows frmTarnDesk's caption; called by the repaint beat, and public
     // so that a caller need not wait for the beat.
@@ -83,7 +81,6 @@ class SurfaceWidget final : public QWidget {
     void afterAction(const std::string& action, const std::string& name);
     // A text box is edited in a line editor laid over it while it has the focus; each change
     // goes to the console as the box's text at once. Closing it leaves the painted box.
-    void openEditor(const core::Element& box);
     void closeEditor();
 
     core::Console& console_;
@@ -91,8 +88,7 @@ class SurfaceWidget final : public QWidget {
     ActionObserver observer_;
     UrlOpener openUrl_;
     std::string keyTarget_;  // the list last clicked: the Delete key goes to it
-    QLineEdit* editor_;      // child of this widget, hidden while no text box is edited
-    std::string editing_;    // the text box under the editor
+    BoxEditor editor_;       // over the text box being edited, hidden otherwise
     QTimer repaint_;
     // The last look, in the order of the form's element list (a fixed order).
     std::vector<std::size_t> fingerprints_;
