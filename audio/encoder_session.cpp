@@ -1,8 +1,5 @@
 #include "audio/encoder_session.h"
 
-#include <poll.h>
-#include <pthread.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,6 +9,7 @@
 
 #include "audio/cast_socket.h"
 #include "audio/http_get.h"
+#include "audio/thread_name.h"
 
 namespace tw::audio {
 
@@ -21,32 +19,10 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr std::size_t kTapFrames = 2 * 44100;  // two seconds of the mix wait for the program
-constexpr int kSendLimitMs = 5000;             // a server that takes nothing this long is gone
 constexpr int kHttpLimitMs = 2000;
 constexpr auto kStatsEvery = 5s;
+constexpr auto kStatsAfterConnect = 1s;
 constexpr auto kStatsFresh = 15s;
-
-// A write into the program's input after it died must give EPIPE, not end the console.
-void ignoreBrokenPipesOnThisThread() {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &set, nullptr);
-}
-
-bool waitFor(int fd, short events, const std::stop_token& stop) {
-    while (!stop.stop_requested()) {
-        pollfd p{fd, events, 0};
-        const int r = ::poll(&p, 1, 100);
-        if (r > 0) {
-            return true;
-        }
-        if (r < 0 && errno != EINTR) {
-            return false;
-        }
-    }
-    return false;
-}
 
 bool isShoutcast(const CastTarget& t) {
     return t.protocol == CastProtocol::Shoutcast1 || t.protocol == CastProtocol::Shoutcast2;
@@ -63,7 +39,7 @@ EncoderSession::EncoderSession(Handle ch, std::uint32_t f)
 
 EncoderSession::~EncoderSession() {
     requestStop();
-    for (std::jthread* t : {&feeder_, &pumper_, &controller_}) {
+    for (std::jthread* t : {&shuttle_, &controller_}) {
         if (t->joinable()) {
             t->join();
         }
@@ -79,15 +55,19 @@ bool EncoderSession::start(const std::string& commandLine, std::string& error) {
         return false;
     }
     programAlive_ = true;
-    feeder_ = std::jthread([this](std::stop_token s) { feed(s); });
-    pumper_ = std::jthread([this](std::stop_token s) { pump(s); });
-    controller_ = std::jthread([this](std::stop_token s) { control(s); });
+    shuttle_ = std::jthread([this](std::stop_token s) {
+        nameThisThread("tw-enc-shuttle");
+        shuttle(s);
+    });
+    controller_ = std::jthread([this](std::stop_token s) {
+        nameThisThread("tw-enc-control");
+        control(s);
+    });
     return true;
 }
 
 void EncoderSession::requestStop() {
-    feeder_.request_stop();
-    pumper_.request_stop();
+    shuttle_.request_stop();
     controller_.request_stop();
     wake_.notify_all();
     // The server sees the source go at once, so that a new one may take the mount.
@@ -121,6 +101,9 @@ bool EncoderSession::connect(const std::string& server, const StationInfo& info,
             cache.wanted = true;
             cache.password = info.password;
         }
+        // Fetched again once the server has taken the stream and its headers.
+        nextStats_ = Clock::now() + kStatsAfterConnect;
+        statsRescheduled_ = true;
     }
     castBroken_ = false;
     socket_ = fd;
@@ -181,81 +164,27 @@ std::uint64_t EncoderSession::count(int what) const {
     }
 }
 
-void EncoderSession::feed(std::stop_token stop) {
-    ignoreBrokenPipesOnThisThread();
-    std::vector<std::int16_t> block(4096 * kMixChannels);
-    while (!stop.stop_requested()) {
-        const std::size_t n = tap->samples.read(block.data(), block.size());
-        if (n == 0) {
-            std::this_thread::sleep_for(100ms);  // the tap holds two seconds
-            continue;
-        }
-        const char* bytes = reinterpret_cast<const char*>(block.data());
-        std::size_t left = n * sizeof(std::int16_t);
-        while (left > 0) {
-            const ssize_t w = ::write(program_.input(), bytes, left);
-            if (w > 0) {
-                bytes += w;
-                left -= static_cast<std::size_t>(w);
-                fed_ += static_cast<std::uint64_t>(w);
-            } else if (w < 0 && (errno == EAGAIN || errno == EINTR)) {
-                if (!waitFor(program_.input(), POLLOUT, stop)) {
-                    return;
-                }
-            } else {
-                programAlive_ = false;  // the program has gone
-                return;
-            }
-        }
-    }
-}
-
-void EncoderSession::pump(std::stop_token stop) {
-    std::vector<char> buffer(16384);
-    while (waitFor(program_.output(), POLLIN, stop)) {
-        const ssize_t n = ::read(program_.output(), buffer.data(), buffer.size());
-        if (n < 0 && (errno == EAGAIN || errno == EINTR)) {
-            continue;
-        }
-        if (n <= 0) {
-            programAlive_ = false;  // its output ended: the program has ended
-            return;
-        }
-        encoded_ += static_cast<std::uint64_t>(n);
-        const int fd = socket_.load();
-        if (fd < 0) {
-            continue;
-        }
-        if (static_cast<std::size_t>(n) < buffer.size() / 2) {
-            // Little came: let more gather (the pipe holds seconds of the stream) rather than
-            // wake for every frame the encoder writes.
-            std::this_thread::sleep_for(50ms);
-        }
-        if (sendAll(fd, buffer.data(), static_cast<std::size_t>(n), kSendLimitMs)) {
-            sent_ += static_cast<std::uint64_t>(n);
-        } else if (int expected = fd; socket_.compare_exchange_strong(expected, -1)) {
-            ::close(fd);
-            castBroken_ = true;
-        }
-    }
-}
-
 void EncoderSession::control(std::stop_token stop) {
-    auto nextStats = Clock::now();
     while (!stop.stop_requested()) {
         std::pair<std::string, std::string> title;
         bool haveTitle = false;
         bool statsDue = false;
         {
             std::unique_lock lock(mutex_);
-            wake_.wait_for(lock, stop, 250ms, [&] { return !titles_.empty() || statsAsked_; });
+            // Titles, asked statistics and a connect ring wake_; otherwise nothing is due before
+            // the next fetch.
+            const auto idle = hasCast_ ? std::max<Clock::duration>(nextStats_ - Clock::now(), 0s)
+                                       : Clock::duration(kStatsEvery);
+            wake_.wait_for(lock, stop, idle,
+                           [&] { return !titles_.empty() || statsAsked_ || statsRescheduled_; });
             if (!titles_.empty()) {
                 title = std::move(titles_.front());
                 titles_.pop_front();
                 haveTitle = true;
             }
-            statsDue = hasCast_ && (statsAsked_ || Clock::now() >= nextStats);
+            statsDue = hasCast_ && (statsAsked_ || Clock::now() >= nextStats_);
             statsAsked_ = false;
+            statsRescheduled_ = false;
         }
         if (stop.stop_requested()) {
             return;
@@ -265,7 +194,8 @@ void EncoderSession::control(std::stop_token stop) {
         }
         if (statsDue) {
             fetchStats(kHttpLimitMs);
-            nextStats = Clock::now() + kStatsEvery;
+            std::lock_guard lock(mutex_);
+            nextStats_ = Clock::now() + kStatsEvery;
         }
     }
 }

@@ -4,9 +4,10 @@
 //
 // Thread contract: the engine calls start, connect, setTitle, stats, active, count and
 // requestStop from the console's side (connect may block up to its time limit and is called
-// without the engine's lock). Three threads of its own: the feeder (tap to the program's input),
-// the pump (the program's output to the server) and the control thread (titles, statistics). The
-// destructor waits for them and for the program: the engine lets sessions go on its reaper.
+// without the engine's lock). Two threads of its own: the shuttle (the tap into the program's
+// input, the program's output to the server; it never blocks) and the control thread (titles,
+// statistics). The destructor waits for them and for the program: the engine lets sessions go
+// on its reaper.
 
 #include <atomic>
 #include <condition_variable>
@@ -54,8 +55,13 @@ class EncoderSession {
     const std::shared_ptr<EncoderTap> tap;
 
   private:
-    void feed(std::stop_token stop);
-    void pump(std::stop_token stop);
+    // The shuttle thread (encoder_shuttle.cpp) and its steps.
+    struct Shuttle;
+    enum class FeedResult { TapEmpty, PipeFull, ProgramGone };
+    void shuttle(std::stop_token stop);
+    bool collectOutput(Shuttle& s);  // false when the program's output has ended
+    void sendOutbox(Shuttle& s);
+    FeedResult feedProgram(Shuttle& s);
     void control(std::stop_token stop);
     // Fetches the wanted statistics pages, each within limitMs.
     void fetchStats(int limitMs);
@@ -81,9 +87,11 @@ class EncoderSession {
         std::chrono::steady_clock::time_point fetched{};
     };
     StatsCache stats_[2];
-    bool statsAsked_ = false;  // a type was asked for the first time: fetch now
+    bool statsAsked_ = false;        // a type was asked for the first time: fetch now
+    bool statsRescheduled_ = false;  // a connect moved nextStats_
+    std::chrono::steady_clock::time_point nextStats_{};
 
-    std::jthread feeder_, pumper_, controller_;  // last: they start after what they use
+    std::jthread shuttle_, controller_;  // last: they start after what they use
 };
 
 }  // namespace tw::audio

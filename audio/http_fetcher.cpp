@@ -7,6 +7,8 @@
 #include <chrono>
 #include <cstring>
 
+#include "audio/thread_name.h"
+
 namespace tw::audio {
 
 namespace {
@@ -22,9 +24,10 @@ constexpr int kPollMs = 200;
 }  // namespace
 
 HttpFetcher::HttpFetcher(std::string url)
-    : url_(std::move(url)),
-      multi_(curl_multi_init()),
-      thread_([this](std::stop_token stop) { run(stop); }) {}
+    : url_(std::move(url)), multi_(curl_multi_init()), thread_([this](std::stop_token stop) {
+          nameThisThread("tw-http-fetch");
+          run(stop);
+      }) {}
 
 HttpFetcher::~HttpFetcher() {
     // The owner never waits on the network: the transfer is woken out of its wait and ends at

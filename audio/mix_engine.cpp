@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "audio/thread_name.h"
+
 namespace tw::audio {
 
 namespace {
@@ -17,9 +19,12 @@ constexpr std::size_t kRingFrames = 1 << 17;  // 2.97 s at 44100 Hz
 constexpr std::size_t kReadAheadFrames = 2 * kMixRate + kMixRate / 2;
 // Filled at once when a stream starts, so that the first block is not silence.
 constexpr std::size_t kStartFrames = 8192;
-// How often the event worker looks for ends: the console's own tick is 60 ms.
-constexpr auto kEventPoll = std::chrono::milliseconds(20);
-constexpr auto kReadAheadPoll = std::chrono::milliseconds(100);
+// The event worker wakes for news (an end, a queued sync, commands taken); this is only its
+// longest sleep, after which it frees what the audio thread let go in the meantime.
+constexpr auto kEventPoll = std::chrono::milliseconds(250);
+// The read-ahead tops every ring up this often (a ring holds 2.97 s, it is kept at 2.5 s), and
+// at once when a stream starts.
+constexpr auto kReadAheadPoll = std::chrono::milliseconds(250);
 
 bool silentByEnvironment() {
     const char* v = std::getenv("TARNWAVE_AUDIO");
@@ -66,8 +71,14 @@ bool MixEngine::init(int device, std::uint32_t, std::uint32_t) {
     if (mode_ == EngineMode::Offline) {
         return ok();
     }
-    readAhead_ = std::jthread([this](std::stop_token stop) { readAheadLoop(stop); });
-    eventWorker_ = std::jthread([this](std::stop_token stop) { eventLoop(stop); });
+    readAhead_ = std::jthread([this](std::stop_token stop) {
+        nameThisThread("tw-readahead");
+        readAheadLoop(stop);
+    });
+    eventWorker_ = std::jthread([this](std::stop_token stop) {
+        nameThisThread("tw-events");
+        eventLoop(stop);
+    });
     // Device 0 is "no sound" for the console: it gets the timed silent device as well.
     const bool tryCard = mode_ == EngineMode::Device && device != 0 && !silentByEnvironment();
     output_ = openOutput(tryCard, updateMs_, *this);
@@ -86,6 +97,7 @@ void MixEngine::stopThreads() {
     }
     if (eventWorker_.joinable()) {
         eventWorker_.request_stop();
+        news_.ring();
         eventWorker_.join();
     }
 }
@@ -215,6 +227,7 @@ void MixEngine::attach(const std::shared_ptr<Source>& s, Target target, bool pau
     {
         std::lock_guard fillLock(fillMutex_);
         fillList_.push_back(s);
+        fillAsked_ = true;
     }
     fillWake_.notify_all();
 }
@@ -308,6 +321,7 @@ void MixEngine::queueSyncs(Handle channel, std::uint32_t type) {
         auto s = syncs_.get(sync);
         if (s->channel == channel && s->type == type) {
             pending_.push_back({s->proc, sync, channel, 0});
+            news_.ring();
             if (s->oneTime) {
                 syncs_.remove(sync);
             }
@@ -377,7 +391,8 @@ void MixEngine::readAheadLoop(std::stop_token stop) {
     while (!stop.stop_requested()) {
         fillAll(kReadAheadFrames);
         std::unique_lock lock(fillMutex_);
-        fillWake_.wait_for(lock, stop, kReadAheadPoll, [] { return false; });
+        fillWake_.wait_for(lock, stop, kReadAheadPoll, [this] { return fillAsked_; });
+        fillAsked_ = false;
     }
 }
 
@@ -390,7 +405,7 @@ void MixEngine::eventLoop(std::stop_token stop) {
             expired = collectRetired();
         }
         deliverSyncs();
-        std::this_thread::sleep_for(kEventPoll);
+        news_.waitFor(kEventPoll);
     }
 }
 

@@ -26,6 +26,7 @@
 #include <thread>
 #include <vector>
 
+#include "audio/doorbell.h"
 #include "audio/encoder_session.h"
 #include "audio/engine.h"
 #include "audio/handle_table.h"
@@ -235,13 +236,15 @@ class MixEngine final : public Engine, private AudioProducer {
     std::mutex deliverMutex_;  // one deliverer at a time keeps callbacks in order
     std::deque<PendingSync> pending_;
 
-    std::mutex fillMutex_;  // fillList_ only
+    std::mutex fillMutex_;  // fillList_ and fillAsked_ only
     std::condition_variable_any fillWake_;
+    bool fillAsked_ = false;  // a stream started: top its ring up now
     std::vector<std::shared_ptr<Source>> fillList_;
 
     SpscRing<Command> commands_{4096};
     SpscRing<Event> events_{1024};
-    MixerCore core_{commands_, events_};
+    Doorbell news_;  // rung by the audio thread and by queued syncs; the event worker sleeps on it
+    MixerCore core_{commands_, events_, &news_};
     std::vector<float> scratch_;  // offline render without an output buffer
 
     std::unique_ptr<OutputDevice> output_;

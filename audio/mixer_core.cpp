@@ -95,6 +95,7 @@ void MixerCore::takeCommands() {
     }
     if (n > 0) {
         done_.fetch_add(n, std::memory_order_release);
+        newsDue_ = true;
     }
 }
 
@@ -150,6 +151,7 @@ void MixerCore::mixTarget(Target target, float* dst, std::size_t frames) {
         // touched after the push.
         const Event ev{v.source->handle, v.source->cbSerial};
         v.source->level.store(0, std::memory_order_relaxed);
+        newsDue_ = true;  // also when the queue is full: the worker then makes room
         if (events_.push(ev)) {
             voices_[i] = voices_[--voiceCount_];
         } else {
@@ -217,6 +219,10 @@ void MixerCore::render(float* out, std::size_t frames, float* bus) {
                               std::memory_order_relaxed);
         v.source->gain.publish();
     }
+    if (newsDue_ && news_) {
+        news_->ring();
+    }
+    newsDue_ = false;
 }
 
 }  // namespace tw::audio

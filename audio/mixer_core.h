@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "audio/doorbell.h"
 #include "audio/encoder_tap.h"
 #include "audio/engine.h"
 #include "audio/gain.h"
@@ -56,8 +57,10 @@ std::uint32_t packLevel(float left, float right);
 
 class MixerCore {
   public:
-    MixerCore(SpscRing<Command>& commands, SpscRing<Event>& events)
-        : commands_(commands), events_(events) {}
+    // `news`, when given, is rung after a block that reported an end or took commands, so that
+    // the engine's worker can sleep until there is something for it.
+    MixerCore(SpscRing<Command>& commands, SpscRing<Event>& events, Doorbell* news = nullptr)
+        : commands_(commands), events_(events), news_(news) {}
 
     // Audio thread only, wait-free. Writes `frames` interleaved stereo frames of the card output
     // (the mixer after its volume plus the playing streams). `bus`, when given, receives the mixer
@@ -98,6 +101,8 @@ class MixerCore {
 
     SpscRing<Command>& commands_;
     SpscRing<Event>& events_;
+    Doorbell* news_;
+    bool newsDue_ = false;
     Voice voices_[kMaxVoices] = {};
     std::size_t voiceCount_ = 0;
     bool mixerRunning_ = false;

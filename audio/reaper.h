@@ -10,6 +10,8 @@
 #include <mutex>
 #include <thread>
 
+#include "audio/thread_name.h"
+
 namespace tw::audio {
 
 class Reaper {
@@ -35,7 +37,10 @@ class Reaper {
         std::lock_guard lock(mutex_);
         queue_.push_back(std::move(object));
         if (!thread_.joinable()) {
-            thread_ = std::thread([this] { run(); });
+            thread_ = std::thread([this] {
+                nameThisThread("tw-reaper");
+                run();
+            });
         }
         wake_.notify_all();
     }

@@ -8,6 +8,7 @@
 
 #include "audio/output_device.h"
 #include "audio/source.h"
+#include "audio/thread_name.h"
 
 namespace tw::audio {
 
@@ -24,6 +25,7 @@ class SilentDevice final : public OutputDevice {
 
   private:
     void run(std::stop_token stop) {
+        nameThisThread("tw-silent-out");
         using Clock = std::chrono::steady_clock;
         // The buffer is sized here, before the loop, so that the loop itself never allocates.
         const auto periodFrames =

@@ -36,10 +36,14 @@ scripts/make-demo-station.sh "$work/station" > /dev/null
 printf '[Shoutcast]\nseverType=5\nseverPath=127.0.0.1\nseverPort=%s\nseverMount=tarnwave\nPW=hackme\nautoReConnect=1\n' \
     "$port" >> "$work/station/appSettings.ini"
 
-# CPU ticks (user + system) of a process and its children, and their summed VmRSS in kB.
+# CPU time in ns of a process's threads and its children's (the scheduler's exact run time: the
+# tick counts of /proc/PID/stat misjudge threads that wake on a timer), and their summed VmRSS in kB.
 tree() { echo "$1"; pgrep -P "$1" || true; }
-ticks() { local t=0; for p in $(tree "$1"); do
-    t=$((t + $(awk '{print $14 + $15}' "/proc/$p/stat" 2> /dev/null || echo 0))); done; echo $t; }
+ticks() { local t=0 n; for p in $(tree "$1"); do
+    for task in /proc/"$p"/task/*; do
+        n=$(awk '{print $1}' "$task/schedstat" 2> /dev/null || echo 0)
+        t=$((t + ${n:-0}))
+    done; done; echo $t; }
 rss() { local r=0; for p in $(tree "$1"); do
     r=$((r + $(awk '/VmRSS/ {print $2}' "/proc/$p/status" 2> /dev/null || echo 0))); done; echo $r; }
 
@@ -54,7 +58,7 @@ measure() {
         sleep 1
     done
     local t1; t1=$(ticks "$pid")
-    echo "$(echo "scale=2; ($t1 - $t0) * 100 / $(getconf CLK_TCK) / $secs" | bc) $peak"
+    echo "$(echo "scale=3; ($t1 - $t0) * 100 / 1000000000 / $secs" | bc) $peak"
 }
 
 QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null TARNWAVE_HOME="$work/station" build/app/tarnwave \

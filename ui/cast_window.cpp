@@ -48,10 +48,7 @@ CastWindow::CastWindow(core::Console& console, QWidget* owner, int beatMs)
             closeEditor();
         }
     });
-    beat_.setTimerType(Qt::CoarseTimer);
-    beat_.setInterval(beatMs);
-    QObject::connect(&beat_, &QTimer::timeout, this, [this] { follow(); });
-    beat_.start();
+    beat_ = std::make_unique<VisibleBeat>(owner ? *owner : *this, beatMs, [this] { follow(); });
 }
 
 void CastWindow::follow() {

@@ -6,12 +6,13 @@
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
-#include <QTimer>
 #include <QWidget>
+#include <memory>
 #include <string>
 
 #include "core/console.h"
 #include "ui/box_editor.h"
+#include "ui/visible_beat.h"
 
 namespace tw::ui {
 
@@ -36,8 +37,8 @@ class CastWindow final : public QWidget {
     void chooseFrom(core::Element& list);
 
     core::Console& console_;
-    QTimer beat_;
-    BoxEditor editor_;  // over the text box being edited, hidden otherwise
+    std::unique_ptr<VisibleBeat> beat_;  // follows while the console window is shown
+    BoxEditor editor_;                   // over the text box being edited, hidden otherwise
 };
 
 }  // namespace tw::ui

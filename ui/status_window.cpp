@@ -10,10 +10,7 @@ namespace tw::ui {
 StatusWindow::StatusWindow(core::Console& console, QWidget* owner, int beatMs)
     : QWidget(owner, Qt::Tool), console_(console) {
     setAttribute(Qt::WA_ShowWithoutActivating);
-    beat_.setTimerType(Qt::CoarseTimer);
-    beat_.setInterval(beatMs);
-    QObject::connect(&beat_, &QTimer::timeout, this, [this] { follow(); });
-    beat_.start();
+    beat_ = std::make_unique<VisibleBeat>(owner ? *owner : *this, beatMs, [this] { follow(); });
 }
 
 void StatusWindow::follow() {

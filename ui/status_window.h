@@ -5,10 +5,11 @@
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
-#include <QTimer>
 #include <QWidget>
+#include <memory>
 
 #include "core/console.h"
+#include "ui/visible_beat.h"
 
 namespace tw::ui {
 
@@ -26,7 +27,7 @@ class StatusWindow final : public QWidget {
 
   private:
     core::Console& console_;
-    QTimer beat_;
+    std::unique_ptr<VisibleBeat> beat_;  // follows while the console window is shown
 };
 
 }  // namespace tw::ui

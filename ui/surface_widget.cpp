@@ -65,16 +65,11 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
     setAttribute(Qt::WA_OpaquePaintEvent);
     setFocusPolicy(Qt::StrongFocus);  // the function keys reach the console anywhere on it
     setAcceptDrops(true);             // files from the desktop
-    repaint_.setTimerType(Qt::CoarseTimer);
-    repaint_.setInterval(repaintMs);
-    QObject::connect(&repaint_, &QTimer::timeout, this, [this] {
-        // A window no one sees (headless, or not shown yet) has nothing to compare or paint.
-        if (isVisible()) {
-            syncTitle();
-            repaintChanges();
-        }
+    // A window no one sees (headless, or not shown yet) has nothing to compare or paint.
+    repaint_ = std::make_unique<VisibleBeat>(*this, repaintMs, [this] {
+        syncTitle();
+        repaintChanges();
     });
-    repaint_.start();
     syncTitle();
 }
 

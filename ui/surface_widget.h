@@ -14,12 +14,14 @@
 #include <QWidget>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "core/console.h"
 #include "ui/box_editor.h"
 #include "ui/list_drag.h"
+#include "ui/visible_beat.h"
 
 namespace tw::ui {
 
@@ -87,9 +89,9 @@ class SurfaceWidget final : public QWidget {
     ListDrag drag_;
     ActionObserver observer_;
     UrlOpener openUrl_;
-    std::string keyTarget_;  // the list last clicked: the Delete key goes to it
-    BoxEditor editor_;       // over the text box being edited, hidden otherwise
-    QTimer repaint_;
+    std::string keyTarget_;                 // the list last clicked: the Delete key goes to it
+    BoxEditor editor_;                      // over the text box being edited, hidden otherwise
+    std::unique_ptr<VisibleBeat> repaint_;  // beats while the window is shown
     // The last look, in the order of the form's element list (a fixed order).
     std::vector<std::size_t> fingerprints_;
     std::vector<core::Rect> places_;
