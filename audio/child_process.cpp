@@ -15,6 +15,10 @@ extern char** environ;
 
 namespace tw::audio {
 
+namespace {
+constexpr int kPipeBytes = 1 << 18;
+}  // namespace
+
 std::vector<std::string> splitCommandLine(const std::string& commandLine) {
     std::vector<std::string> args;
     std::string current;
@@ -101,6 +105,11 @@ bool ChildProcess::start(const std::vector<std::string>& argv, std::string& erro
     // Our ends never block: the threads that use them wait in poll() and look at their stop flag.
     ::fcntl(input_, F_SETFL, ::fcntl(input_, F_GETFL) | O_NONBLOCK);
     ::fcntl(output_, F_SETFL, ::fcntl(output_, F_GETFL) | O_NONBLOCK);
+    // Room for a beat and more of the mix (1.5 s of 16-bit stereo): the program is fed in few,
+    // large writes. Where the system allows less, the pipe keeps its size and the feeder simply
+    // comes back sooner.
+    ::fcntl(input_, F_SETPIPE_SZ, kPipeBytes);
+    ::fcntl(output_, F_SETPIPE_SZ, kPipeBytes);
     exited_ = false;
     return true;
 }

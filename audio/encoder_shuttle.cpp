@@ -1,8 +1,8 @@
 // The encoder's shuttle thread: the tap's PCM into the program, the program's stream out to the
-// server. One thread does both on a quarter-second beat, so that an encoder on the air costs four
-// wake-ups a second rather than one for every block the program writes. Nothing here blocks: a
-// full pipe is tried again at the next beat, and what the server has not taken yet waits in the
-// outbox until it has taken nothing for five seconds.
+// server. One thread does both on a half-second beat, so that an encoder on the air costs two
+// wake-ups a second (and its program as few) rather than one for every block the program writes.
+// Nothing here blocks: a full pipe is tried again at the next beat, and what the server has not
+// taken yet waits in the outbox until it has taken nothing for five seconds.
 
 #include <poll.h>
 #include <pthread.h>
@@ -24,7 +24,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr auto kBeat = 250ms;    // the tap holds two seconds, the pipes a quarter each
+constexpr auto kBeat = 500ms;    // the tap holds two seconds, the pipes 1.5 s of PCM each
 constexpr auto kSendLimit = 5s;  // a server that takes nothing this long is gone
 constexpr std::size_t kFeedFrames = 16384;
 constexpr std::size_t kOutboxLimit = 1 << 20;  // far beyond five seconds of any bit rate

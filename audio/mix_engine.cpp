@@ -21,9 +21,10 @@ constexpr std::size_t kReadAheadFrames = 2 * kMixRate + kMixRate / 2;
 constexpr std::size_t kStartFrames = 8192;
 // The event worker wakes for news (an end, a queued sync, commands taken); this is only its
 // longest sleep, after which it frees what the audio thread let go in the meantime.
-constexpr auto kEventPoll = std::chrono::milliseconds(250);
+constexpr auto kEventPoll = std::chrono::milliseconds(1000);
 // The read-ahead tops every ring up this often (a ring holds 2.97 s, it is kept at 2.5 s), and
-// at once when a stream starts.
+// at once when a stream starts. A live stream address arrives no faster than it plays, so its
+// ring holds only what came in since the last look: this is also how far it may fall behind.
 constexpr auto kReadAheadPoll = std::chrono::milliseconds(250);
 
 bool silentByEnvironment() {

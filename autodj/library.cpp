@@ -4,11 +4,13 @@
 
 #include "autodj/history.h"
 #include "autodj/library_state.h"
+#include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/format.h"
 #include "core/paths.h"
 #include "core/text.h"
+#include "tags/cue_data.h"
 #include "tags/id3_tag.h"
 
 namespace tw::autodj {
@@ -131,9 +133,7 @@ std::int32_t fillSongList(core::Console& c) {
         std::string path = c.AppFolder + c.activeDirectory + item.text;
         c.id3->filename(path);
         std::string title = c.id3->returnID3TitleOnly();
-        if (!c.id3->lastWriteError().empty()) {
-            core::logError(c, "Error writing the tag of " + path + ": " + c.id3->lastWriteError());
-        }
+        tags::logTagWriteError(c, path);
         tunedOut += core::cLngText(readHistory(c, title, kTunedOut, "0"));
         playCount += core::cLngText(readHistory(c, title, kPlayCount, "0"));
         files.push_back(std::move(path));
@@ -186,21 +186,8 @@ void fileList_DragDrop(core::Console& c, const std::vector<std::string>& files) 
         return;
     }
     try {
-        namespace fs = std::filesystem;
         for (const auto& file : files) {
-            const fs::path target =
-                fs::path(c.AppFolder + c.activeDirectory) / fs::path(file).filename();
-            // Copied beside the target first, so that a failed copy never leaves half a file.
-            const fs::path partial = target.string() + ".part";
-            std::error_code ec;
-            fs::copy_file(file, partial, fs::copy_options::overwrite_existing, ec);
-            if (!ec) {
-                fs::rename(partial, target, ec);
-            }
-            if (ec) {
-                fs::remove(partial, ec);
-                throw core::Failure(core::kErrPathFileAccess, "Path/File access error");
-            }
+            core::copyIntoFolder(file, c.AppFolder + c.activeDirectory);
         }
         core::refreshFileList(c.form().fileList);
     } catch (const std::exception& e) {

@@ -4,8 +4,13 @@
 
 #include "autodj/history.h"
 #include "autodj/library_state.h"
+#include "core/console_ops.h"
 #include "core/dates.h"
 #include "core/text.h"
+#include "media/stream_time.h"
+#include "media/track_scan.h"
+#include "media/waveform_cache.h"
+#include "tags/cue_data.h"
 #include "tags/id3_tag.h"
 
 namespace tw::autodj {
@@ -28,9 +33,11 @@ constexpr CueField kCueFields[] = {
     {&core::MainForm::txtNextStart, &core::MainForm::lblNextStart},
 };
 
-void showCuePoints(core::MainForm& m, const std::string& owner) {
+void showCuePoints(core::Console& c, const std::string& owner) {
+    auto& m = c.form();
     const bool cue = core::token("~", 1, owner) == "twTag";
     if (cue) {
+        tags::fillSweeperList(c);
         const double index = core::val(core::token("~", 2, owner));
         if (index >= 0 && index < m.cmboSweeperList.listCount()) {
             m.cmboSweeperList.listIndex = static_cast<int>(index);
@@ -75,8 +82,87 @@ void lstSongs_Click(core::Console& c, int row) {
                             " | TuneOut Percentage:" + std::to_string(percent) + "%" +
                             " | Last Played:" + last;
 
-    showCuePoints(m, tag.tarnWaveData);
+    c.detailsSong = files[static_cast<std::size_t>(row)];
+    showCuePoints(c, tag.tarnWaveData);
     m.cmdPlayActiveSong.backColor = kWhite;
+    drawDetailsPicture(c);
+}
+
+void markCuePoint(core::Console& c, CuePoint point, bool rightButton) {
+    core::Element& text = c.form().*kCueFields[static_cast<int>(point)].text;
+    if (rightButton) {
+        text.text.clear();
+        text.hiddenValue.clear();
+    } else if (c.previewPlayer != 0) {
+        const float pos = media::cbass_time(c.engine()).GetPlayingPos(c.previewPlayer);
+        text.text = media::previewClockText(pos);
+        text.hiddenValue = core::numberText(pos);
+    }
+    cmdUpdateTag_Click(c);
+}
+
+void cmdUpdateTag_Click(core::Console& c) {
+    auto& m = c.form();
+    if (m.lstSongs.listCount() == 0) {
+        return;
+    }
+    const std::string cueText = tags::cueTagText(m);
+    const auto& files = c.library->trackFiles;
+    const int row = m.lstSongs.listIndex;
+    if (row >= 0 && row < static_cast<int>(files.size())) {
+        const std::string& path = files[static_cast<std::size_t>(row)];
+        // Assigning the file reads it again, so what the panel does not show is kept.
+        c.id3->filename(path);
+        c.id3->Artist(core::trim(m.txtArtistName.text));
+        c.id3->title(core::trim(m.txtSongName.text));
+        c.id3->year(core::trim(m.txtSongYear.text));
+        c.id3->Album(core::trim(m.txtAlbum.text));
+        c.id3->Genre(core::trim(m.txtGenre.text));
+        c.id3->Composer(core::trim(m.txtComposer.text));
+        c.id3->Publisher(core::trim(m.txtPublisher.text));
+        c.id3->CopyrightInfo(core::trim(m.txtRecordLabel.text));
+        c.id3->Copyright(core::trim(m.txtRecordLabel.text));
+        c.id3->FileOwner(cueText);
+        c.id3->UpdateID3Tags();
+        if (tags::logTagWriteError(c, path)) {
+            c.svc.prompter->messageBox("error updating the mp3 tag:" + c.id3->lastWriteError(), "",
+                                       core::MessageButtons::Ok, core::MessageIcon::None);
+        }
+    }
+    // What the tag holds now: a write that failed shows the old points.
+    const core::CueRecord cue = tags::readCueRecord(c, c.id3->filename());
+    media::drawCueMarkers(c, c.previewPlayer, m.pctPreviewMarkers, cue);
+    drawDetailsPicture(c);
+}
+
+void drawDetailsPicture(core::Console& c) {
+    if (!c.waveforms || c.detailsSong.empty()) {
+        return;
+    }
+    const std::string song = c.detailsSong;
+    auto envelope = c.waveforms->find(song, [&c, song] {
+        if (c.detailsSong == song) {
+            drawDetailsPicture(c);
+        }
+    });
+    if (!envelope) {
+        return;
+    }
+    auto& m = c.form();
+    core::Element& picture = m.pctPreviewMarkers;
+    if (c.previewPlayer == 0) {
+        // No preview to measure by: the panel's own points, placed by time on the waveform.
+        picture.drawing.clear();
+        core::CueRecord cue;
+        cue.sweepStart = static_cast<float>(core::val(m.txtSweeper.hiddenValue));
+        cue.introUntil = static_cast<float>(core::val(m.txtIntroUntil.hiddenValue));
+        cue.outroUntil = static_cast<float>(core::val(m.txtOutro.hiddenValue));
+        cue.nextStart = static_cast<float>(core::val(m.txtNextStart.hiddenValue));
+        media::drawCueMarkersByTime(m, picture, cue, envelope->seconds);
+    } else if (c.previewSong != song) {
+        return;  // the markers are another track's
+    }
+    media::drawWaveform(picture, *envelope);
 }
 
 }  // namespace tw::autodj

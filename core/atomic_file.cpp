@@ -4,6 +4,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
+
+#include "core/failure.h"
 
 namespace tw::core {
 
@@ -76,6 +79,22 @@ std::optional<struct stat> replaceFile(const std::string& path, const std::strin
         ::close(dir);
     }
     return written;
+}
+
+std::string copyIntoFolder(const std::string& file, const std::string& folder) {
+    namespace fs = std::filesystem;
+    const fs::path target = fs::path(folder) / fs::path(file).filename();
+    const fs::path partial = target.string() + ".part";
+    std::error_code ec;
+    fs::copy_file(file, partial, fs::copy_options::overwrite_existing, ec);
+    if (!ec) {
+        fs::rename(partial, target, ec);
+    }
+    if (ec) {
+        fs::remove(partial, ec);
+        throw Failure(kErrPathFileAccess, "Path/File access error");
+    }
+    return target.string();
 }
 
 }  // namespace tw::core

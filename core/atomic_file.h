@@ -17,4 +17,9 @@ namespace tw::core {
 std::optional<struct stat> replaceFile(const std::string& path, const std::string& bytes,
                                        bool privateWhenNew);
 
+// Copies a file into a folder under its own name, over a file of that name: copied beside the
+// target first and renamed into place, so that a failed copy never leaves half a file. Returns
+// the target's path; throws Failure "Path/File access error" when it cannot be done.
+std::string copyIntoFolder(const std::string& file, const std::string& folder);
+
 }  // namespace tw::core

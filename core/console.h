@@ -32,6 +32,9 @@ struct LibraryState;
 namespace tw::broadcast {
 struct CastState;
 }
+namespace tw::media {
+class WaveformCache;
+}
 
 namespace tw::core {
 
@@ -128,6 +131,7 @@ class Console {
     bool micOn = false;
     bool muted = false;
     std::string previewSong;
+    CueRecord previewCue;  // the cue points of the track in the preview
 
     // --- the position monitor --------------------------------------------------------------
     std::int32_t silenceTicks = 0;
@@ -159,6 +163,9 @@ class Console {
     std::shared_ptr<autodj::LibraryState> library;
     // The encoder profiles, the cast session's connects and the listener figures' memory.
     std::shared_ptr<broadcast::CastState> cast;
+    // The details panel's track pictures, measured off the console thread.
+    std::shared_ptr<media::WaveformCache> waveforms;
+    std::string detailsSong;  // the path of the track the details panel shows
 
     // --- voice track recording -------------------------------------------------------------
     std::vector<std::uint8_t> recordBuffer;

@@ -11,7 +11,9 @@
 #include "core/settings_store.h"
 #include "desk/cast_actions.h"
 #include "desk/console_layout.h"
+#include "liveassist/sweepers.h"
 #include "playout/manual_transport.h"
+#include "playout/preview.h"
 
 namespace tw::desk {
 
@@ -28,6 +30,13 @@ void openTrackList(core::Console& c) {
         categories.listIndex = 0;
         autodj::lstPlaylists_Click(c, 0);
     }
+}
+
+// A cue point's label marks it: the right button clears it.
+PressAction markAction(autodj::CuePoint point) {
+    return [point](core::Console& c, MouseButton b, double) {
+        autodj::markCuePoint(c, point, b == MouseButton::Right);
+    };
 }
 
 const std::map<std::string, PressAction, std::less<>>& pressActions() {
@@ -81,6 +90,18 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
         {"cmdCalculate",
          [](core::Console& c, MouseButton, double) { autodj::cmdCalculate(c, false); }},
         {"cmdSearch", [](core::Console& c, MouseButton, double) { autodj::cmdSearch_Click(c); }},
+        {"cmdPlayOver",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdPlayOver_Click(c); }},
+        {"cmdDefaultSweeper",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdDefaultSweeper_Click(c); }},
+        {"cmdUpdateTag",
+         [](core::Console& c, MouseButton, double) { autodj::cmdUpdateTag_Click(c); }},
+        {"cmdPlayActiveSong",
+         [](core::Console& c, MouseButton, double) { playout::cmdPlayActiveSong_Click(c); }},
+        {"lblSweepStart", markAction(autodj::CuePoint::Sweep)},
+        {"lblIntroUntil", markAction(autodj::CuePoint::IntroEnd)},
+        {"lblOutroUntil", markAction(autodj::CuePoint::OutroStart)},
+        {"lblNextStart", markAction(autodj::CuePoint::NextStart)},
     };
     return actions;
 }
@@ -96,6 +117,11 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
         autodj::lstPlaylist1_Click(c, row);
     } else if (row >= 0 && name == "lstSongs") {
         autodj::lstSongs_Click(c, row);
+        if (c.previewPlayer != 0) {
+            playout::previewTrack(c, {});  // a running preview stops with a new choice
+        }
+    } else if (name == "flSweepers") {
+        liveassist::flSweepers_Click(c);
     }
 }
 
@@ -154,6 +180,8 @@ bool keyDown(core::Console& c, std::string_view name, std::string_view key) {
             autodj::deleteRotationRow(c);
         } else if (name == "lstRotationOrList") {
             autodj::deleteRotationOrListItem(c);
+        } else if (name == "flSweepers") {
+            liveassist::flSweepers_Delete(c);
         }
     }
     return true;
@@ -166,6 +194,8 @@ bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::s
     core::EventScope event(*c.svc.settings);
     if (name == "fileList") {
         autodj::fileList_DragDrop(c, files);
+    } else if (name == "flSweepers") {
+        liveassist::flSweepers_DragDrop(c, files);
     }
     return true;
 }

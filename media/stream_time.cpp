@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "core/format.h"
+#include "core/text.h"
 
 namespace tw::media {
 
@@ -97,6 +98,12 @@ bool seekStream(audio::Engine& e, audio::Handle h, std::int64_t position, int mo
 audio::Handle setStreamSync(audio::Engine& e, audio::Handle h, std::uint32_t type,
                             std::uint64_t parameter, audio::SyncProc proc) {
     return e.channelSetSync(h, type, parameter, std::move(proc));
+}
+
+std::string previewClockText(float seconds) {
+    const std::int32_t minutes = core::intDiv(core::cLng(seconds), 60);
+    return core::formatNumber(minutes, "0#") + ":" +
+           core::formatNumber(seconds - static_cast<float>(minutes) * 60.0f, "0#.0");
 }
 
 }  // namespace tw::media

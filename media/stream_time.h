@@ -33,6 +33,9 @@ class cbass_time {
     audio::Engine& engine_;
 };
 
+// A position as the preview clock shows it: minutes "0#", ":", seconds "0#.0".
+std::string previewClockText(float seconds);
+
 // The stream wrappers.
 audio::Handle streamCreateFileW(audio::Engine& e, const std::string& file, std::uint64_t offset,
                                 std::uint64_t length, std::uint32_t flags);

@@ -1,5 +1,6 @@
 #include "media/track_scan.h"
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <vector>
@@ -16,6 +17,23 @@ namespace {
 std::int32_t samplesOf(std::int64_t bytes) {
     return bytes <= 0 ? 0
                       : static_cast<std::int32_t>(std::nearbyint(static_cast<double>(bytes) / 2));
+}
+
+struct CueMark {
+    float seconds;
+    std::uint32_t color;
+};
+
+// The four points in the order they are drawn, each in its label's colour.
+std::array<CueMark, 4> cueMarks(const core::MainForm& m, const core::CueRecord& cue) {
+    return {{{cue.sweepStart, m.lblSweepStart.backColor},
+             {cue.introUntil, m.lblIntroUntil.backColor},
+             {cue.outroUntil, m.lblOutroUntil.backColor},
+             {cue.nextStart, m.lblNextStart.backColor}}};
+}
+
+void addCueMark(core::Element& picture, double x, std::uint32_t color) {
+    picture.drawing.fills.push_back({x, 0, 3, 20, core::ImageRole::None, color});
 }
 
 }  // namespace
@@ -110,19 +128,24 @@ void drawCueMarkers(core::Console& c, audio::Handle stream, core::Element& pictu
     if (c.barScale == 0) {
         return;
     }
-    const auto& m = c.form();
-    const struct {
-        float seconds;
-        std::uint32_t color;
-    } marks[] = {{cue.sweepStart, m.lblSweepStart.backColor},
-                 {cue.introUntil, m.lblIntroUntil.backColor},
-                 {cue.outroUntil, m.lblOutroUntil.backColor},
-                 {cue.nextStart, m.lblNextStart.backColor}};
-    for (const auto& mark : marks) {
+    for (const CueMark& mark : cueMarks(c.form(), cue)) {
         if (mark.seconds != 0) {
             const double x = core::cLng(
                 static_cast<double>(e.channelSeconds2Bytes(stream, mark.seconds)) / c.barScale);
-            picture.drawing.fills.push_back({x, 0, 3, 20, core::ImageRole::None, mark.color});
+            addCueMark(picture, x, mark.color);
+        }
+    }
+}
+
+void drawCueMarkersByTime(const core::MainForm& m, core::Element& picture,
+                          const core::CueRecord& cue, double seconds) {
+    const double width = picture.scaleWidth();
+    if (width <= 0 || seconds <= 0) {
+        return;
+    }
+    for (const CueMark& mark : cueMarks(m, cue)) {
+        if (mark.seconds != 0) {
+            addCueMark(picture, core::cLng(mark.seconds / seconds * width), mark.color);
         }
     }
 }

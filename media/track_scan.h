@@ -23,5 +23,9 @@ void findTrackBounds(core::Console& c, const std::string& path, std::int32_t thr
 // Draws the cue points of a record on a marker strip.
 void drawCueMarkers(core::Console& c, audio::Handle stream, core::Element& picture,
                     const core::CueRecord& cue);
+// The same marks placed by time on a picture that spans a track of `seconds` (the details panel's
+// waveform), added to what it shows.
+void drawCueMarkersByTime(const core::MainForm& m, core::Element& picture,
+                          const core::CueRecord& cue, double seconds);
 
 }  // namespace tw::media

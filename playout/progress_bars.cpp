@@ -85,10 +85,7 @@ void drawPreviewBar(core::Console& c) {
     }
     const media::cbass_time t(c.engine());
     const float pos = t.GetPlayingPos(c.previewPlayer);
-    const std::int32_t minutes = core::intDiv(core::cLng(pos), 60);
-    const float seconds = pos - static_cast<float>(minutes) * 60.0f;
-    const std::string text =
-        core::formatNumber(minutes, "0#") + ":" + core::formatNumber(seconds, "0#.0");
+    const std::string text = media::previewClockText(pos);
     pic.drawing.fills.push_back(
         {0, 0, static_cast<double>(x) + 1, pic.scaleHeight(), ImageRole::GYR, 0});
     pic.drawing.texts.push_back({text,

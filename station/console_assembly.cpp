@@ -4,6 +4,7 @@
 #include "broadcast/cast_state.h"
 #include "desk/cast_layout.h"
 #include "desk/console_layout.h"
+#include "media/waveform_cache.h"
 #include "station/tick_calls.h"
 #include "tags/id3_tag.h"
 
@@ -14,6 +15,10 @@ std::unique_ptr<core::Console> makeConsole(std::string appFolder, core::Services
     c->id3 = std::make_shared<tags::clsID3>();
     c->library = std::make_shared<autodj::LibraryState>();
     c->cast = std::make_shared<broadcast::CastState>();
+    if (services.loop) {
+        // One column per pixel of the details panel's picture at twice its design width.
+        c->waveforms = std::make_shared<media::WaveformCache>(*services.loop, 500);
+    }
     c->tickCalls = makeConsoleTickCalls(*c);
     desk::applyDesignLayout(*c);
     desk::applyCastLayout(*c);

@@ -1,5 +1,8 @@
 #include "tags/cue_data.h"
 
+#include <set>
+
+#include "core/console_ops.h"
 #include "core/paths.h"
 #include "core/text.h"
 #include "tags/id3_tag.h"
@@ -35,6 +38,99 @@ core::CueRecord readCueRecord(core::Console& c, const std::string& path) {
     r.sweeperAllowed = grid.rowCount() > 0 && grid.row >= 0 && grid.row < grid.rowCount() &&
                        grid.rows[static_cast<std::size_t>(grid.row)].checked;
     return r;
+}
+
+std::string cueTagText(const core::MainForm& m) {
+    const int index = m.cmboSweeperList.listIndex;
+    // The number-to-text of the old console: a blank before a number that is not negative.
+    std::string text = "twTag~" + (index >= 0 ? " " : std::string()) + std::to_string(index);
+    for (const core::Element* e : {&m.txtSweeper, &m.txtIntroUntil, &m.txtOutro, &m.txtNextStart}) {
+        text += "~" + e->text;
+    }
+    for (const core::Element* e : {&m.txtSweeper, &m.txtIntroUntil, &m.txtOutro, &m.txtNextStart}) {
+        text += "~" + e->hiddenValue;
+    }
+    return core::trim(text);
+}
+
+std::int32_t sweeperNumberFromTag(const std::string& text) {
+    if (core::token("~", 1, text) != "twSTag") {
+        return 0;
+    }
+    try {
+        return core::cLng(core::val(core::token("~", 2, text)));
+    } catch (const std::exception&) {
+        return 0;
+    }
+}
+
+std::int32_t getSweeperNumber(core::Console& c, const std::string& path) {
+    c.id3->filename(path);
+    clsMp3TagData tag;
+    c.id3->returnID3Tag(tag);
+    return sweeperNumberFromTag(tag.tarnWaveData);
+}
+
+std::int32_t nextFreeSweeperNumber(core::Console& c) {
+    const auto& list = c.form().flSweepers;
+    std::set<std::int32_t> taken;
+    for (const auto& item : list.items) {
+        if (const std::int32_t n = getSweeperNumber(c, list.path + "/" + item.text); n != 0) {
+            taken.insert(n);
+        }
+    }
+    std::int32_t n = 1;
+    while (taken.count(n)) {
+        ++n;
+    }
+    return n;
+}
+
+bool setSweeperNumber(core::Console& c, const std::string& path) {
+    const std::int32_t number = nextFreeSweeperNumber(c);
+    c.id3->filename(path);
+    c.id3->FileOwner("twSTag~" + std::to_string(number));
+    c.id3->UpdateID3Tags();
+    return !logTagWriteError(c, path);
+}
+
+void fillSweeperList(core::Console& c) {
+    auto& m = c.form();
+    auto& combo = m.cmboSweeperList;
+    const auto& files = m.flSweepers;
+    combo.items.clear();
+    std::vector<std::int32_t> numbers;
+    for (const auto& item : files.items) {
+        numbers.push_back(tags::getSweeperNumber(c, files.path + "/" + item.text));
+    }
+    for (const std::int32_t n : numbers) {
+        while (combo.listCount() <= n) {
+            combo.items.push_back({combo.items.empty() ? "No Sweeper" : "Deleted", 0, {}, false});
+        }
+    }
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        if (numbers[i] >= 0 && numbers[i] < combo.listCount()) {
+            combo.items[static_cast<std::size_t>(numbers[i])].text = files.items[i].text;
+        }
+    }
+}
+
+bool logTagWriteError(core::Console& c, const std::string& path) {
+    if (c.id3->lastWriteError().empty()) {
+        return false;
+    }
+    core::logError(c, "Error writing the tag of " + path + ": " + c.id3->lastWriteError());
+    return true;
+}
+
+std::int32_t findSweeperById(core::Console& c, std::int32_t number) {
+    const auto& list = c.form().flSweepers;
+    for (std::size_t i = 0; i < list.items.size(); ++i) {
+        if (getSweeperNumber(c, list.path + "/" + list.items[i].text) == number) {
+            return static_cast<std::int32_t>(i);
+        }
+    }
+    return 0;
 }
 
 }  // namespace tw::tags

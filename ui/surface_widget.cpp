@@ -317,7 +317,7 @@ void SurfaceWidget::keyPressEvent(QKeyEvent* event) {
 
 const core::Element* SurfaceWidget::fileDropTarget(const QPointF& at) {
     const core::Element* e = elementAt(console_.form(), at.x(), at.y());
-    if (e && (e->name == "lstSongs" || e->name == "fileList")) {
+    if (e && (e->name == "lstSongs" || e->name == "fileList" || e->name == "flSweepers")) {
         return e;
     }
     return nullptr;
@@ -356,13 +356,16 @@ void SurfaceWidget::dragMoveEvent(QDragMoveEvent* event) {
 
 void SurfaceWidget::dropEvent(QDropEvent* event) {
     const std::vector<std::string> files = localFiles(event->mimeData());
-    if (files.empty() || !fileDropTarget(event->position())) {
+    const core::Element* target = fileDropTarget(event->position());
+    if (files.empty() || !target) {
         event->ignore();
         return;
     }
-    desk::dropFiles(console_, "fileList", files);
+    // The track list takes files into its category; the sweeper list into the sweepers.
+    const std::string name = target->name == "flSweepers" ? "flSweepers" : "fileList";
+    desk::dropFiles(console_, name, files);
     event->acceptProposedAction();
-    afterAction("drop", "fileList");
+    afterAction("drop", name);
 }
 
 void SurfaceWidget::keyReleaseEvent(QKeyEvent* event) {

@@ -1,0 +1,19 @@
+#pragma once
+// The preview player: a track from the library heard on the studio output, outside the mixer, so
+// never on the air. The mixer's monitor is muted while it runs and is never left muted by it.
+//
+// Thread contract: console thread only.
+
+#include <string>
+
+#include "core/console.h"
+
+namespace tw::playout {
+
+// Starts the preview of file, or stops the one running (whatever file is asked for).
+void previewTrack(core::Console& c, const std::string& file);
+// cmdPlayActiveSong: the track chosen in lstSongs goes to the preview; a path that is not in the
+// list's collection is ignored.
+void cmdPlayActiveSong_Click(core::Console& c);
+
+}  // namespace tw::playout
