@@ -3,8 +3,10 @@
 #include <mpg123.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 #include "audio/decoder.h"
 #include "audio/mp3_setup.h"
@@ -15,8 +17,8 @@ namespace {
 
 // Measured frames per column at the least; a longer track measures one frame in up to this many
 // (and decodes the one before it as well).
-constexpr std::int64_t kMeasuredPerColumn = 2;
-constexpr std::int64_t kLongestStride = 8;
+constexpr std::int64_t kMeasuredPerColumn = 1;
+constexpr std::int64_t kLongestStride = 12;
 
 std::uint16_t peakOf(const std::int16_t* samples, std::size_t count) {
     int peak = 0;
@@ -58,13 +60,44 @@ PeakEnvelope fromPcmFile(const std::string& path, std::size_t columns) {
     return env;
 }
 
+// The file through stdio with a large buffer: the library reads each frame's header and body
+// separately, which unbuffered would be several system calls a frame.
+struct BufferedFile {
+    std::FILE* f = nullptr;
+    std::vector<char> buffer = std::vector<char>(1 << 18);
+};
+
+mpg123_ssize_t readBuffered(void* handle, void* out, size_t bytes) {
+    auto* file = static_cast<BufferedFile*>(handle);
+    const size_t n = std::fread(out, 1, bytes, file->f);
+    return n == 0 && std::ferror(file->f) ? -1 : static_cast<mpg123_ssize_t>(n);
+}
+
+off_t seekBuffered(void* handle, off_t offset, int whence) {
+    auto* file = static_cast<BufferedFile*>(handle);
+    return ::fseeko(file->f, offset, whence) == 0 ? ::ftello(file->f) : -1;
+}
+
 struct Mp3Handle {
     mpg123_handle* mh = newMp3Handle();
+    BufferedFile file;
     ~Mp3Handle() {
         if (mh) {
             mpg123_close(mh);
             mpg123_delete(mh);
         }
+        if (file.f) {
+            std::fclose(file.f);
+        }
+    }
+    bool open(const std::string& path) {
+        file.f = std::fopen(path.c_str(), "rb");
+        if (!mh || !file.f) {
+            return false;
+        }
+        std::setvbuf(file.f, file.buffer.data(), _IOFBF, file.buffer.size());
+        return mpg123_replace_reader_handle(mh, readBuffered, seekBuffered, nullptr) == MPG123_OK &&
+               mpg123_open_handle(mh, &file) == MPG123_OK;
     }
 };
 
@@ -75,7 +108,14 @@ PeakEnvelope fromMp3File(const std::string& path, std::size_t columns) {
         return env;
     }
     mpg123_param(h.mh, MPG123_ADD_FLAGS, MPG123_FORCE_MONO, 0.0);
-    if (mpg123_open(h.mh, path.c_str()) != MPG123_OK || mpg123_scan(h.mh) != MPG123_OK) {
+    if (!h.open(path)) {
+        return env;
+    }
+    // A LAME or Xing header gives the lengths without reading the file twice; without one, the
+    // library's estimate from the file's size would put a VBR file's columns in the wrong places.
+    long delay = -1;
+    if ((mpg123_getstate(h.mh, MPG123_ENC_DELAY, &delay, nullptr) != MPG123_OK || delay < 0) &&
+        mpg123_scan(h.mh) != MPG123_OK) {
         return env;
     }
     const off_t frames = mpg123_framelength(h.mh);

@@ -88,6 +88,16 @@ void lstSongs_Click(core::Console& c, int row) {
     drawDetailsPicture(c);
 }
 
+void showDetailsPage(core::Console& c, bool moreInfo) {
+    auto& m = c.form();
+    m.frmNameTitleArtist.visible = !moreInfo;
+    m.frmMoreInfo.visible = moreInfo;
+    core::printOnButton(m.cmdArtistSongAlbum,
+                        moreInfo ? core::ImageRole::Gray : core::ImageRole::Red, "Artist Info");
+    core::printOnButton(m.cmdMoreInfo, moreInfo ? core::ImageRole::Red : core::ImageRole::Gray,
+                        "More Info");
+}
+
 void markCuePoint(core::Console& c, CuePoint point, bool rightButton) {
     core::Element& text = c.form().*kCueFields[static_cast<int>(point)].text;
     if (rightButton) {

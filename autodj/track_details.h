@@ -12,6 +12,10 @@ namespace tw::autodj {
 // A click on row `row` of lstSongs; a row outside the list does nothing.
 void lstSongs_Click(core::Console& c, int row);
 
+// The panel's two pages: the tag fields ("Artist Info") or the cue points and sweepers ("More
+// Info"); the chosen page's button is painted red, the other grey.
+void showDetailsPage(core::Console& c, bool moreInfo);
+
 // The four cue points of the panel, in the order of the cue text.
 enum class CuePoint { Sweep, IntroEnd, OutroStart, NextStart };
 

@@ -124,7 +124,7 @@ void drawWaveform(core::Element& picture, const audio::PeakEnvelope& envelope) {
     if (!envelope.ok() || envelope.peaks.empty() || width <= 0 || height <= 0) {
         return;
     }
-    constexpr std::uint32_t kWaveColor = 0x808080;
+    constexpr std::uint32_t kWaveColor = 0x707070;
     std::vector<core::Fill> columns;
     const auto pixels = static_cast<std::size_t>(width);
     for (std::size_t x = 0; x < pixels; ++x) {
@@ -136,8 +136,9 @@ void drawWaveform(core::Element& picture, const audio::PeakEnvelope& envelope) {
             peak = std::max(peak, envelope.peaks[i]);
         }
         const double h = std::max(1.0, height * peak / 32767.0);
+        // A little wider than a pixel, so that a scaled window shows no seams between columns.
         columns.push_back(
-            {static_cast<double>(x), (height - h) / 2, 1, h, core::ImageRole::None, kWaveColor});
+            {static_cast<double>(x), (height - h) / 2, 1.3, h, core::ImageRole::None, kWaveColor});
     }
     auto& fills = picture.drawing.fills;
     fills.insert(fills.begin(), columns.begin(), columns.end());

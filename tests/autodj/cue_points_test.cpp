@@ -326,3 +326,23 @@ TEST_F(CuePointsTest, TheDetailsPanelDrawsTheWaveformOnceMeasured) {
 
 }  // namespace
 }  // namespace tw::test
+
+namespace tw::test {
+namespace {
+
+TEST_F(CuePointsTest, TheTwoPagesOfThePanelAreChosenByTheirButtons) {
+    addCueTrack("");
+    showFirstTrack();
+    desk::press(*console, "cmdMoreInfo");
+    EXPECT_TRUE(m().frmMoreInfo.visible);
+    EXPECT_FALSE(m().frmNameTitleArtist.visible);
+    EXPECT_EQ(m().cmdMoreInfo.image, core::ImageRole::Red);
+    EXPECT_EQ(m().cmdArtistSongAlbum.image, core::ImageRole::Gray);
+    desk::press(*console, "cmdArtistSongAlbum");
+    EXPECT_FALSE(m().frmMoreInfo.visible);
+    EXPECT_TRUE(m().frmNameTitleArtist.visible);
+    EXPECT_EQ(m().cmdArtistSongAlbum.image, core::ImageRole::Red);
+}
+
+}  // namespace
+}  // namespace tw::test
