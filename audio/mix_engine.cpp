@@ -306,6 +306,11 @@ void MixEngine::freeStream(Handle h) {
             }
         }
     }
+    for (Handle fx : effects_.handles()) {
+        if (effects_.get(fx)->channel == h) {
+            removeEffect(fx);
+        }
+    }
     queueSyncs(h, kSyncFree);
     for (Handle sync : syncs_.handles()) {
         if (syncs_.get(sync)->channel == h) {

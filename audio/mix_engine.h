@@ -177,6 +177,10 @@ class MixEngine final : public Engine, private AudioProducer {
         Handle channel;
         std::uint32_t data;
     };
+    struct FxEntry {
+        Handle channel = 0;
+        std::shared_ptr<Effect> effect;
+    };
     struct Retired {
         std::uint64_t seq;
         std::shared_ptr<void> object;
@@ -198,6 +202,8 @@ class MixEngine final : public Engine, private AudioProducer {
     void attach(const std::shared_ptr<Source>& s, Target target, bool paused);
     void detach(const std::shared_ptr<Source>& s);
     void freeStream(Handle h);
+    // Takes an effect off its channel; the audio thread lets go of it first. mutex_ held.
+    void removeEffect(Handle fx);
     // Takes the encoder out of the mix and hands it to the reaper. mutex_ held.
     void stopEncoder(Handle h);
     void queueSyncs(Handle channel, std::uint32_t type);
@@ -227,6 +233,7 @@ class MixEngine final : public Engine, private AudioProducer {
     HandleTable<Channel> channels_{HandleKind::Channel};
     HandleTable<Sync> syncs_{HandleKind::Sync};
     HandleTable<EncoderSession> encoders_{HandleKind::Encoder};
+    HandleTable<FxEntry> effects_{HandleKind::Fx};
     Handle mixer_ = 0;
     bool mixerRunning_ = false;
     std::uint64_t sent_ = 0;

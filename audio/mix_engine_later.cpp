@@ -1,32 +1,9 @@
-// Effects and recording are not built yet. Each operation answers as it will on
-// a handle it does not know: a channel the console names must still be live (kErrorHandle when it
-// is not), and otherwise the feature itself is missing (kErrorNotAvailable).
+// Recording is not built yet. Each operation answers as it will when there is no capture device:
+// the feature itself is missing (kErrorNotAvailable), or the device was never opened (kErrorInit).
 
 #include "audio/mix_engine.h"
 
 namespace tw::audio {
-
-Handle MixEngine::channelSetFX(Handle h, std::uint32_t, int) {
-    std::lock_guard lock(mutex_);
-    fail(channels_.get(h) ? kErrorNotAvailable : kErrorHandle);
-    return 0;
-}
-
-bool MixEngine::channelRemoveFX(Handle, Handle) {
-    return fail(kErrorHandle);
-}
-bool MixEngine::fxSetParameters(Handle, const ParamEq&) {
-    return fail(kErrorHandle);
-}
-bool MixEngine::fxSetParameters(Handle, const Compressor&) {
-    return fail(kErrorHandle);
-}
-bool MixEngine::fxSetParameters(Handle, const DynamicAmp&) {
-    return fail(kErrorHandle);
-}
-bool MixEngine::fxReset(Handle) {
-    return fail(kErrorHandle);
-}
 
 bool MixEngine::recordGetDeviceInfo(int, RecordDeviceInfo&) {
     return fail(kErrorNotAvailable);

@@ -18,6 +18,7 @@ void MixerCore::clear() {
     voiceCount_ = 0;
     tapCount_ = 0;
     mixerRunning_ = false;
+    mixerFx_ = FxChain();
 }
 
 std::size_t MixerCore::find(const Source* s) const {
@@ -75,6 +76,15 @@ void MixerCore::apply(const Command& c) {
                 taps_[tapCount_++] = c.tap;
             }
             break;
+        case Command::Type::AddFx:
+            (c.source ? c.source->cbFx : mixerFx_).add(c.fx, static_cast<int>(c.count));
+            break;
+        case Command::Type::RemoveFx:
+            (c.source ? c.source->cbFx : mixerFx_).remove(c.fx);
+            break;
+        case Command::Type::ResetFx:
+            c.fx->reset();
+            break;
         case Command::Type::RemoveTap:
             for (std::size_t i = 0; i < tapCount_; ++i) {
                 if (taps_[i] == c.tap) {
@@ -110,6 +120,9 @@ bool MixerCore::mixVoice(Voice& v, float* dst, std::size_t frames) {
     const std::size_t take = std::min(avail, frames);
     s.stalled.store(take < frames && !complete, std::memory_order_relaxed);
     r.samples.read(take_, take * kMixChannels);
+    if (take > 0) {
+        s.cbFx.run(take_, take);  // the stream's effects work before its volume
+    }
     float pl = v.peakL, pr = v.peakR;
     if (s.gain.steady()) {
         const float g = s.gain.applied();
@@ -166,6 +179,7 @@ void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
     std::fill(card_, card_ + samples, 0.0f);
     if (mixerRunning_) {
         mixTarget(Target::Mixer, mix_, frames);
+        mixerFx_.run(mix_, frames);
         for (std::size_t i = 0; i < frames; ++i) {
             peakL_ = std::max(peakL_, std::fabs(mix_[2 * i]));
             peakR_ = std::max(peakR_, std::fabs(mix_[2 * i + 1]));

@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "audio/doorbell.h"
+#include "audio/effects.h"
 #include "audio/encoder_tap.h"
 #include "audio/engine.h"
 #include "audio/gain.h"
@@ -31,12 +32,16 @@ struct Command {
         RunMixer,   // the mixer runs (flag) or stands
         AddTap,     // tap receives the mix from now on
         RemoveTap,  // tap receives nothing more
+        AddFx,      // fx works on source (the mixer's output when null), priority as count
+        RemoveFx,   // fx leaves source's chain
+        ResetFx,    // fx forgets its state
     };
     Type type = Type::Detach;
     Source* source = nullptr;
     PlayRing* ring = nullptr;
     Gain* gain = nullptr;
     EncoderTap* tap = nullptr;
+    Effect* fx = nullptr;
     float value = 0;
     std::int64_t count = 0;
     bool flag = false;
@@ -111,6 +116,7 @@ class MixerCore {
     float mix_[kMaxBlockFrames * kMixChannels] = {};
     float card_[kMaxBlockFrames * kMixChannels] = {};
     float take_[kMaxBlockFrames * kMixChannels] = {};
+    FxChain mixerFx_;  // on the mixer's output, before its level and the encoders
     EncoderTap* taps_[kMaxTaps] = {};
     std::size_t tapCount_ = 0;
     std::int16_t pcm_[kMaxBlockFrames * kMixChannels] = {};

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "audio/decoder.h"
+#include "audio/effects.h"
 #include "audio/engine.h"
 #include "audio/gain.h"
 #include "audio/spsc_ring.h"
@@ -80,6 +81,7 @@ struct Source {
 
     // --- audio callback side: touched only by the command consumer ------------------------------
     Gain gain;
+    FxChain cbFx;
     PlayRing* cbRing = nullptr;
     bool cbPaused = false;
     std::uint32_t cbSerial = 0;

@@ -132,8 +132,9 @@ void BM_Mp3Decode_Reference(benchmark::State& state) {
 BENCHMARK(BM_Mp3Decode_Reference)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
 
 // The audio callback alone, per 10 ms block: four sources (two MP3 players, a resampled 48 kHz
-// source, a third MP3 under a running slide) and the levels. The read-ahead is done outside the
-// timing, as the worker does it outside the callback.
+// source, a third MP3 under a running slide) and the levels; with argument 1 also the master chain
+// (EQ, compressor, gain control) on the mixer and chorus, flanger and EQ on one source. The
+// read-ahead is done outside the timing, as the worker does it outside the callback.
 void BM_CallbackBlock10ms(benchmark::State& state) {
     MixEngine engine(EngineMode::Offline);
     engine.init(-1, 44100, 0);
@@ -151,6 +152,19 @@ void BM_CallbackBlock10ms(benchmark::State& state) {
     }
     engine.channelSetPosition(sources[1], 44100 * 4 * 7);
     engine.channelSlideAttribute(sources[3], tw::audio::kAttribVol, 0.1f, 60000);
+    if (state.range(0) == 1) {
+        // The master chain on the mixer, and a voice chain on the third source.
+        using namespace tw::audio;
+        engine.fxSetParameters(engine.channelSetFX(mixer, kFxParamEq, 3), ParamEq{120, 12, 3});
+        engine.fxSetParameters(engine.channelSetFX(mixer, kFxCompressor, 2),
+                               Compressor{4, 10, 200, -18, 3, 4});
+        engine.fxSetParameters(engine.channelSetFX(mixer, kFxDynamicAmp, 1),
+                               DynamicAmp{0.8f, 0.02f, 0.1f, 1, 0, -1});
+        engine.channelSetFX(sources[2], kFxChorus, 2);
+        engine.channelSetFX(sources[2], kFxFlanger, 1);
+        engine.fxSetParameters(engine.channelSetFX(sources[2], kFxParamEq, 0),
+                               ParamEq{3000, 12, 4});
+    }
     constexpr std::size_t kBlock = 441;
     std::vector<float> out(kBlock * 2);
     std::vector<double> times;
@@ -184,8 +198,13 @@ void BM_CallbackBlock10ms(benchmark::State& state) {
     state.counters["worst_us"] = times.back() * 1e6;
     state.counters["rt"] = realtime ? 1 : 0;
 }
-// 5000 blocks: 50 s of audio, within the minute the sources last.
-BENCHMARK(BM_CallbackBlock10ms)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(5000);
+// 5000 blocks: 50 s of audio, within the minute the sources last. Argument 1 adds the effects.
+BENCHMARK(BM_CallbackBlock10ms)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond)
+    ->Iterations(5000);
 
 // Offline rendering of station audio with two players that overlap: a new MP3 starts every 50 s
 // and plays for 60 s, so that for 10 s of every 50 two decode at once. The span is scaled; the

@@ -55,11 +55,24 @@ TEST_F(OfflineEngineTest, AudioRealtimeCallbackNeverAllocates) {
     ASSERT_TRUE(engine.channelPlay(d, false));
     ASSERT_TRUE(engine.channelSlideAttribute(a, kAttribVol, 0.0f, 500));
     ASSERT_TRUE(engine.channelSlideAttribute(mixer, kAttribVol, 0.5f, 300));
+    // Every effect, on a stream and on the mixer; one gets new parameters and a reset midway.
+    const Handle eq = engine.channelSetFX(a, kFxParamEq, 0);
+    ASSERT_NE(eq, 0u);
+    ASSERT_NE(engine.channelSetFX(a, kFxChorus, 1), 0u);
+    ASSERT_NE(engine.channelSetFX(b, kFxFlanger, 0), 0u);
+    const Handle comp = engine.channelSetFX(mixer, kFxCompressor, 2);
+    ASSERT_NE(comp, 0u);
+    ASSERT_NE(engine.channelSetFX(mixer, kFxDynamicAmp, 1), 0u);
     std::vector<float> out(441 * 2);
     int total = 0;
     for (int block = 0; block < 100; ++block) {
         if (block == 30) {
             engine.mixerChannelFlags(b, kMixerPause, kMixerPause);
+        }
+        if (block == 45) {
+            engine.fxSetParameters(eq, ParamEq{2000, 6, -6});
+            engine.fxSetParameters(comp, Compressor{3, 5, 100, -18, 3, 5});
+            engine.fxReset(comp);
         }
         if (block == 60) {
             engine.mixerChannelFlags(b, 0, kMixerPause);

@@ -1,0 +1,284 @@
+#include "audio/effects.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+#include "audio/source.h"
+
+namespace tw::audio {
+
+namespace {
+
+constexpr float kRate = static_cast<float>(kMixRate);
+
+float dbToGain(float db) {
+    return std::pow(10.0f, db / 20.0f);
+}
+
+// One time constant's smoothing factor per sample: after `ms` a step has come 1 - 1/e of the way.
+float smoothing(float ms) {
+    return ms <= 0 ? 0.0f : std::exp(-1.0f / (ms / 1000.0f * kRate));
+}
+
+// The peaking biquad of the audio EQ cookbook: at the centre exactly `gain` dB, the bandwidth in
+// octaves between the points of half the gain in dB.
+class ParamEqEffect final : public Effect {
+  public:
+    ParamEqEffect() : Effect(kFxParamEq) { configure({1000, 12, 0, 0, 0, 0}); }
+    void reset() override {
+        for (auto& s : state_) {
+            s = {};
+        }
+    }
+
+  private:
+    struct State {
+        float x1 = 0, x2 = 0, y1 = 0, y2 = 0;
+    };
+    void configure(const float (&p)[kParams]) override {
+        const float centre = std::clamp(p[0], 20.0f, kRate * 0.45f);
+        const float octaves = std::clamp(p[1], 1.0f, 36.0f) / 12.0f;
+        const float a = std::pow(10.0f, p[2] / 40.0f);
+        const float w0 = 2.0f * std::numbers::pi_v<float> * centre / kRate;
+        const float alpha =
+            std::sin(w0) * std::sinh(std::log(2.0f) / 2.0f * octaves * w0 / std::sin(w0));
+        const float a0 = 1.0f + alpha / a;
+        b0_ = (1.0f + alpha * a) / a0;
+        b1_ = -2.0f * std::cos(w0) / a0;
+        b2_ = (1.0f - alpha * a) / a0;
+        a1_ = b1_;
+        a2_ = (1.0f - alpha / a) / a0;
+    }
+    void run(float* x, std::size_t frames) override {
+        for (std::size_t i = 0; i < frames; ++i) {
+            for (int c = 0; c < 2; ++c) {
+                State& s = state_[c];
+                const float in = x[2 * i + c];
+                const float out = b0_ * in + b1_ * s.x1 + b2_ * s.x2 - a1_ * s.y1 - a2_ * s.y2;
+                s.x2 = s.x1;
+                s.x1 = in;
+                s.y2 = s.y1;
+                s.y1 = out;
+                x[2 * i + c] = out;
+            }
+        }
+    }
+    float b0_ = 1, b1_ = 0, b2_ = 0, a1_ = 0, a2_ = 0;
+    State state_[2];
+};
+
+// A feed-forward compressor with a hard knee: above the threshold the level rises by 1/ratio of
+// the input's rise. The gain reduction follows its target with the attack time constant while it
+// grows and the release time constant while it shrinks; the audio is delayed by the look-ahead.
+class CompressorEffect final : public Effect {
+  public:
+    static constexpr std::size_t kMaxDelay = 4096;  // frames of look-ahead, 93 ms
+
+    CompressorEffect() : Effect(kFxCompressor), line_(kMaxDelay * 2, 0.0f) {
+        configure({0, 10, 200, -20, 3, 4});
+    }
+    void reset() override {
+        std::fill(line_.begin(), line_.end(), 0.0f);
+        reductionDb_ = 0;
+        pos_ = 0;
+    }
+
+  private:
+    void configure(const float (&p)[kParams]) override {
+        makeUp_ = p[0];
+        attack_ = smoothing(p[1]);
+        release_ = smoothing(p[2]);
+        threshold_ = p[3];
+        slope_ = 1.0f - 1.0f / std::max(1.0f, p[4]);
+        delay_ = std::min<std::size_t>(
+            kMaxDelay - 1, static_cast<std::size_t>(std::max(0.0f, p[5]) / 1000 * kRate));
+    }
+    void run(float* x, std::size_t frames) override {
+        for (std::size_t i = 0; i < frames; ++i) {
+            const float l = x[2 * i], r = x[2 * i + 1];
+            const float peak = std::max(std::fabs(l), std::fabs(r));
+            const float levelDb = 20.0f * std::log10(std::max(peak, 1e-9f));
+            const float target = std::max(0.0f, levelDb - threshold_) * slope_;
+            const float k = target > reductionDb_ ? attack_ : release_;
+            reductionDb_ = target + (reductionDb_ - target) * k;
+            // The delay line gives back the frame of `delay_` frames ago.
+            line_[2 * pos_] = l;
+            line_[2 * pos_ + 1] = r;
+            const std::size_t back = (pos_ + kMaxDelay - delay_) % kMaxDelay;
+            const float g = dbToGain(makeUp_ - reductionDb_);
+            x[2 * i] = line_[2 * back] * g;
+            x[2 * i + 1] = line_[2 * back + 1] * g;
+            pos_ = (pos_ + 1) % kMaxDelay;
+        }
+    }
+    std::vector<float> line_;
+    std::size_t pos_ = 0, delay_ = 0;
+    float makeUp_ = 0, attack_ = 0, release_ = 0, threshold_ = 0, slope_ = 0;
+    float reductionDb_ = 0;
+};
+
+// An automatic gain control: while the input's peak is above the quiet level, the gain moves
+// towards the one that brings the peak to the target, by at most `rate` a second; below it the
+// gain holds. It starts at `gain` and begins to move after `delay` seconds. `channel` -1 measures
+// both channels, 0 the left, 1 the right.
+class DynamicAmpEffect final : public Effect {
+  public:
+    DynamicAmpEffect() : Effect(kFxDynamicAmp) { configure({0.5f, 0.01f, 0.5f, 1, 0, -1}); }
+    void reset() override {
+        current_ = start_;
+        waited_ = 0;
+    }
+
+  private:
+    void configure(const float (&p)[kParams]) override {
+        target_ = std::clamp(p[0], 0.0f, 1.0f);
+        quiet_ = std::max(0.0f, p[1]);
+        rate_ = std::max(0.0f, p[2]);
+        start_ = std::max(0.0f, p[3]);
+        delay_ = std::max(0.0f, p[4]);
+        channel_ = static_cast<int>(p[5]);
+        current_ = start_;
+        waited_ = 0;
+    }
+    void run(float* x, std::size_t frames) override {
+        float peak = 0;
+        for (std::size_t i = 0; i < frames; ++i) {
+            const float l = std::fabs(x[2 * i]), r = std::fabs(x[2 * i + 1]);
+            peak = std::max(peak, channel_ == 0 ? l : channel_ == 1 ? r : std::max(l, r));
+        }
+        const float seconds = static_cast<float>(frames) / kRate;
+        const float from = current_;
+        if (waited_ < delay_) {
+            waited_ += seconds;
+        } else if (peak > quiet_ && peak > 0) {
+            const float wanted = target_ / peak;
+            const float step = rate_ * seconds;
+            current_ = wanted > current_ ? std::min(wanted, current_ + step)
+                                         : std::max(wanted, current_ - step);
+        }
+        // The gain moves across the block, so that a change makes no click.
+        for (std::size_t i = 0; i < frames; ++i) {
+            const float g =
+                from + (current_ - from) * static_cast<float>(i + 1) / static_cast<float>(frames);
+            x[2 * i] *= g;
+            x[2 * i + 1] *= g;
+        }
+    }
+    float target_ = 0, quiet_ = 0, rate_ = 0, start_ = 1, delay_ = 0;
+    int channel_ = -1;
+    float current_ = 1, waited_ = 0;
+};
+
+// A delay line whose delay a sine sweeps: the flanger's short delay with negative feedback, the
+// chorus's longer one with a little positive feedback. Wet/dry is the wet share in per cent, depth
+// the sweep's share of the delay in per cent, feedback in per cent, frequency in Hz, delay in ms.
+class ModulatedDelay final : public Effect {
+  public:
+    static constexpr std::size_t kLine = 8192;  // 186 ms
+
+    ModulatedDelay(std::uint32_t type, float wet, float depth, float feedback, float hz, float ms)
+        : Effect(type), line_(kLine * 2, 0.0f) {
+        configure({wet, depth, feedback, hz, ms, 0});
+    }
+    void reset() override {
+        std::fill(line_.begin(), line_.end(), 0.0f);
+        phase_ = 0;
+        pos_ = 0;
+    }
+
+  private:
+    void configure(const float (&p)[kParams]) override {
+        wet_ = std::clamp(p[0], 0.0f, 100.0f) / 100.0f;
+        depth_ = std::clamp(p[1], 0.0f, 100.0f) / 100.0f;
+        feedback_ = std::clamp(p[2], -99.0f, 99.0f) / 100.0f;
+        step_ = 2.0f * std::numbers::pi_v<float> * std::max(0.0f, p[3]) / kRate;
+        delayFrames_ = std::clamp(p[4], 0.1f, 80.0f) / 1000.0f * kRate;
+    }
+    void run(float* x, std::size_t frames) override {
+        for (std::size_t i = 0; i < frames; ++i) {
+            // From the delay itself down to (1 - depth) of it and back.
+            const float d = delayFrames_ * (1.0f - depth_ * 0.5f * (1.0f + std::sin(phase_)));
+            phase_ += step_;
+            if (phase_ > 2.0f * std::numbers::pi_v<float>) {
+                phase_ -= 2.0f * std::numbers::pi_v<float>;
+            }
+            const float readPos = static_cast<float>(pos_) + kLine - std::max(d, 1.0f);
+            const auto i0 = static_cast<std::size_t>(readPos) % kLine;
+            const std::size_t i1 = (i0 + 1) % kLine;
+            const float frac = readPos - std::floor(readPos);
+            for (int c = 0; c < 2; ++c) {
+                const float delayed = line_[2 * i0 + c] * (1 - frac) + line_[2 * i1 + c] * frac;
+                const float in = x[2 * i + c];
+                line_[2 * pos_ + c] = in + delayed * feedback_;
+                x[2 * i + c] = in * (1 - wet_) + delayed * wet_;
+            }
+            pos_ = (pos_ + 1) % kLine;
+        }
+    }
+    std::vector<float> line_;
+    std::size_t pos_ = 0;
+    float wet_ = 0, depth_ = 0, feedback_ = 0, step_ = 0, delayFrames_ = 1, phase_ = 0;
+};
+
+}  // namespace
+
+void Effect::set(const float (&values)[kParams]) {
+    version_.fetch_add(1, std::memory_order_acq_rel);  // odd: being written
+    for (std::size_t i = 0; i < kParams; ++i) {
+        params_[i].store(values[i], std::memory_order_relaxed);
+    }
+    version_.fetch_add(1, std::memory_order_release);
+}
+
+void Effect::process(float* stereo, std::size_t frames) {
+    const std::uint32_t v = version_.load(std::memory_order_acquire);
+    if (v != taken_ && (v & 1u) == 0) {
+        float p[kParams];
+        for (std::size_t i = 0; i < kParams; ++i) {
+            p[i] = params_[i].load(std::memory_order_relaxed);
+        }
+        if (version_.load(std::memory_order_acquire) == v) {
+            configure(p);
+            taken_ = v;
+        }
+    }
+    run(stereo, frames);
+}
+
+std::unique_ptr<Effect> makeEffect(std::uint32_t type) {
+    switch (type) {
+        case kFxParamEq:
+            return std::make_unique<ParamEqEffect>();
+        case kFxCompressor:
+            return std::make_unique<CompressorEffect>();
+        case kFxDynamicAmp:
+            return std::make_unique<DynamicAmpEffect>();
+        case kFxFlanger:
+            return std::make_unique<ModulatedDelay>(kFxFlanger, 50, 100, -50, 0.25f, 2);
+        case kFxChorus:
+            return std::make_unique<ModulatedDelay>(kFxChorus, 50, 10, 25, 1.1f, 16);
+        default:
+            return nullptr;
+    }
+}
+
+void paramsOf(const ParamEq& p, float (&out)[Effect::kParams]) {
+    const float v[Effect::kParams] = {p.center, p.bandwidth, p.gain, 0, 0, 0};
+    std::copy(std::begin(v), std::end(v), out);
+}
+
+void paramsOf(const Compressor& p, float (&out)[Effect::kParams]) {
+    const float v[Effect::kParams] = {p.gain,      p.attack, p.release,
+                                      p.threshold, p.ratio,  p.predelay};
+    std::copy(std::begin(v), std::end(v), out);
+}
+
+void paramsOf(const DynamicAmp& p, float (&out)[Effect::kParams]) {
+    const float v[Effect::kParams] = {p.target, p.quiet, p.rate,
+                                      p.gain,   p.delay, static_cast<float>(p.channel)};
+    std::copy(std::begin(v), std::end(v), out);
+}
+
+}  // namespace tw::audio
