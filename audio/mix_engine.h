@@ -204,6 +204,8 @@ class MixEngine final : public Engine, private AudioProducer {
     void freeStream(Handle h);
     // Takes an effect off its channel; the audio thread lets go of it first. mutex_ held.
     void removeEffect(Handle fx);
+    // Hands an effect of `type` its parameters; takes mutex_.
+    bool setFxValues(Handle fx, std::uint32_t type, const float (&values)[Effect::kParams]);
     // Takes the encoder out of the mix and hands it to the reaper. mutex_ held.
     void stopEncoder(Handle h);
     void queueSyncs(Handle channel, std::uint32_t type);

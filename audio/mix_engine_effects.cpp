@@ -64,46 +64,35 @@ bool MixEngine::channelRemoveFX(Handle h, Handle fx) {
     return ok();
 }
 
-namespace {
-
-template <typename Params>
-bool setParams(Effect& effect, std::uint32_t type, const Params& params) {
-    if (effect.type() != type) {
-        return false;
-    }
-    float values[Effect::kParams];
-    paramsOf(params, values);
-    effect.set(values);
-    return true;
-}
-
-}  // namespace
-
-bool MixEngine::fxSetParameters(Handle fx, const ParamEq& p) {
+bool MixEngine::setFxValues(Handle fx, std::uint32_t type, const float (&values)[Effect::kParams]) {
     std::lock_guard lock(mutex_);
     auto entry = effects_.get(fx);
     if (!entry) {
         return fail(kErrorHandle);
     }
-    return setParams(*entry->effect, kFxParamEq, p) ? ok() : fail(kErrorIllegalParam);
+    if (entry->effect->type() != type) {
+        return fail(kErrorIllegalParam);  // another effect's structure
+    }
+    entry->effect->set(values);
+    return ok();
+}
+
+bool MixEngine::fxSetParameters(Handle fx, const ParamEq& p) {
+    float values[Effect::kParams];
+    paramsOf(p, values);
+    return setFxValues(fx, kFxParamEq, values);
 }
 
 bool MixEngine::fxSetParameters(Handle fx, const Compressor& p) {
-    std::lock_guard lock(mutex_);
-    auto entry = effects_.get(fx);
-    if (!entry) {
-        return fail(kErrorHandle);
-    }
-    return setParams(*entry->effect, kFxCompressor, p) ? ok() : fail(kErrorIllegalParam);
+    float values[Effect::kParams];
+    paramsOf(p, values);
+    return setFxValues(fx, kFxCompressor, values);
 }
 
 bool MixEngine::fxSetParameters(Handle fx, const DynamicAmp& p) {
-    std::lock_guard lock(mutex_);
-    auto entry = effects_.get(fx);
-    if (!entry) {
-        return fail(kErrorHandle);
-    }
-    return setParams(*entry->effect, kFxDynamicAmp, p) ? ok() : fail(kErrorIllegalParam);
+    float values[Effect::kParams];
+    paramsOf(p, values);
+    return setFxValues(fx, kFxDynamicAmp, values);
 }
 
 bool MixEngine::fxReset(Handle fx) {
