@@ -39,7 +39,6 @@ struct WaveformCache::Shared {
     std::deque<Job> jobs;
     std::map<std::string, std::shared_ptr<const audio::PeakEnvelope>> known;  // by version key
     std::deque<std::string> order;                                            // oldest first
-    bool alive = true;
 };
 
 WaveformCache::WaveformCache(core::EventLoop& loop, std::size_t columns)
@@ -52,10 +51,6 @@ WaveformCache::WaveformCache(core::EventLoop& loop, std::size_t columns)
       }) {}
 
 WaveformCache::~WaveformCache() {
-    {
-        std::lock_guard lock(shared_->mutex);
-        shared_->alive = false;
-    }
     worker_.request_stop();
     shared_->wake.notify_all();
 }
@@ -101,19 +96,12 @@ void WaveformCache::work(std::stop_token stop) {
                 s.order.pop_front();
             }
         }
-        // The console may be gone by the time the loop runs this: the shared part tells.
+        // The console may be gone by the time the loop runs this: the cache's shared part goes
+        // with it (both live on the console thread, so it cannot go while this runs).
         loop_.post([weak = std::weak_ptr<Shared>(shared_), ready = std::move(job.ready)] {
-            auto shared = weak.lock();
-            if (!shared || !ready) {
-                return;
+            if (weak.lock() && ready) {
+                ready();
             }
-            {
-                std::lock_guard lock(shared->mutex);
-                if (!shared->alive) {
-                    return;
-                }
-            }
-            ready();
         });
     }
 }
