@@ -66,19 +66,29 @@ std::string numericPrefix(std::string_view text) {
     return out;
 }
 
+double prefixValue(std::string_view text) {
+    const std::string prefix = numericPrefix(text);
+    return prefix.empty() ? 0.0 : std::strtod(prefix.c_str(), nullptr);
+}
+
 }  // namespace
 
 double val(std::string_view text) {
-    std::string prefix = numericPrefix(text);
-    if (prefix.empty()) {
-        return 0.0;
-    }
-    double v = std::strtod(prefix.c_str(), nullptr);
+    const double v = prefixValue(text);
     if (!std::isfinite(v)) {
         failOverflow();
     }
     return v;
 }
+
+std::optional<double> finiteVal(std::string_view text) {
+    const double v = prefixValue(text);
+    if (!std::isfinite(v)) {
+        return std::nullopt;
+    }
+    return v;
+}
+
 
 std::string numberText(double value) {
     if (value == 0) {

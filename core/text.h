@@ -4,6 +4,7 @@
 // checked conversions to whole numbers that fail with "Overflow" instead of wrapping.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,9 @@ namespace tw::core {
 // one "." as the decimal point and an exponent; stops at the first other character; 0 when there is
 // none. "12abc" is 12, " 1 2" is 12, "abc" is 0, "1.5.2" is 1.5, "-" is 0.
 double val(std::string_view text);
+// The same for numbers read from files, which must not fail: nothing when the number is too large
+// for a double ("1E999").
+std::optional<double> finiteVal(std::string_view text);
 
 // Number to text with a leading blank for a number that is not negative: 25 -> " 25", -1 -> "-1",
 // 0.5 -> " .5", 1.5 -> " 1.5". Whole numbers print without a decimal point.

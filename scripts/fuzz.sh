@@ -18,7 +18,13 @@ for t in "${targets[@]}"; do
     run=$secs
     if [[ "$t" == fuzz_tag_* && "$run" -lt 60 ]]; then run=60; fi
     echo "== $t for ${run}s (seeds: $seeds)"
-    "build-fuzz/fuzz/$t" -max_total_time="$run" -timeout=10 -rss_limit_mb=2048 \
-        -artifact_prefix="build-fuzz/$t-" "$work" "$seeds" 2>&1 | tail -n 3
-    rm -rf "$work"
+    if ! "build-fuzz/fuzz/$t" -max_total_time="$run" -timeout=10 -rss_limit_mb=2048 \
+        -artifact_prefix="build-fuzz/$t-" "$work" "$seeds" > "$work.log" 2>&1; then
+        # The whole report (the stack and the input's bytes) is what the next person needs.
+        grep -v '^#[0-9]' "$work.log" | tail -n 80
+        rm -rf "$work" "$work.log"
+        exit 1
+    fi
+    tail -n 3 "$work.log"
+    rm -rf "$work" "$work.log"
 done

@@ -71,7 +71,7 @@ void clsID3::returnID3Tag(clsMp3TagData& theTag) const {
         theTag.recordLabel = Copyright();
     }
     theTag.songName = title();
-    const double y = core::val(year());
+    const double y = core::finiteVal(year()).value_or(0);
     theTag.songYear = (y >= -2147483648.0 && y <= 2147483647.0) ? static_cast<std::int32_t>(y) : 0;
     std::string key = Artist() + " - " + title();
     if (key == " - ") {

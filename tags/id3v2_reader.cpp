@@ -25,7 +25,8 @@ void applyGenre(TagFields& fields, const std::string& raw) {
     fields[Field::Genre] = raw.substr(close + 1);
     fields.GenreID = 255;
     if (isNumericText(code)) {
-        double v = core::roundHalfEven(core::val(code));
+        // A number past any double ("(1E999)") is out of range like any other large one.
+        const double v = core::roundHalfEven(core::finiteVal(code).value_or(1e300));
         if (v >= -2147483648.0 && v <= 2147483647.0) {
             fields.GenreID = static_cast<std::int32_t>(v);
         }

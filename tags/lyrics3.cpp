@@ -14,7 +14,7 @@ Lyrics3Tail findLyrics3(const FileReader& file, std::int64_t audioEnd) {
     }
     if (footer == "LYRICS200") {
         tail.kind = Lyrics3Tail::Kind::Version2;
-        const double size = core::val(file.readAt(audioEnd - 15, 6));
+        const double size = core::finiteVal(file.readAt(audioEnd - 15, 6)).value_or(0);
         if (size <= 0 || size > static_cast<double>(audioEnd)) {
             return tail;
         }

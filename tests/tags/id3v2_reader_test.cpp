@@ -78,6 +78,12 @@ TEST_F(Id3v2ReaderTest, TconNumberInBracketsFollowedByRock) {
     EXPECT_EQ(t.Genre(), "Rock");
 }
 
+TEST_F(Id3v2ReaderTest, TconNumberTooLargeForADoubleIsUnknown) {
+    auto& t = read(id3Tag(3, textFrame("TCON", "(1E999)Rock", 3)));
+    EXPECT_EQ(t.GenreID(), 255);
+    EXPECT_EQ(t.Genre(), "Rock");
+}
+
 TEST_F(Id3v2ReaderTest, TconRxInBracketsIsRemix) {
     auto& t = read(id3Tag(3, textFrame("TCON", "(RX)", 3)));
     EXPECT_EQ(t.GenreID(), -1);

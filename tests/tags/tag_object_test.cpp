@@ -193,6 +193,14 @@ TEST_F(TagObjectTest, ReturnId3TagFillsTheRecordInOrder) {
     EXPECT_EQ(data.newGenre, "");
 }
 
+TEST_F(TagObjectTest, YearTooLargeForADoubleGivesYearZero) {
+    clsID3 tag;
+    tag.filename(write("a.mp3", id3Tag(3, textFrame("TYER", "9E999", 3))));
+    clsMp3TagData data;
+    tag.returnID3Tag(data);
+    EXPECT_EQ(data.songYear, 0);
+}
+
 TEST_F(TagObjectTest, RecordLabelPrefersTheCopyrightLink) {
     std::string body = textFrame("TCOP", "(c) me", 3) + frame("WCOP", "http://c", 3);
     clsID3 tag;

@@ -170,6 +170,14 @@ TEST_F(TagWriterTest, TrackNumber300GivesNoTrackByteButTrck) {
     EXPECT_NE(bytes.find(textFrame("TRCK", "300", 3)), std::string::npos);
 }
 
+TEST_F(TagWriterTest, TrackNumberTooLargeForADoubleGivesNoTrackByte) {
+    load(mpegFrames(1));
+    tag_.TrackNumber("1E999");
+    tag_.Comments("123456789012345678901234567890xx");
+    const std::string bytes = update();
+    EXPECT_EQ(bytes.substr(bytes.size() - 128).substr(97, 30), "123456789012345678901234567890");
+}
+
 TEST_F(TagWriterTest, TrackNumberInRangeGivesVersion11Byte) {
     load(mpegFrames(1));
     tag_.TrackNumber("7");

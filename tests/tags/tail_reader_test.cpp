@@ -171,6 +171,15 @@ TEST_F(TailReaderTest, Lyrics3v2WithBadSizeIsIgnored) {
     EXPECT_EQ(t.audioState().audioSize, 3 * 417 + static_cast<int>(block.size()) - 5);
 }
 
+TEST_F(TailReaderTest, Lyrics3v2SizeTooLargeForANumberIsIgnored) {
+    std::string block = lyrics3v2(field("ETT", "T"));
+    block.replace(block.size() - 15, 6, "1E9999");
+    auto& t = read(mpegFrames(3) + block + id3v1("", "", "", "", "", 255), true);
+    EXPECT_TRUE(t.Lyrics3v2Exists());
+    EXPECT_EQ(t.title(), "");
+    EXPECT_EQ(t.audioState().audioSize, 3 * 417 + static_cast<int>(block.size()) - 5);
+}
+
 TEST_F(TailReaderTest, Lyrics3v1TextBecomesLyrics) {
     std::string block =
         "LYRICSBEGINOld style lyrics, and then some more text" + std::string("LYRICSEND");
