@@ -89,7 +89,6 @@ std::optional<double> finiteVal(std::string_view text) {
     return v;
 }
 
-
 std::string numberText(double value) {
     if (value == 0) {
         return "0";

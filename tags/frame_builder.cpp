@@ -158,7 +158,8 @@ std::string buildId3v1(const TagFields& fields) {
     tag += fixedWidth(fields[Field::Album], 30);
     tag += fixedWidth(fields[Field::year], 4);
     const std::string& track = fields[Field::TrackNumber];
-    double number = isNumericText(track) ? core::roundHalfEven(core::finiteVal(track).value_or(0)) : 0;
+    double number =
+        isNumericText(track) ? core::roundHalfEven(core::finiteVal(track).value_or(0)) : 0;
     if (number >= 1 && number <= 255) {
         tag += fixedWidth(fields[Field::Comments], 28);
         tag.push_back('\0');
