@@ -71,6 +71,7 @@ inline constexpr int kErrorPosition = 7;
 inline constexpr int kErrorInit = 8;
 inline constexpr int kErrorAlready = 14;
 inline constexpr int kErrorIllegalParam = 20;
+inline constexpr int kErrorDevice = 23;
 inline constexpr int kErrorNotAvailable = 37;
 inline constexpr int kErrorTimeout = 40;
 inline constexpr int kErrorFileForm = 41;

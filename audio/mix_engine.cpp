@@ -27,12 +27,12 @@ constexpr auto kEventPoll = std::chrono::milliseconds(1000);
 // ring holds only what came in since the last look: this is also how far it may fall behind.
 constexpr auto kReadAheadPoll = std::chrono::milliseconds(250);
 
-bool silentByEnvironment() {
+}  // namespace
+
+bool MixEngine::silentByEnvironment() {
     const char* v = std::getenv("TARNWAVE_AUDIO");
     return v && std::strcmp(v, "null") == 0;
 }
-
-}  // namespace
 
 MixEngine::MixEngine(EngineMode mode) : mode_(mode) {}
 
@@ -114,6 +114,7 @@ bool MixEngine::free() {
     {
         std::lock_guard lock(mutex_);
         processEvents();
+        freeRecording();
         for (Handle h : channels_.handles()) {
             if (h != mixer_) {
                 freeStream(h);
@@ -311,6 +312,7 @@ void MixEngine::freeStream(Handle h) {
             removeEffect(fx);
         }
     }
+    hub_.remove(h);  // a record channel hears nothing more from here on
     queueSyncs(h, kSyncFree);
     for (Handle sync : syncs_.handles()) {
         if (syncs_.get(sync)->channel == h) {
@@ -424,6 +426,7 @@ bool MixEngine::render(std::size_t frames, float* out, float* bus) {
     }
     for (std::size_t off = 0; off < frames; off += kMaxBlockFrames) {
         const std::size_t n = std::min(kMaxBlockFrames, frames - off);
+        pullCapture(n);
         fillAll(std::max(n, kStartFrames));
         core_.render(out ? out + off * kMixChannels : scratch_.data(), n,
                      bus ? bus + off * kMixChannels : nullptr);
@@ -437,7 +440,15 @@ bool MixEngine::render(std::size_t frames, float* out, float* bus) {
 }
 
 void MixEngine::prefill(std::size_t frames) {
+    pullCapture(frames);
     fillAll(frames);
+}
+
+void MixEngine::pullCapture(std::size_t frames) {
+    std::lock_guard lock(mutex_);
+    if (captureStream_ && mode_ == EngineMode::Offline) {
+        captureStream_->pull(frames);
+    }
 }
 
 void MixEngine::mixBlock(float* out, std::size_t frames) {

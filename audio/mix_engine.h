@@ -13,9 +13,9 @@
 // syncs itself, so a test gets the same samples every time.
 //
 // Encoders run outside programs fed from the mix through taps the callback writes (never waits);
-// each encoder has its own feeder, pump and control threads (encoder_session.h), and ends on the
-// engine's reaper thread. Effects and recording are declared and fail (0 / false / -1, error
-// kErrorNotAvailable) with the usual handle rules: they come later.
+// each encoder has its own shuttle and control threads (encoder_session.h), and ends on the
+// engine's reaper thread. Record channels are fed by the capture device's thread through the
+// record hub (record_hub.h); offline, render() pulls the (simulated) capture itself.
 
 #include <atomic>
 #include <condition_variable>
@@ -26,6 +26,7 @@
 #include <thread>
 #include <vector>
 
+#include "audio/capture_device.h"
 #include "audio/doorbell.h"
 #include "audio/encoder_session.h"
 #include "audio/engine.h"
@@ -33,6 +34,7 @@
 #include "audio/mixer_core.h"
 #include "audio/output_device.h"
 #include "audio/reaper.h"
+#include "audio/record_hub.h"
 #include "audio/source.h"
 #include "audio/spsc_ring.h"
 #include "audio/thread_errors.h"
@@ -67,6 +69,9 @@ class MixEngine final : public Engine, private AudioProducer {
     void finishBlock();
 
     // --- set-up: console thread only ------------------------------------------------------------
+    // The capture devices to record from, instead of the machine's (or the simulated microphone
+    // that TARNWAVE_MIC names); before the first recording call.
+    void useCapture(std::unique_ptr<CaptureBackend> backend);
     // Starts the output of the engine's mode (device, silent device or none offline). Device 0
     // means no sound card and gets the timed silent device.
     bool init(int device, std::uint32_t freq, std::uint32_t flags) override;
@@ -126,7 +131,9 @@ class MixEngine final : public Engine, private AudioProducer {
     std::uint32_t mixerChannelFlags(Handle h, std::uint32_t flags, std::uint32_t mask) override;
     bool mixerChannelRemove(Handle h) override;
 
-    // --- effects and recording: console thread only; not built yet, they fail -----------------
+    // --- effects and recording: console thread only ---------------------------------------------
+    // Effects of a record channel with a callback run on the capture thread before the callback.
+    // fxReset takes an effect or a channel (every effect on it).
     Handle channelSetFX(Handle h, std::uint32_t type, int priority) override;
     bool channelRemoveFX(Handle h, Handle fx) override;
     bool fxSetParameters(Handle fx, const ParamEq& p) override;
@@ -134,6 +141,10 @@ class MixEngine final : public Engine, private AudioProducer {
     bool fxSetParameters(Handle fx, const DynamicAmp& p) override;
     bool fxReset(Handle h) override;
 
+    // Devices and inputs of the capture backend; one device records at a time. A record channel
+    // is a decoding stream: in the mixer it mixes, with a callback the callback gets its blocks
+    // on the capture thread and must not call the engine. channelPlay and channelStop resume and
+    // stop the recording, not the mix.
     bool recordGetDeviceInfo(int device, RecordDeviceInfo& info) override;
     bool recordInit(int device) override;
     bool recordSetDevice(int device) override;
@@ -214,6 +225,15 @@ class MixEngine final : public Engine, private AudioProducer {
     std::int64_t bytesPerFrame(Handle h);
     bool seekSource(const std::shared_ptr<Source>& s, std::int64_t frame);
 
+    // Recording, mutex_ held: the backend chosen at the first call, and the end of every record
+    // channel and the capture.
+    CaptureBackend* captureBackend();
+    int captureDeviceCount();
+    void freeRecording();
+    // Offline, the owner's thread, without mutex_: the capture's next `frames` frames.
+    void pullCapture(std::size_t frames);
+    static bool silentByEnvironment();
+
     // Event worker, or offline the owner's thread; without mutex_: calls the queued sync
     // callbacks in order.
     void deliverSyncs();
@@ -255,6 +275,22 @@ class MixEngine final : public Engine, private AudioProducer {
     Doorbell news_;  // rung by the audio thread and by queued syncs; the event worker sleeps on it
     MixerCore core_{commands_, events_, &news_};
     std::vector<float> scratch_;  // offline render without an output buffer
+
+    // Recording; guarded by mutex_ but for the hub, which has its own lock.
+    std::unique_ptr<CaptureBackend> capture_;
+    bool captureChosen_ = false;
+    int recordDevice_ = -1;  // the initialised device, -1 none
+    std::vector<bool> inputOff_;
+    float inputVolume_ = 1.0f;
+    RecordHub hub_{[this] {
+        {
+            std::lock_guard fillLock(fillMutex_);
+            fillAsked_ = true;
+        }
+        fillWake_.notify_all();
+    }};
+    std::unique_ptr<CaptureStream> captureStream_;  // declared after the hub it delivers to
+    int captureStreamDevice_ = -1;
 
     std::unique_ptr<OutputDevice> output_;
     // True while an audio thread consumes the command queue; otherwise the thread that finds the

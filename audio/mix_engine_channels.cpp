@@ -116,6 +116,10 @@ bool MixEngine::channelPlay(Handle h, bool restart) {
     if (!s) {
         return fail(kErrorHandle);
     }
+    if (hub_.find(h)) {
+        hub_.setState(h, RecordHub::State::Playing);  // a record channel resumes recording
+        return ok();
+    }
     if (s->flags & kStreamDecode) {
         return fail(kErrorNotAvailable);  // a decoding stream plays through the mixer only
     }
@@ -142,6 +146,10 @@ bool MixEngine::channelStop(Handle h) {
     if (!s) {
         return fail(kErrorHandle);
     }
+    if (hub_.find(h)) {
+        hub_.setState(h, RecordHub::State::Stopped);  // it stays in its mix, silent
+        return ok();
+    }
     detach(s);
     return ok();
 }
@@ -158,6 +166,16 @@ int MixEngine::channelIsActive(Handle h) {
         return kStopped;
     }
     ok();
+    if (auto rec = hub_.find(h)) {
+        switch (rec->state) {
+            case RecordHub::State::Playing:
+                return kPlaying;
+            case RecordHub::State::Paused:
+                return kPaused;
+            case RecordHub::State::Stopped:
+                return kStopped;
+        }
+    }
     if (s->target != Target::None) {
         // A paused mixer source still counts as active: the console's player is only held.
         return s->stalled.load(std::memory_order_relaxed) ? kStalled : kPlaying;
@@ -258,7 +276,9 @@ std::uint32_t MixEngine::channelGetLevel(Handle h) {
         return 0;
     }
     ok();
-    return s->target == Target::None ? 0 : s->level.load(std::memory_order_relaxed);
+    // A record channel outside a mix has the level of what its callback got.
+    const bool measured = s->target != Target::None || hub_.find(h);
+    return measured ? s->level.load(std::memory_order_relaxed) : 0;
 }
 
 std::int64_t MixEngine::channelGetData(Handle h, void* buffer, std::uint32_t bytes) {
@@ -445,6 +465,7 @@ bool MixEngine::mixerAddChannel(Handle mixer, Handle h, std::uint32_t flags) {
         }
     }
     s->mixerFlags = flags;
+    hub_.setInMix(h, true);
     attach(s, Target::Mixer, (flags & kMixerPause) != 0);
     return ok();
 }
@@ -479,6 +500,16 @@ bool MixEngine::mixerChannelRemove(Handle h) {
         return fail(kErrorNotAvailable);
     }
     detach(s);
+    if (hub_.find(h)) {
+        // A record channel out of the mix keeps no audio: its feed and ring go.
+        hub_.setInMix(h, false);
+        std::shared_ptr<PlayRing> old;
+        {
+            std::lock_guard decodeLock(s->decodeMutex);
+            old = std::move(s->ring);
+        }
+        retire(std::move(old), sent_);
+    }
     return ok();
 }
 

@@ -31,6 +31,10 @@ Handle MixEngine::channelSetFX(Handle h, std::uint32_t type, int priority) {
         fail(kErrorMemory);
         return 0;
     }
+    if (hub_.addFx(h, effect.get(), priority)) {
+        ok();  // a record channel with a callback runs it on the capture thread
+        return fx;
+    }
     Command c;
     c.type = Command::Type::AddFx;
     c.source = ch->source.get();  // null: the mixer
@@ -45,6 +49,9 @@ void MixEngine::removeEffect(Handle fx) {
     std::shared_ptr<FxEntry> entry = effects_.remove(fx);
     if (!entry) {
         return;
+    }
+    if (hub_.removeFx(entry->channel, entry->effect.get())) {
+        return;  // the capture thread has let go of it
     }
     auto ch = channels_.get(entry->channel);
     Command c;
@@ -95,16 +102,29 @@ bool MixEngine::fxSetParameters(Handle fx, const DynamicAmp& p) {
     return setFxValues(fx, kFxDynamicAmp, values);
 }
 
-bool MixEngine::fxReset(Handle fx) {
+bool MixEngine::fxReset(Handle h) {
     std::lock_guard lock(mutex_);
-    auto entry = effects_.get(fx);
-    if (!entry) {
+    std::vector<std::shared_ptr<FxEntry>> targets;
+    if (auto entry = effects_.get(h)) {
+        targets.push_back(entry);
+    } else if (channels_.get(h)) {
+        for (Handle fx : effects_.handles()) {
+            if (auto e = effects_.get(fx); e->channel == h) {
+                targets.push_back(e);
+            }
+        }
+    } else {
         return fail(kErrorHandle);
     }
-    Command c;
-    c.type = Command::Type::ResetFx;
-    c.fx = entry->effect.get();
-    send(c);
+    for (const auto& entry : targets) {
+        if (hub_.resetFx(entry->channel, entry->effect.get())) {
+            continue;
+        }
+        Command c;
+        c.type = Command::Type::ResetFx;
+        c.fx = entry->effect.get();
+        send(c);
+    }
     return ok();
 }
 

@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "audio/output_device.h"
+#include "audio/portaudio_quiet.h"
 #include "audio/source.h"
 
 namespace tw::audio {
@@ -19,10 +20,8 @@ namespace {
 void ignoreAlsaError(const char*, int, const char*, int, const char*, ...) {}
 void ignoreJackText(const char*) {}
 
-// PortAudio opens every host interface it knows while it starts, and ALSA and JACK print each
-// failed probe on standard error: dozens of lines on a machine without a card or a JACK server.
-// Their messages are switched off, and JACK is not asked to start a server of its own unless the
-// operator sets TARNWAVE_JACK.
+}  // namespace
+
 void quietenProbing() {
     snd_lib_error_set_handler(&ignoreAlsaError);
     jack_set_error_function(&ignoreJackText);
@@ -31,6 +30,8 @@ void quietenProbing() {
         setenv("JACK_NO_START_SERVER", "1", 0);
     }
 }
+
+namespace {
 
 class PortAudioDevice final : public OutputDevice {
   public:

@@ -24,8 +24,6 @@ Source::Source(std::unique_ptr<Decoder> d, std::uint32_t createFlags)
         const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
         resampler_ = soxr_create(rate, kMixRate, kMixChannels, &err, &io, &quality, nullptr);
     }
-    pcm_.resize(kChunkFrames * static_cast<std::size_t>(channels));
-    stereo_.resize(kChunkFrames * kMixChannels);
 }
 
 Source::~Source() {
@@ -84,6 +82,12 @@ void Source::convert(const std::int16_t* in, std::size_t frames) {
 bool Source::fill(std::size_t wantFrames, std::size_t maxChunks) {
     if (!ring) {
         return false;
+    }
+    if (pcm_.empty()) {
+        // Allocated at the first fill: a stream that never plays (a record channel left out of
+        // any mix) holds no buffers.
+        pcm_.resize(kChunkFrames * static_cast<std::size_t>(channels));
+        stereo_.resize(kChunkFrames * kMixChannels);
     }
     std::size_t chunks = 0;
     PlayRing& r = *ring;
