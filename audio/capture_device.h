@@ -48,4 +48,8 @@ std::unique_ptr<CaptureBackend> portAudioCapture();
 // A file that cannot be read gives a device that captures silence.
 std::unique_ptr<CaptureBackend> simulatedCapture(const std::string& path);
 
+// One device, "No microphone (silence)", for a machine without a sound card: recording works and
+// records silence, as the timed silent device plays to nobody.
+std::unique_ptr<CaptureBackend> silentCapture();
+
 }  // namespace tw::audio

@@ -115,15 +115,16 @@ class SimulatedStream final : public CaptureStream {
 
 class SimulatedCapture final : public CaptureBackend {
   public:
-    explicit SimulatedCapture(const std::string& path)
-        : audio_(std::make_shared<const std::vector<float>>(decodeWhole(path))) {}
+    SimulatedCapture(std::vector<float> audio, std::string name)
+        : audio_(std::make_shared<const std::vector<float>>(std::move(audio))),
+          name_(std::move(name)) {}
 
-    std::vector<std::string> devices() override { return {"Simulated microphone"}; }
+    std::vector<std::string> devices() override { return {name_}; }
     std::vector<std::string> inputs(int device) override {
         if (device != 0) {
             return {};
         }
-        return {"Simulated microphone"};
+        return {name_};
     }
     std::unique_ptr<CaptureStream> open(int device, CaptureSink& sink, bool paced) override {
         if (device != 0) {
@@ -134,12 +135,17 @@ class SimulatedCapture final : public CaptureBackend {
 
   private:
     std::shared_ptr<const std::vector<float>> audio_;
+    const std::string name_;
 };
 
 }  // namespace
 
 std::unique_ptr<CaptureBackend> simulatedCapture(const std::string& path) {
-    return std::make_unique<SimulatedCapture>(path);
+    return std::make_unique<SimulatedCapture>(decodeWhole(path), "Simulated microphone");
+}
+
+std::unique_ptr<CaptureBackend> silentCapture() {
+    return std::make_unique<SimulatedCapture>(std::vector<float>{}, "No microphone (silence)");
 }
 
 }  // namespace tw::audio

@@ -100,6 +100,7 @@ class MixEngine final : public Engine, private AudioProducer {
     // --- channels: console thread only ----------------------------------------------------------
     // A decoding stream cannot be played on its own (kErrorNotAvailable): it plays in the mixer.
     bool channelPlay(Handle h, bool restart) override;
+    // A record channel, and a mixer source added with AUTOFREE, are freed by a stop.
     bool channelStop(Handle h) override;
     int channelIsActive(Handle h) override;
     std::int64_t channelGetLength(Handle h) override;
@@ -213,6 +214,8 @@ class MixEngine final : public Engine, private AudioProducer {
     void attach(const std::shared_ptr<Source>& s, Target target, bool paused);
     void detach(const std::shared_ptr<Source>& s);
     void freeStream(Handle h);
+    // channelStop without the offline delivery of the syncs it caused; takes mutex_.
+    bool stopChannel(Handle h);
     // Takes an effect off its channel; the audio thread lets go of it first. mutex_ held.
     void removeEffect(Handle fx);
     // Hands an effect of `type` its parameters; takes mutex_.

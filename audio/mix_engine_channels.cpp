@@ -133,6 +133,14 @@ bool MixEngine::channelPlay(Handle h, bool restart) {
 }
 
 bool MixEngine::channelStop(Handle h) {
+    const bool result = stopChannel(h);
+    if (mode_ == EngineMode::Offline) {
+        deliverSyncs();  // a stop that freed a stream: no worker delivers its syncs offline
+    }
+    return result;
+}
+
+bool MixEngine::stopChannel(Handle h) {
     std::lock_guard lock(mutex_);
     if (isMixer(h)) {
         Command c;
@@ -146,8 +154,9 @@ bool MixEngine::channelStop(Handle h) {
     if (!s) {
         return fail(kErrorHandle);
     }
-    if (hub_.find(h)) {
-        hub_.setState(h, RecordHub::State::Stopped);  // it stays in its mix, silent
+    if (hub_.find(h) || (s->target == Target::Mixer && (s->mixerFlags & kStreamAutoFree))) {
+        // A stopped record channel is gone, as is a mixer source that frees itself at its end.
+        freeStream(h);
         return ok();
     }
     detach(s);

@@ -34,6 +34,13 @@ CaptureBackend* MixEngine::captureBackend() {
         } else if (mode_ == EngineMode::Device && !silentByEnvironment()) {
             capture_ = portAudioCapture();
         }
+        // Headless, the microphone is as silent as the output: recording works and hears
+        // nothing, so that the console runs on a machine without a card as on one with.
+        const bool headless = mode_ == EngineMode::SilentDevice || silentByEnvironment() ||
+                              (output_ && !output_->info().hasDevice);
+        if (headless && (!capture_ || capture_->devices().empty())) {
+            capture_ = silentCapture();
+        }
     }
     return capture_.get();
 }

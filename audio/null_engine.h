@@ -6,7 +6,7 @@
 
 namespace tw::audio {
 
-class NullEngine final : public Engine {
+class NullEngine : public Engine {
   public:
     bool init(int, std::uint32_t, std::uint32_t) override { return fail(); }
     bool free() override { return fail(); }

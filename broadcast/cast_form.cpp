@@ -101,6 +101,11 @@ bool readsAsTrue(const std::string& text) {
 
 void loadCastForm(core::Console& c) {
     auto& f = form(c);
+    if (!c.engine().recordInit(-1)) {
+        c.svc.prompter->messageBox(
+            "Can't initialize recording device,please connect Mic or Line In to Start", "",
+            core::MessageButtons::Ok, core::MessageIcon::None);
+    }
     f.frmCast.caption = "Shoutcast/Icecast Server Settings";
     f.frmCast.visible = false;
     f.frameServer.caption = "Shoutcast / ICEcast Server Details";

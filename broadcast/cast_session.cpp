@@ -28,13 +28,6 @@ ConnectRunner& connects(core::Console& c) {
     return *s.connects;
 }
 
-void showCastError(core::Console& c, const std::string& message) {
-    const std::string code = std::to_string(c.engine().errorGetCode());
-    c.svc.prompter->messageBox(message + "\n\nerror code: " + code, "Error",
-                               core::MessageButtons::Ok, core::MessageIcon::Exclamation);
-    c.form().frmTarnDesk.caption = "error code: " + code + "Error";
-}
-
 // The numeric prefix of the ten characters behind the tag, or 0 without the tag.
 std::int32_t countBehind(const std::string& answer, const std::string& tag) {
     const auto at = answer.find(tag);
@@ -113,7 +106,7 @@ void btnStart_Click(core::Console& c, const std::function<void()>& startServer) 
 
 void start(core::Console& c) {
     if (c.mixerStream == 0) {
-        showCastError(c, "Couldn't start recording/mixer");
+        core::showCastError(c, "Couldn't start recording/mixer");
         return;
     }
     loadEncoderDataFromIni(c);
@@ -129,9 +122,10 @@ void start(core::Console& c) {
         const EncoderCommand command = encoderCommand(core::val(p.EncoderType), kbps);
         handle = c.engine().encodeStart(c.mixerStream, command.commandLine, kEncodeFlags);
         if (handle == 0) {
-            showCastError(c, "Couldn't start encoding..." + std::to_string(i) +
-                                 "\nMake sure OGGENC.EXE (if encoding to OGG) is in the same\n"
-                                 "direcory as this example, or LAME.EXE (if encoding to MP3).");
+            core::showCastError(c,
+                                "Couldn't start encoding..." + std::to_string(i) +
+                                    "\nMake sure OGGENC.EXE (if encoding to OGG) is in the same\n"
+                                    "direcory as this example, or LAME.EXE (if encoding to MP3).");
             c.engine().channelStop(c.mixerStream);
             c.mixerStream = 0;
             break;  // later encoders are not tried; earlier connects still report

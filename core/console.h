@@ -35,8 +35,13 @@ struct CastState;
 namespace tw::media {
 class WaveformCache;
 }
+namespace tw::liveassist {
+class SpeechVoice;
+}
 
 namespace tw::core {
+
+class ProgramRunner;
 
 // The services a console is handed. None is owned by the console.
 struct Services {
@@ -167,10 +172,30 @@ class Console {
     std::shared_ptr<media::WaveformCache> waveforms;
     std::string detailsSong;  // the path of the track the details panel shows
 
+    // --- microphone and effects ------------------------------------------------------------
+    audio::Handle micChannel = 0;
+    // The voice chain: first EQ, second EQ, dynamic amplification, compressor. The microphone,
+    // the take being recorded and the spoken text all keep their chain's handles here.
+    std::array<audio::Handle, 4> voiceFx{};
+    audio::Handle flangerFx = 0;  // the microphone's flanger, or the spoken text's chorus
+    // The master chain on the mixer: compressorId is its compressor; then these, the fourth is
+    // never assigned.
+    audio::Handle masterDampFx = 0, masterEqFx = 0, masterFourthFx = 0;
+
     // --- voice track recording -------------------------------------------------------------
+    // recordBuffer and recordLength belong to the capture thread while recordChannel records
+    // (the record callback grows and fills them); the console thread reads them only after the
+    // channel has been stopped.
     std::vector<std::uint8_t> recordBuffer;
     std::int32_t recordLength = 0;
     std::int32_t recordStep = 200000;
+    audio::Handle recordChannel = 0;
+    audio::Handle takeStream = 0;
+    audio::Handle spokenStream = 0;
+    // The outside programs running for the console (the voice tracks' encoder) and the speech
+    // synthesiser; made at their first use.
+    std::shared_ptr<ProgramRunner> programs;
+    std::shared_ptr<liveassist::SpeechVoice> voice;
 
     // --- helpers with state ----------------------------------------------------------------
     TokenReader tokens;    // getToken's kept position

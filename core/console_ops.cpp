@@ -74,6 +74,13 @@ void deleteIniKey(Console& c, const std::string& file, std::string_view section,
     c.svc.settings->write(file, section, key, std::nullopt);
 }
 
+void showCastError(Console& c, const std::string& message) {
+    const std::string code = std::to_string(c.engine().errorGetCode());
+    c.svc.prompter->messageBox(message + "\n\nerror code: " + code, "Error", MessageButtons::Ok,
+                               MessageIcon::Exclamation);
+    c.form().frmTarnDesk.caption = "error code: " + code + "Error";
+}
+
 void logError(Console& c, const std::string& theError) {
     try {
         appendLine(c.appLogPath(), "#Time:" + generalDate(c.now()) + theError + "#\n");

@@ -33,6 +33,10 @@ void logPlayed(Console& c, const std::string& theTrack, DateValue theTime);
 // The failure line most routines write: name + description + "  " + number + tail.
 std::string failureText(const std::string& routine, const std::exception& e);
 
+// An engine failure in a message box, with the engine's last error code, which also goes into the
+// console's caption.
+void showCastError(Console& c, const std::string& message);
+
 // The message line: clears the console's own surface and prints the message at the frame
 // frmTrackList's place. Each message replaces the last.
 void printMessageOnScreen(Console& c, const std::string& theMessage);

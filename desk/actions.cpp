@@ -11,7 +11,10 @@
 #include "core/settings_store.h"
 #include "desk/cast_actions.h"
 #include "desk/console_layout.h"
+#include "liveassist/microphone.h"
+#include "liveassist/speech.h"
 #include "liveassist/sweepers.h"
+#include "liveassist/voice_tracks.h"
 #include "playout/manual_transport.h"
 #include "playout/preview.h"
 
@@ -36,6 +39,12 @@ void openTrackList(core::Console& c) {
 PressAction markAction(autodj::CuePoint point) {
     return [point](core::Console& c, MouseButton b, double) {
         autodj::markCuePoint(c, point, b == MouseButton::Right);
+    };
+}
+
+PressAction samplerModeAction(int index) {
+    return [index](core::Console& c, MouseButton, double) {
+        liveassist::optSamplerMode_Click(c, index);
     };
 }
 
@@ -102,6 +111,35 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
          [](core::Console& c, MouseButton, double) { autodj::showDetailsPage(c, false); }},
         {"cmdMoreInfo",
          [](core::Console& c, MouseButton, double) { autodj::showDetailsPage(c, true); }},
+        {"cmdMic", [](core::Console& c, MouseButton b,
+                      double) { liveassist::cmdMic_MouseDown(c, b == MouseButton::Left); }},
+        {"cmdCompressor",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdCompressor_Click(c); }},
+        {"chkEFX",
+         [](core::Console& c, MouseButton, double) {
+             auto& box = c.form().chkEFX;
+             box.value = box.value ? 0 : 1;
+             liveassist::chkEFX_Click(c);
+         }},
+        {"pctMainVolume",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 liveassist::pctMainVolume_MouseMove(c, x);
+             }
+         }},
+        {"cmdRecord",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdRecord_Click(c); }},
+        {"cmdVoiceTrack",
+         [](core::Console& c, MouseButton b, double) {
+             liveassist::cmdVoiceTrack_MouseDown(c, b == MouseButton::Left);
+         }},
+        {"optSamplerMode(0)", samplerModeAction(0)},
+        {"optSamplerMode(1)", samplerModeAction(1)},
+        {"optSamplerMode(2)", samplerModeAction(2)},
+        {"cmdSayIt", [](core::Console& c, MouseButton,
+                        double) { liveassist::sayText(c, c.form().txtSendText.text); }},
+        {"frmAppSettings.cmdRefreshMicList",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdRefreshMicList_Click(c); }},
         {"lblSweepStart", markAction(autodj::CuePoint::Sweep)},
         {"lblIntroUntil", markAction(autodj::CuePoint::IntroEnd)},
         {"lblOutroUntil", markAction(autodj::CuePoint::OutroStart)},
@@ -126,6 +164,10 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
         }
     } else if (name == "flSweepers") {
         liveassist::flSweepers_Click(c);
+    } else if (name == "frmAppSettings.cboMicDevice") {
+        liveassist::cboMicDevice_Click(c);
+    } else if (name == "frmAppSettings.cboMicInput") {
+        liveassist::cboMicInput_Click(c);
     }
 }
 
@@ -217,7 +259,7 @@ bool dragElement(core::Console& c, std::string_view source, std::string_view tar
                 playout::dropTrackOnPlayer(
                     c, n, from->items[static_cast<std::size_t>(from->listIndex)].text);
             }
-        } else if (!from->toolTip.empty()) {
+        } else if (!from->toolTip.empty() && liveassist::samplerMode(c) == 2) {
             // An element dragged in "Move to Player" mode carries its file as its tool tip.
             playout::dropElementOnPlayer(c, n, from->toolTip);
         }

@@ -4,18 +4,9 @@
 
 #include "core/console_ops.h"
 #include "core/failure.h"
+#include "liveassist/microphone.h"
 
 namespace tw::playout {
-
-namespace {
-
-void pressCompressor(core::Console& c) {
-    // The master processing chain is set up anew from its saved state by pressing its button
-    // once; the chain itself comes with the microphone and effects.
-    (void)c;
-}
-
-}  // namespace
 
 void startServer(core::Console& c) {
     try {
@@ -34,7 +25,7 @@ void startServer(core::Console& c) {
         e.channelPlay(c.mixerStream, false);
         e.channelRemoveFX(c.mixerStream, c.compressorId);
         c.compressorId = 0;
-        pressCompressor(c);
+        liveassist::cmdCompressor_Click(c);  // the master chain is on from the start
         core::logError(c, "TarnWave minbuf:" + std::to_string(info.minbuf) +
                               " TarnWave Latency:" + std::to_string(info.latency));
     } catch (const std::exception& ex) {

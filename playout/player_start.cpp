@@ -9,6 +9,7 @@
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/text.h"
+#include "liveassist/microphone.h"
 #include "media/stream_time.h"
 #include "tags/id3_tag.h"
 
@@ -25,14 +26,6 @@ audio::SyncProc freeSync(core::Console& c) {
             loop->post([&c] { core::setFadeTimerEnabled(c, true); });
         }
     };
-}
-
-void slidePlayers(core::Console& c, float value) {
-    for (audio::Handle h : {c.player1Stream, c.player2Stream}) {
-        if (h != 0) {
-            c.engine().channelSlideAttribute(h, audio::kAttribVol, value, 1000);
-        }
-    }
 }
 
 }  // namespace
@@ -116,11 +109,11 @@ void setPlayersVolume(core::Console& c, float value) {
 }
 
 void duckPlayers(core::Console& c) {
-    slidePlayers(c, 0.5f);
+    liveassist::slidePlayers(c, 0.5f, 1000);
 }
 
 void restorePlayers(core::Console& c) {
-    slidePlayers(c, 1.0f);
+    liveassist::slidePlayers(c, 1.0f, 1000);
 }
 
 }  // namespace tw::playout

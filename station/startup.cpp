@@ -17,6 +17,7 @@
 #include "liveassist/sampler.h"
 #include "liveassist/speech.h"
 #include "liveassist/sweepers.h"
+#include "liveassist/voice_tracks.h"
 #include "playout/engine_setup.h"
 #include "playout/player_start.h"
 #include "playout/position_monitor.h"
@@ -117,6 +118,7 @@ void Form_Load(core::Console& c) {
         readAutoTrimValues(c);
         liveassist::loadSamples(c);
         liveassist::showSamples(c);
+        liveassist::showVoiceTrackState(c);
 
         logError(c, "TarnWave Starting Before Startserver");
         playout::startServer(c);
@@ -126,8 +128,7 @@ void Form_Load(core::Console& c) {
         c.recordStep = 200000;
         closeStatus(c);
         desk::showPanel(c, 2);
-        m.lblPeakListeners.caption =
-            readIni(c, c.appSettingsPath(), "tarnWave", "lastPeak", " 0");
+        m.lblPeakListeners.caption = readIni(c, c.appSettingsPath(), "tarnWave", "lastPeak", " 0");
         c.cast->peakShown = m.lblPeakListeners.caption;
         // frmCast is loaded hidden, showing Encoder 1.
         broadcast::loadCastForm(c);

@@ -18,8 +18,10 @@ namespace tw::test {
 
 class CastFixture : public ConsoleFixture {
   protected:
-    // Builds the console and loads frmCast as the start-up does; the mixer exists.
+    // Builds the console and loads frmCast as the start-up does; the mixer exists. A recording
+    // device is there, as on a studio machine with a microphone.
     core::Console& open() {
+        engine.recordDevices = {"Desk mic"};
         make();
         console->mixerStream = 0x10000001u;
         broadcast::loadCastForm(*console);

@@ -37,6 +37,21 @@ TEST_F(CastFormTest, AFreshSettingsFileGivesEncoderOneEnabledTypeNoneMp3At128And
     EXPECT_EQ(form().frmCast.caption, "Shoutcast/Icecast Server Settings");
 }
 
+TEST_F(CastFormTest, LoadingOpensTheDefaultRecordingDeviceQuietly) {
+    open();
+    EXPECT_EQ(engine.count("recordInit -1"), 1);
+    EXPECT_TRUE(prompter.shown().empty());
+}
+
+TEST_F(CastFormTest, WithoutARecordingDeviceLoadingSaysSoAndGoesOn) {
+    make();
+    broadcast::loadCastForm(*console);
+    ASSERT_EQ(prompter.shown().size(), 1u);
+    EXPECT_EQ(prompter.shown()[0].text,
+              "Can't initialize recording device,please connect Mic or Line In to Start");
+    EXPECT_EQ(form().frmCast.caption, "Shoutcast/Icecast Server Settings");
+}
+
 TEST_F(CastFormTest, EncoderTwelveLivesInSectionShoutcast11) {
     EXPECT_EQ(profileSection(0), "Shoutcast");
     EXPECT_EQ(profileSection(11), "Shoutcast11");

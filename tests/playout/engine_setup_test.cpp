@@ -13,8 +13,8 @@
 namespace tw::playout {
 namespace {
 
-// startServer on the real engine, offline: the one mixer comes up and runs, the trace is written,
-// and a second call does nothing.
+// startServer on the real engine, offline: the one mixer comes up and runs with the master chain
+// on, the trace is written, and a second call does nothing.
 TEST(EngineSetupTest, StartServerBringsUpTheOneMixerOnce) {
     test::TempDir dir;
     core::VirtualClock clock(core::dateSerial(2026, 11, 22) + core::timeSerial(8, 0, 0));
@@ -28,7 +28,10 @@ TEST(EngineSetupTest, StartServerBringsUpTheOneMixerOnce) {
     startServer(c);
     ASSERT_NE(c.mixerStream, 0u);
     EXPECT_NE(engine.channelIsActive(c.mixerStream), audio::kStopped);
-    EXPECT_EQ(c.compressorId, 0u);
+    EXPECT_NE(c.compressorId, 0u) << "the master chain is on from the start";
+    EXPECT_NE(c.masterDampFx, 0u);
+    EXPECT_NE(c.masterEqFx, 0u);
+    EXPECT_EQ(c.form().cmdCompressor.backColor, 0x0080FFu);
     const audio::Handle first = c.mixerStream;
     startServer(c);
     EXPECT_EQ(c.mixerStream, first);

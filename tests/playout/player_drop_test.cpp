@@ -57,6 +57,7 @@ TEST_F(PlayerDropTest, TheOnAirPlayerTakesNoDrop) {
 
 TEST_F(PlayerDropTest, AMoveToPlayerButtonBringsItsToolTipsFile) {
     c().form().cmdVoiceTrack.toolTip = path;
+    desk::press(c(), "optSamplerMode(2)");
     const audio::Handle old = engine.addStream(10);
     c().player1Stream = old;
     desk::dragElement(c(), "cmdVoiceTrack", "lblplayer1");
@@ -64,6 +65,15 @@ TEST_F(PlayerDropTest, AMoveToPlayerButtonBringsItsToolTipsFile) {
     EXPECT_EQ(c().nextSong1, path);
     EXPECT_EQ(c().nextSongName1, path);
     EXPECT_EQ(c().form().lblplayer1.caption, "a");
+}
+
+TEST_F(PlayerDropTest, ButtonsAreNoDragSourcesOutsideMoveToPlayerMode) {
+    c().form().cmdVoiceTrack.toolTip = path;
+    const audio::Handle old = engine.addStream(10);
+    c().player1Stream = old;
+    desk::dragElement(c(), "cmdVoiceTrack", "lblplayer1");
+    EXPECT_TRUE(engine.has(old));
+    EXPECT_NE(c().nextSong1, path);
 }
 
 TEST_F(PlayerDropTest, SkipStartsTheWaitingPlayerAndLoadsTheNextOne) {

@@ -1,6 +1,7 @@
 #include "tests/testlib/fake_engine.h"
 
 #include <cmath>
+#include <cstdio>
 
 namespace tw::test {
 
@@ -265,14 +266,121 @@ bool FakeEngine::mixerChannelRemove(audio::Handle h) {
     return true;
 }
 
+audio::Handle FakeEngine::channelSetFX(audio::Handle h, std::uint32_t type, int priority) {
+    calls.push_back("channelSetFX " + std::to_string(h) + " " + std::to_string(type) + " " +
+                    std::to_string(priority));
+    if (!find(h)) {
+        return fail(0);
+    }
+    const audio::Handle fx = next_++;
+    effects[fx] = {h, type, priority};
+    return fx;
+}
+
 bool FakeEngine::channelRemoveFX(audio::Handle h, audio::Handle fx) {
     calls.push_back("channelRemoveFX " + std::to_string(h) + " " + std::to_string(fx));
-    return fail(false);
+    auto it = effects.find(fx);
+    if (it == effects.end() || it->second.channel != h) {
+        return fail(false);
+    }
+    effects.erase(it);
+    return true;
+}
+
+namespace {
+
+std::string fixed1(float v) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%.2f", static_cast<double>(v));
+    return buf;
+}
+
+}  // namespace
+
+bool FakeEngine::fxSetParameters(audio::Handle fx, const audio::ParamEq& p) {
+    calls.push_back("fxSetParameters " + std::to_string(fx) + " eq " + fixed1(p.center) + " " +
+                    fixed1(p.bandwidth) + " " + fixed1(p.gain));
+    return effects.count(fx) != 0 || fail(false);
+}
+
+bool FakeEngine::fxSetParameters(audio::Handle fx, const audio::Compressor& p) {
+    calls.push_back("fxSetParameters " + std::to_string(fx) + " compressor " + fixed1(p.gain) +
+                    " " + fixed1(p.attack) + " " + fixed1(p.release) + " " + fixed1(p.threshold) +
+                    " " + fixed1(p.ratio) + " " + fixed1(p.predelay));
+    return effects.count(fx) != 0 || fail(false);
+}
+
+bool FakeEngine::fxSetParameters(audio::Handle fx, const audio::DynamicAmp& p) {
+    calls.push_back("fxSetParameters " + std::to_string(fx) + " damp " + fixed1(p.target) + " " +
+                    fixed1(p.quiet) + " " + fixed1(p.rate) + " " + fixed1(p.gain) + " " +
+                    fixed1(p.delay) + " " + std::to_string(p.channel));
+    return effects.count(fx) != 0 || fail(false);
+}
+
+bool FakeEngine::fxReset(audio::Handle h) {
+    calls.push_back("fxReset " + std::to_string(h));
+    return find(h) != nullptr || effects.count(h) != 0 || fail(false);
+}
+
+bool FakeEngine::recordGetDeviceInfo(int device, audio::RecordDeviceInfo& info) {
+    if (device < 0 || device >= static_cast<int>(recordDevices.size())) {
+        return fail(false);
+    }
+    info.name = recordDevices[static_cast<std::size_t>(device)];
+    info.enabled = true;
+    return true;
+}
+
+bool FakeEngine::recordInit(int device) {
+    calls.push_back("recordInit " + std::to_string(device));
+    return (device >= -1 && device < static_cast<int>(recordDevices.size()) &&
+            !recordDevices.empty()) ||
+           fail(false);
+}
+
+bool FakeEngine::recordSetDevice(int device) {
+    calls.push_back("recordSetDevice " + std::to_string(device));
+    return (device >= 0 && device < static_cast<int>(recordDevices.size())) || fail(false);
 }
 
 bool FakeEngine::recordFree() {
     calls.push_back("recordFree");
     return true;
+}
+
+std::string FakeEngine::recordGetInputName(int input) {
+    if (input < 0 || input >= static_cast<int>(recordInputs.size())) {
+        fail(false);
+        return {};
+    }
+    return recordInputs[static_cast<std::size_t>(input)];
+}
+
+int FakeEngine::recordGetInput(int input, float& volume) {
+    calls.push_back("recordGetInput " + std::to_string(input));
+    volume = 0.75f;
+    return (input >= -1 && input < static_cast<int>(recordInputs.size())) ? 0 : fail(-1);
+}
+
+bool FakeEngine::recordSetInput(int input, std::uint32_t flags, float volume) {
+    calls.push_back("recordSetInput " + std::to_string(input) + " " + std::to_string(flags) + " " +
+                    fixed1(volume));
+    return (input >= -1 && input < static_cast<int>(recordInputs.size())) || fail(false);
+}
+
+audio::Handle FakeEngine::recordStart(std::uint32_t, std::uint32_t, std::uint32_t flags,
+                                      audio::RecordProc proc) {
+    calls.push_back("recordStart " + std::to_string(flags) + (proc ? " proc" : ""));
+    if (recordDevices.empty()) {
+        return fail(0);
+    }
+    const audio::Handle h =
+        addStream(0, (flags & audio::kRecordPause) ? audio::kPaused : audio::kPlaying);
+    channels_[h].length = -1;
+    if (proc) {
+        recordProcs[h] = std::move(proc);
+    }
+    return h;
 }
 
 audio::Handle FakeEngine::encodeStart(audio::Handle channel, const std::string& commandLine,

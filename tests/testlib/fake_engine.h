@@ -87,24 +87,35 @@ class FakeEngine final : public audio::Engine {
                                     std::uint32_t mask) override;
     bool mixerChannelRemove(audio::Handle h) override;
 
-    audio::Handle channelSetFX(audio::Handle, std::uint32_t, int) override { return fail(0); }
+    // Effects: each on a known channel gets a handle; calls are logged with their parameters
+    // ("fxSetParameters 9 eq 80.0 4.0 2.0").
+    struct Fx {
+        audio::Handle channel = 0;
+        std::uint32_t type = 0;
+        int priority = 0;
+    };
+    std::map<audio::Handle, Fx> effects;
+    audio::Handle channelSetFX(audio::Handle h, std::uint32_t type, int priority) override;
     bool channelRemoveFX(audio::Handle h, audio::Handle fx) override;
-    bool fxSetParameters(audio::Handle, const audio::ParamEq&) override { return fail(false); }
-    bool fxSetParameters(audio::Handle, const audio::Compressor&) override { return fail(false); }
-    bool fxSetParameters(audio::Handle, const audio::DynamicAmp&) override { return fail(false); }
-    bool fxReset(audio::Handle) override { return fail(false); }
+    bool fxSetParameters(audio::Handle fx, const audio::ParamEq& p) override;
+    bool fxSetParameters(audio::Handle fx, const audio::Compressor& p) override;
+    bool fxSetParameters(audio::Handle fx, const audio::DynamicAmp& p) override;
+    bool fxReset(audio::Handle h) override;
 
-    bool recordGetDeviceInfo(int, audio::RecordDeviceInfo&) override { return fail(false); }
-    bool recordInit(int) override { return fail(false); }
-    bool recordSetDevice(int) override { return fail(false); }
+    // Recording: the devices and the inputs of every device; none by default. A record channel
+    // is a channel whose callback, if any, tests call through recordProcs.
+    std::vector<std::string> recordDevices;
+    std::vector<std::string> recordInputs;
+    std::map<audio::Handle, audio::RecordProc> recordProcs;
+    bool recordGetDeviceInfo(int device, audio::RecordDeviceInfo& info) override;
+    bool recordInit(int device) override;
+    bool recordSetDevice(int device) override;
     bool recordFree() override;
-    std::string recordGetInputName(int) override { return {}; }
-    int recordGetInput(int, float&) override { return fail(-1); }
-    bool recordSetInput(int, std::uint32_t, float) override { return fail(false); }
-    audio::Handle recordStart(std::uint32_t, std::uint32_t, std::uint32_t,
-                              audio::RecordProc) override {
-        return fail(0);
-    }
+    std::string recordGetInputName(int input) override;
+    int recordGetInput(int input, float& volume) override;
+    bool recordSetInput(int input, std::uint32_t flags, float volume) override;
+    audio::Handle recordStart(std::uint32_t freq, std::uint32_t chans, std::uint32_t flags,
+                              audio::RecordProc proc) override;
 
     // Encoders. The cast calls may come from the console's connect threads: the encoders and
     // their records are guarded by castMutex; tests read them through the helpers below.

@@ -15,6 +15,7 @@
 #include "broadcast/cast_state.h"
 #include "core/console_ops.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/qt_station.h"
 
@@ -29,7 +30,8 @@ QPoint centre(const core::Element& e) {
 class CastWindowTest : public ::testing::Test {
   protected:
     CastWindowTest()
-        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<audio::NullEngine>())) {}
+        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<test::NoAudioEngine>())) {
+    }
     core::Console& c() { return station->console(); }
     CastWindow& cast() { return station->castWindow(); }
     void openForm() {

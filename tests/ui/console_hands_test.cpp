@@ -25,6 +25,7 @@
 #include "core/console_ops.h"
 #include "desk/console_layout.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
 #include "ui/qt_station.h"
@@ -71,7 +72,7 @@ QPoint rowPoint(const Element& e, int row) {
 class ConsoleHandsTest : public ::testing::Test {
   protected:
     ConsoleHandsTest()
-        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<audio::NullEngine>())) {
+        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<test::NoAudioEngine>())) {
         window().setActionObserver([this](const std::string& action, const std::string& name) {
             actions.emplace_back(action, name);
         });

@@ -16,6 +16,7 @@
 #include "core/console_ops.h"
 #include "desk/console_layout.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
 #include "ui/qt_station.h"
@@ -62,7 +63,8 @@ std::vector<std::string> layoutFaults(core::MainForm& form, double width, double
 class ConsoleLayoutRenderTest : public ::testing::Test {
   protected:
     ConsoleLayoutRenderTest()
-        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<audio::NullEngine>())) {}
+        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<test::NoAudioEngine>())) {
+    }
 
     core::Console& c() { return station->console(); }
     SurfaceWidget& window() { return station->window(); }

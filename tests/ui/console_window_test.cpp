@@ -18,6 +18,7 @@
 #include "audio/null_engine.h"
 #include "core/console_ops.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
 #include "ui/qt_station.h"
@@ -60,7 +61,8 @@ QRect windowRect(const core::Element& e) {
 class ConsoleWindowTest : public ::testing::Test {
   protected:
     ConsoleWindowTest()
-        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<audio::NullEngine>())) {}
+        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<test::NoAudioEngine>())) {
+    }
 
     core::Console& c() { return station->console(); }
     SurfaceWidget& window() { return station->window(); }

@@ -12,6 +12,7 @@
 #include "audio/null_engine.h"
 #include "core/console_ops.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/qt_station.h"
 
@@ -21,7 +22,7 @@ namespace {
 class StatusWindowTest : public ::testing::Test {
   protected:
     StatusWindowTest()
-        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<audio::NullEngine>())) {
+        : station(std::make_unique<QtStation>(dir.str(), std::make_unique<test::NoAudioEngine>())) {
         station->load();
         station->window().show();
     }

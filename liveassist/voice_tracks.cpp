@@ -1,0 +1,268 @@
+#include "liveassist/voice_tracks.h"
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <new>
+
+#include "audio/wav_header.h"
+#include "autodj/library.h"
+#include "core/atomic_file.h"
+#include "core/console_ops.h"
+#include "core/program_runner.h"
+#include "liveassist/microphone.h"
+#include "media/stream_time.h"
+
+namespace tw::liveassist {
+
+namespace {
+
+constexpr const char* kEnterName = "Enter Name Here";
+constexpr std::int32_t kHeaderBytes = 44;
+
+void putLe32(std::vector<std::uint8_t>& b, std::size_t at, std::uint32_t v) {
+    for (int i = 0; i < 4; ++i) {
+        b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>((v >> (8 * i)) & 0xFF);
+    }
+}
+
+// The button is narrow: its captions are printed small enough to fit it.
+constexpr int kVoiceTrackFont = 7;
+
+void voiceTrackButton(core::Console& c) {
+    core::printOnButton(c.form().cmdVoiceTrack, core::ImageRole::Green, "VoiceTrack", "",
+                        kVoiceTrackFont);
+}
+
+}  // namespace
+
+std::string voiceTrackPath(const core::Console& c) {
+    return c.AppFolder + "/VoiceTrack1.wav";
+}
+
+void cmdRecord_Click(core::Console& c) {
+    auto& m = c.form();
+    audio::Engine& e = c.engine();
+    const int device = c.ui.settings.cboMicDevice.listIndex;
+    if (c.recordChannel == 0) {
+        e.recordSetDevice(device);
+        e.recordInit(device);
+        startRecording(c);
+        applyVoiceChain(c);
+        m.cmdRecord.caption = "Recording";
+        return;
+    }
+    m.picMicLevel.drawing.clear();
+    stopRecording(c);
+    removeVoiceChain(c);
+    writeTake(c, voiceTrackPath(c));
+    showVoiceTrackState(c);
+    setUpVoiceTrack(c);
+    auto& d = c.ui.dialog;
+    d.frmDialog.visible = true;
+    const auto answer =
+        c.svc.prompter->askName(d.cmdCreate.caption, d.lblExplanation.caption, d.txtInputData.text);
+    d.frmDialog.visible = false;
+    if (answer) {
+        d.txtInputData.text = *answer;
+        saveVoiceTrack(c, *answer);
+    }
+    m.cmdRecord.caption = "Record";
+}
+
+void startRecording(core::Console& c) {
+    audio::Engine& e = c.engine();
+    e.streamFree(c.takeStream);
+    c.takeStream = 0;
+    std::vector<std::uint8_t>().swap(c.recordBuffer);
+    c.recordBuffer.assign(static_cast<std::size_t>(c.recordStep), 0);
+    c.recordLength = kHeaderBytes;
+    const std::string header = audio::pcm16WavHeader(44100, 2, 0);
+    std::memcpy(c.recordBuffer.data(), header.data(), header.size());
+    putLe32(c.recordBuffer, 4, 0);  // both lengths are filled in at the end
+    c.recordChannel = e.recordStart(
+        44100, 2, audio::kRecordPause, [&c](audio::Handle, const std::int16_t* s, std::size_t n) {
+            return recordProc(c, s, static_cast<std::int32_t>(n * sizeof(std::int16_t)));
+        });
+    e.channelPlay(c.recordChannel, false);
+    if (c.recordChannel == 0) {
+        core::showCastError(c, "Couldn't start recording");
+        std::vector<std::uint8_t>().swap(c.recordBuffer);
+    }
+}
+
+bool recordProc(core::Console& c, const void* data, std::int32_t bytes) {
+    if ((c.recordLength % c.recordStep) + bytes >= c.recordStep) {
+        const double size =
+            (std::floor(static_cast<double>(c.recordLength + bytes) / c.recordStep) + 1) *
+            c.recordStep;
+        try {
+            c.recordBuffer.resize(static_cast<std::size_t>(std::nearbyint(size)));
+        } catch (const std::bad_alloc&) {
+            if (core::EventLoop* loop = c.svc.loop) {
+                loop->post([&c] {
+                    c.recordChannel = 0;
+                    core::showCastError(c, "Out of memory!");
+                });
+            }
+            return false;
+        }
+    }
+    std::memcpy(c.recordBuffer.data() + c.recordLength, data, static_cast<std::size_t>(bytes));
+    c.recordLength += bytes;
+    return true;
+}
+
+void stopRecording(core::Console& c) {
+    audio::Engine& e = c.engine();
+    e.channelStop(c.recordChannel);  // no callback runs after this
+    c.recordChannel = 0;
+    if (c.recordLength < kHeaderBytes ||
+        static_cast<std::size_t>(c.recordLength) > c.recordBuffer.size()) {
+        return;
+    }
+    putLe32(c.recordBuffer, 4, static_cast<std::uint32_t>(c.recordLength - 8));
+    putLe32(c.recordBuffer, 40, static_cast<std::uint32_t>(c.recordLength - kHeaderBytes));
+    auto image = std::make_shared<const std::vector<std::uint8_t>>(
+        c.recordBuffer.begin(), c.recordBuffer.begin() + c.recordLength);
+    c.takeStream =
+        e.streamCreateMemory(std::move(image), 0, static_cast<std::uint64_t>(c.recordLength), 0);
+}
+
+void writeTake(core::Console& c, const std::string& path) {
+    const std::size_t length =
+        std::min(c.recordBuffer.size(), static_cast<std::size_t>(std::max(c.recordLength, 0)));
+    const std::string bytes(reinterpret_cast<const char*>(c.recordBuffer.data()), length);
+    // Written beside and renamed over: a take that cannot be written leaves the last one whole.
+    if (!core::replaceFile(path, bytes, false)) {
+        core::showCastError(c, "Can't create the file");
+    }
+}
+
+void applyVoiceChain(core::Console& c) {
+    if (c.voiceFx[0] != 0) {
+        return;
+    }
+    c.engine().fxReset(c.recordChannel);
+    // The amplifier's parameters go to the master chain's amplifier; the take's keeps its
+    // defaults.
+    installVoiceChain(c, c.recordChannel, micVoiceChain(), c.masterDampFx);
+}
+
+void removeVoiceChain(core::Console& c) {
+    for (audio::Handle& fx : c.voiceFx) {
+        c.engine().channelRemoveFX(c.recordChannel, fx);
+        fx = 0;
+    }
+}
+
+void showVoiceTrackState(core::Console& c) {
+    auto& button = c.form().cmdVoiceTrack;
+    std::error_code ec;
+    if (std::filesystem::exists(voiceTrackPath(c), ec)) {
+        voiceTrackButton(c);
+        button.toolTip = voiceTrackPath(c);
+    } else {
+        core::printOnButton(button, core::ImageRole::Gray, "NO VoiceTrack", "", kVoiceTrackFont);
+    }
+}
+
+void cmdVoiceTrack_MouseDown(core::Console& c, bool leftButton) {
+    if (!leftButton) {
+        return;
+    }
+    audio::Engine& e = c.engine();
+    if (c.spotChannel != 0 && e.channelIsActive(c.spotChannel) != audio::kStopped) {
+        voiceTrackButton(c);
+        e.channelStop(c.spotChannel);
+        c.spotChannel = 0;
+        return;
+    }
+    const std::string path = voiceTrackPath(c);
+    switch (samplerMode(c)) {
+        case 1:  // in the studio only: a playing stream, not through the mixer
+            c.spotChannel = e.streamCreateFile(path, 0, 0, 0);
+            e.channelPlay(c.spotChannel, false);
+            e.channelSetSync(c.spotChannel, audio::kSyncEnd, 0, spotEndedSync(c));
+            break;
+        case 0:
+            c.spotChannel = e.streamCreateFile(path, 0, 0, audio::kStreamDecode);
+            slidePlayers(c, 0.5f, 1000);
+            e.mixerAddChannel(c.mixerStream, c.spotChannel, audio::kStreamAutoFree);
+            e.channelPlay(c.spotChannel, false);
+            e.channelSetSync(c.spotChannel, audio::kSyncFree, 0, spotEndedSync(c));
+            break;
+        default:
+            break;
+    }
+}
+
+audio::SyncProc spotEndedSync(core::Console& c) {
+    core::EventLoop* loop = c.svc.loop;
+    return [loop, &c](audio::Handle, audio::Handle, std::uint32_t) {
+        if (loop) {
+            loop->post([&c] { spotEnded(c); });
+        }
+    };
+}
+
+void spotEnded(core::Console& c) {
+    slidePlayers(c, 1.0f, 1000);
+    setMicPreview(c, 0);
+}
+
+int samplerMode(const core::Console& c) {
+    const auto& options = c.ui.main.optSamplerMode;
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        if (options[i].value != 0) {
+            return static_cast<int>(i);
+        }
+    }
+    return 0;
+}
+
+void optSamplerMode_Click(core::Console& c, int index) {
+    auto& m = c.form();
+    for (std::size_t i = 0; i < m.optSamplerMode.size(); ++i) {
+        m.optSamplerMode[i].value = static_cast<int>(i) == index ? 1 : 0;
+    }
+}
+
+void setUpVoiceTrack(core::Console& c) {
+    auto& d = c.ui.dialog;
+    d.frmDialog.tag = "VoiceTrack";
+    d.cmdCreate.caption = "Save VoiceTrack";
+    d.cmdCancel.caption = "Cancel";
+    d.lblExplanation.caption = "Enter Name for Voicetrack Below to save";
+    d.txtInputData.text = kEnterName;
+}
+
+void saveVoiceTrack(core::Console& c, const std::string& name) {
+    if (name.empty() || name == kEnterName) {
+        return;
+    }
+    namespace fs = std::filesystem;
+    const std::string folder = c.AppFolder + "/Music/VoiceTracks";
+    std::error_code ec;
+    fs::create_directories(folder, ec);
+    const std::string target = folder + "/" + name + ".mp3";
+    if (!c.programs) {
+        c.programs = std::make_shared<core::ProgramRunner>(*c.svc.loop);
+    }
+    // Arguments go to lame as they are, without a shell: any name works.
+    c.programs->start({"lame", "--tt", name, "--ta", "VoiceTrack", "--add-id3v2", "-b", "320",
+                       voiceTrackPath(c), target},
+                      c.AppFolder, [&c](int status) {
+                          // The new track shows in its category once it is whole, with the
+                          // category's figures counted anew.
+                          if (status == 0) {
+                              autodj::showplayLists(c);
+                              autodj::renewRepeatTime(c);
+                              autodj::pickActivePlaylist(c);
+                          }
+                      });
+    autodj::showplayLists(c);
+    autodj::pickActivePlaylist(c);
+}
+
+}  // namespace tw::liveassist
