@@ -135,7 +135,9 @@ class DynamicAmpEffect final : public Effect {
     void configure(const float (&p)[kParams]) override {
         target_ = std::clamp(p[0], 0.0f, 1.0f);
         quiet_ = std::max(0.0f, p[1]);
-        rate_ = std::max(0.0f, p[2]);
+        rate_ = std::clamp(p[2], 0.0f, 1.0f);
+        // `rate` of the way in each hundredth of a second is this much of it in each frame.
+        perFrame_ = static_cast<float>(1.0 - std::pow(1.0 - rate_, 100.0 / kRate));
         start_ = std::max(0.0f, p[3]);
         delay_ = std::max(0.0f, p[4]);
         channel_ = static_cast<int>(p[5]);
@@ -149,24 +151,19 @@ class DynamicAmpEffect final : public Effect {
             peak = std::max(peak, channel_ == 0 ? l : channel_ == 1 ? r : std::max(l, r));
         }
         const float seconds = static_cast<float>(frames) / kRate;
-        const float from = current_;
+        const bool moving = waited_ >= delay_ && peak > quiet_ && peak > 0;
         if (waited_ < delay_) {
             waited_ += seconds;
-        } else if (peak > quiet_ && peak > 0) {
-            const float wanted = target_ / peak;
-            const float step = rate_ * seconds;
-            current_ = wanted > current_ ? std::min(wanted, current_ + step)
-                                         : std::max(wanted, current_ - step);
         }
-        // The gain moves across the block, so that a change makes no click.
+        const float wanted = moving ? target_ / peak : current_;
+        // Frame by frame towards the wanted gain, so that a change makes no click.
         for (std::size_t i = 0; i < frames; ++i) {
-            const float g =
-                from + (current_ - from) * static_cast<float>(i + 1) / static_cast<float>(frames);
-            x[2 * i] *= g;
-            x[2 * i + 1] *= g;
+            current_ += (wanted - current_) * perFrame_;
+            x[2 * i] *= current_;
+            x[2 * i + 1] *= current_;
         }
     }
-    float target_ = 0, quiet_ = 0, rate_ = 0, start_ = 1, delay_ = 0;
+    float target_ = 0, quiet_ = 0, rate_ = 0, start_ = 1, delay_ = 0, perFrame_ = 0;
     int channel_ = -1;
     float current_ = 1, waited_ = 0;
 };

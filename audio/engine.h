@@ -102,6 +102,9 @@ struct ParamEq {
 struct Compressor {
     float gain = 0, attack = 0, release = 0, threshold = 0, ratio = 0, predelay = 0;
 };
+// The dynamic amplifier aims its gain at target / (the block's peak) while the peak is above
+// quiet, after waiting delay seconds; gain is where it starts, and each hundredth of a second it
+// covers `rate` of the way that is left.
 struct DynamicAmp {
     float target = 0, quiet = 0, rate = 0, gain = 0, delay = 0;
     int channel = -1;

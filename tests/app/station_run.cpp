@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "audio/capture_device.h"
 #include "audio/mix_engine.h"
 #include "tests/testlib/temp_dir.h"
 
@@ -91,8 +92,20 @@ long residentKb() {
     return 0;
 }
 
-StationRun::StationRun(const std::string& station, core::DateValue start)
-    : sim_(station, start, std::make_unique<audio::MixEngine>(audio::EngineMode::Offline)) {
+namespace {
+
+std::unique_ptr<audio::MixEngine> offlineEngine(const std::string& mic) {
+    auto engine = std::make_unique<audio::MixEngine>(audio::EngineMode::Offline);
+    if (!mic.empty()) {
+        engine->useCapture(audio::simulatedCapture(mic));
+    }
+    return engine;
+}
+
+}  // namespace
+
+StationRun::StationRun(const std::string& station, core::DateValue start, const std::string& mic)
+    : sim_(station, start, offlineEngine(mic)) {
     sim_.setBusSink([this](const float* bus, std::size_t frames) { onBus(bus, frames); });
 }
 

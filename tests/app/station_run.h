@@ -13,6 +13,18 @@
 #include "core/dates.h"
 #include "sim/simulator.h"
 
+// Under a sanitizer memory and time figures mean nothing: the scenarios measure less then.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TW_SCENARIO_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define TW_SCENARIO_SANITIZED 1
+#endif
+#endif
+#ifndef TW_SCENARIO_SANITIZED
+#define TW_SCENARIO_SANITIZED 0
+#endif
+
 namespace tw::test {
 
 // Runs scripts/make-demo-station.sh on `dir` with these figures; empty, or what went wrong.
@@ -42,7 +54,8 @@ struct SilenceStretch {
 
 class StationRun {
   public:
-    StationRun(const std::string& station, core::DateValue start);
+    // `mic`, when given, is the file the simulated microphone plays.
+    StationRun(const std::string& station, core::DateValue start, const std::string& mic = {});
 
     sim::Simulator& sim() { return sim_; }
     core::Console& console() { return sim_.console(); }

@@ -24,17 +24,6 @@
 #include "tags/mp3_tag_data.h"
 #include "tests/testlib/temp_dir.h"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define TW_SCENARIO_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define TW_SCENARIO_SANITIZED 1
-#endif
-#endif
-#ifndef TW_SCENARIO_SANITIZED
-#define TW_SCENARIO_SANITIZED 0
-#endif
-
 namespace tw {
 namespace {
 

@@ -122,11 +122,14 @@ TEST_F(EffectsTest, TheCompressorsLookAheadDelaysTheSound) {
 
 TEST_F(EffectsTest, TheGainControlReachesItsTarget) {
     const Handle fx = streamWithFx(level(0.1, 6), kFxDynamicAmp);
-    // Target half of full scale, gain from 1 by at most 1.0 a second.
-    ASSERT_TRUE(engine.fxSetParameters(fx, DynamicAmp{0.5f, 0.01f, 1.0f, 1.0f, 0, -1}));
+    // Target half of full scale: gain 5 wanted, from 1, covering 1 % of the way each 10 ms.
+    ASSERT_TRUE(engine.fxSetParameters(fx, DynamicAmp{0.5f, 0.01f, 0.01f, 1.0f, 0, -1}));
     const auto out = render(kRate * 6);
-    EXPECT_NEAR(out[2 * (kRate * 2)], 0.3, 0.01) << "two seconds in: gain 3";
-    EXPECT_NEAR(out[2 * (kRate * 5 + kRate / 2)], 0.5, 0.01) << "at its target";
+    EXPECT_NEAR(out[2 * (kRate / 2)], 0.1 * (5 - 4 * std::pow(0.99, 50)), 0.005)
+        << "half a second in";
+    EXPECT_NEAR(out[2 * (kRate * 2)], 0.1 * (5 - 4 * std::pow(0.99, 200)), 0.005)
+        << "two seconds in: gain 4.46";
+    EXPECT_NEAR(out[2 * (kRate * 5 + kRate / 2)], 0.5, 0.005) << "at its target";
 }
 
 TEST_F(EffectsTest, TheGainControlHoldsBelowTheQuietLevelAndWaitsItsDelay) {

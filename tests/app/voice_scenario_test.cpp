@@ -1,0 +1,187 @@
+// The operator's voice on the air, in virtual time on the real engine: the microphone from the
+// simulated device ducking the music, a voice track recorded, named and encoded into its category,
+// a spoken line over the music, and a long session of all of them that stays on the air.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <thread>
+
+#include "core/dates.h"
+#include "tags/id3_tag.h"
+#include "tests/app/station_run.h"
+#include "tests/testlib/temp_dir.h"
+
+namespace tw {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> lines(const fs::path& file) {
+    std::ifstream in(file);
+    std::vector<std::string> out;
+    for (std::string line; std::getline(in, line);) {
+        out.push_back(line);
+    }
+    return out;
+}
+
+class VoiceScenario : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        station_ = dir_ / "station";
+        ASSERT_EQ(test::makeScenarioStation(station_), "");
+        mic_ = dir_ / "voice.wav";
+        const std::string cmd =
+            "sox -q -n -r 44100 -c 1 -b 16 '" + mic_.string() + "' synth 3 sine 700 vol 0.5";
+        ASSERT_EQ(std::system(cmd.c_str()), 0);
+        run_ = std::make_unique<test::StationRun>(
+            station_.string(), core::dateSerial(2026, 3, 2) + 10.0 / 24, mic_.string());
+        ASSERT_EQ(run_->exec("load"), "");
+        ASSERT_EQ(run_->exec("select flRotations 0"), "");
+        for (int i = 0; i < 400 && (c().player1Stream == 0 || c().player2Stream == 0); ++i) {
+            run_->advance(0.06, 0.06);
+        }
+        ASSERT_NE(c().activePlayer, 0);
+    }
+
+    core::Console& c() { return run_->console(); }
+    float volume(audio::Handle h) {
+        float v = -1;
+        c().engine().channelGetAttribute(h, audio::kAttribVol, v);
+        return v;
+    }
+    audio::Handle onAir() { return c().activePlayer == 1 ? c().player1Stream : c().player2Stream; }
+    // Advances while the external encoder works in real time, until `done` or 15 s.
+    template <typename Done>
+    bool waitFor(Done done) {
+        for (int i = 0; i < 750 && !done(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            run_->advance(0.06, 0.06);
+        }
+        return done();
+    }
+
+    test::TempDir dir_;
+    fs::path station_;
+    fs::path mic_;
+    std::unique_ptr<test::StationRun> run_;
+};
+
+TEST_F(VoiceScenario, TheMicrophoneDucksTheMusicToHalfWithinOneSecondAndBringsItBack) {
+    const audio::Handle player = onAir();
+    ASSERT_EQ(run_->exec("press cmdMic left"), "");
+    ASSERT_NE(c().micChannel, 0u);
+    run_->advance(0.5, 0.05);
+    EXPECT_NEAR(volume(player), 0.75, 0.03) << "half-way down the slide at 500 ms";
+    run_->advance(0.5, 0.05);
+    EXPECT_NEAR(volume(player), 0.5, 0.01) << "at half volume at 1000 ms";
+    EXPECT_GT(c().engine().channelGetLevel(c().micChannel) & 0xFFFF, 8000u)
+        << "the microphone is heard in the mix";
+    ASSERT_EQ(run_->exec("press cmdMic left"), "");
+    run_->advance(0.5, 0.05);
+    EXPECT_NEAR(volume(player), 0.75, 0.03);
+    run_->advance(0.5, 0.05);
+    EXPECT_NEAR(volume(player), 1.0, 0.01);
+}
+
+TEST_F(VoiceScenario, AVoiceTrackRecordedFromTheMicrophoneBecomesATrackOfItsCategory) {
+    ASSERT_EQ(run_->exec("press cmdRecord"), "");
+    run_->advance(3.0, 0.06);
+    ASSERT_EQ(run_->exec("answer Drive Time Link"), "");
+    ASSERT_EQ(run_->exec("press cmdRecord"), "");
+    const auto wav = fs::file_size(station_ / "VoiceTrack1.wav");
+    EXPECT_NEAR(static_cast<double>(wav - 44) / 176400.0, 3.0, 0.03) << "3 s of 44.1 kHz stereo";
+    const fs::path mp3 = station_ / "Music/VoiceTracks/Drive Time Link.mp3";
+    ASSERT_TRUE(waitFor([&] { return fs::exists(mp3) && fs::file_size(mp3) > 30000; }));
+    run_->advance(0.5, 0.06);  // the encoder's end reaches the console
+    bool listed = false;
+    for (const auto& item : c().form().lstPlaylists.items) {
+        listed = listed || item.text == "VoiceTracks";
+    }
+    EXPECT_TRUE(listed) << "the category list shows the new category";
+    tags::clsID3 tag;
+    tag.filename(mp3.string());
+    tag.RefreshID3Tags();
+    EXPECT_EQ(tag.title(), "Drive Time Link");
+    EXPECT_EQ(tag.Artist(), "VoiceTrack");
+    // The planner and the players take it like any track.
+    const audio::Handle stream =
+        c().engine().streamCreateFile(mp3.string(), 0, 0, audio::kStreamDecode);
+    ASSERT_NE(stream, 0u);
+    EXPECT_NEAR(c().engine().channelBytes2Seconds(stream, c().engine().channelGetLength(stream)),
+                3.0, 0.1);
+    c().engine().streamFree(stream);
+}
+
+TEST_F(VoiceScenario, ASpokenLineIsHeardOverTheMusicAndThePlayersComeBackAfterIt) {
+    const audio::Handle player = onAir();
+    ASSERT_EQ(run_->exec("type txtSendText Good evening and welcome to the late show"), "");
+    ASSERT_EQ(run_->exec("press cmdSayIt"), "");
+    ASSERT_NE(c().spokenStream, 0u);
+    run_->advance(0.12, 0.06);
+    EXPECT_NEAR(volume(player), 0.55, 0.001);
+    std::uint32_t loudest = 0;
+    for (int i = 0; i < 300 && c().engine().channelIsActive(c().spokenStream) != 0; ++i) {
+        loudest = std::max(loudest, c().engine().channelGetLevel(c().spokenStream) & 0xFFFF);
+        run_->advance(0.06, 0.06);
+    }
+    EXPECT_GT(loudest, 8000u) << "the speech is heard over the music";
+    run_->advance(1.1, 0.06);
+    EXPECT_NEAR(volume(player), 1.0, 0.01);
+}
+
+TEST_F(VoiceScenario, AHundredMicrophoneOpeningsAndTwentyVoiceTracksKeepTheStationOnTheAir) {
+    auto micCycle = [&] {
+        ASSERT_EQ(run_->exec("press cmdMic left"), "");
+        run_->advance(2.0, 0.06);
+        ASSERT_EQ(run_->exec("press cmdMic left"), "");
+        run_->advance(1.2, 0.06);
+    };
+    auto voiceTrack = [&](int n) {
+        ASSERT_EQ(run_->exec("press cmdRecord"), "");
+        run_->advance(2.0, 0.06);
+        ASSERT_EQ(run_->exec("answer Link " + std::to_string(n)), "");
+        ASSERT_EQ(run_->exec("press cmdRecord"), "");
+        run_->advance(1.0, 0.06);
+    };
+    for (int i = 0; i < 5; ++i) {
+        micCycle();
+    }
+    voiceTrack(0);
+    const long before = test::residentKb();
+    const int startsBefore = run_->starts();
+    for (int i = 0; i < 95; ++i) {
+        micCycle();
+    }
+    for (int i = 1; i < 20; ++i) {
+        voiceTrack(i);
+    }
+    ASSERT_TRUE(waitFor([&] { return fs::exists(station_ / "Music/VoiceTracks/Link 19.mp3"); }));
+    run_->advance(5.0, 0.06);
+    const long after = test::residentKb();
+    EXPECT_GT(run_->starts(), startsBefore + 2) << "tracks went on starting";
+    const auto silences = run_->silences(1.0);
+    EXPECT_TRUE(silences.empty()) << silences.size() << " stretches of silence";
+    for (const auto& line : lines(station_ / "app.log")) {
+        EXPECT_EQ(line.find("Error"), std::string::npos) << line;
+    }
+    int tracks = 0;
+    for ([[maybe_unused]] const auto& f : fs::directory_iterator(station_ / "Music/VoiceTracks")) {
+        ++tracks;
+    }
+    EXPECT_EQ(tracks, 20);
+    if (!TW_SCENARIO_SANITIZED) {
+        EXPECT_LE(after - before, 4 * 1024) << "VmRSS " << before << " kB, then " << after << " kB";
+    }
+    std::cout << "[ figures  ] 100 microphone openings, 20 voice tracks, " << run_->starts()
+              << " starts, VmRSS " << before << " kB, then " << after << " kB\n";
+}
+
+}  // namespace
+}  // namespace tw
