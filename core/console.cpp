@@ -23,6 +23,7 @@ Console::Console(std::string appFolder, Services services)
     m.cmdProgramSettings.caption = "Options";
     m.cmdPlayOver.caption = "Sweeper";
     m.cmdCompressor.caption = "Processing";
+    m.chkEFX.caption = "EFX";
     m.cmdRecord.caption = "Record";
     m.cmdSendMessage.caption = "Send";
     m.cmdSayIt.caption = "Say It";

@@ -13,4 +13,13 @@ if [[ -x scripts/make-demo-station.sh ]]; then
 elif [[ -f scripts/make-demo-station.sh ]]; then
     bash scripts/make-demo-station.sh demo-station
 fi
+# A machine without a sound card has no microphone either: the demo's microphone is then a voice
+# that espeak-ng speaks once into a file, played as if it were said into the microphone.
+if [[ -z "${TARNWAVE_MIC:-}" && ! -e /dev/snd ]]; then
+    if [[ ! -f demo-station/demo-mic.wav ]]; then
+        espeak-ng -w demo-station/demo-mic.wav \
+            "This is the demo microphone of TarnWave. You are on the air." || true
+    fi
+    [[ -f demo-station/demo-mic.wav ]] && export TARNWAVE_MIC="$PWD/demo-station/demo-mic.wav"
+fi
 TARNWAVE_HOME="$PWD/demo-station" exec build/app/tarnwave "$@"

@@ -136,13 +136,17 @@ std::optional<std::string> QtPrompter::saveFile(const core::FileDialog& dialog) 
 std::optional<std::string> QtPrompter::askName(const std::string& caption,
                                                const std::string& explanation,
                                                const std::string& initial) {
-    bool ok = false;
-    const QString text = QInputDialog::getText(parent_.data(), qs(caption), qs(explanation),
-                                               QLineEdit::Normal, qs(initial), &ok);
-    if (!ok) {
+    // frmDialog: its create button carries the caption of the mode ("Save VoiceTrack").
+    QInputDialog dialog(parent_.data());
+    dialog.setWindowTitle(qs(caption));
+    dialog.setLabelText(qs(explanation));
+    dialog.setTextValue(qs(initial));
+    dialog.setOkButtonText(qs(caption));
+    dialog.setCancelButtonText(QStringLiteral("Cancel"));
+    if (dialog.exec() != QDialog::Accepted) {
         return std::nullopt;
     }
-    return text.toStdString();
+    return dialog.textValue().toStdString();
 }
 
 }  // namespace tw::ui

@@ -91,16 +91,18 @@ TEST_F(QtPrompterTest, MessageBoxClosedWithoutAButtonIsCancel) {
 }
 
 TEST_F(QtPrompterTest, NameDialogGivesTheTextEntered) {
-    QString label, initial;
+    QString label, initial, button;
     whenShown<QInputDialog>(&context, [&](QInputDialog& d) {
         label = d.labelText();
         initial = d.textValue();
+        button = d.okButtonText();
         d.setTextValue("Morning Drive");
         d.accept();
     });
     EXPECT_EQ(prompter.askName("New Rotation", "Name the rotation", "Untitled"), "Morning Drive");
     EXPECT_EQ(label.toStdString(), "Name the rotation");
     EXPECT_EQ(initial.toStdString(), "Untitled");
+    EXPECT_EQ(button.toStdString(), "New Rotation") << "the create button bears the caption";
 }
 
 TEST_F(QtPrompterTest, NameDialogCancelledGivesNothing) {
