@@ -25,9 +25,9 @@ std::uint32_t le(const std::string& b, std::size_t at, int bytes) {
     return v;
 }
 
-// The samples of a 16-bit PCM WAV as the synthesiser streams it (its lengths are left open),
-// its first channel; `rate` gets its rate.
-std::vector<std::int16_t> monoOfWav(const std::string& wav, int& rate) {
+}  // namespace
+
+std::vector<std::int16_t> speechSamples(const std::string& wav, int& rate) {
     if (wav.size() < 12 || wav.compare(0, 4, "RIFF") != 0 || wav.compare(8, 4, "WAVE") != 0) {
         throw core::Failure(-2147200966, "Speech synthesis gave no audio");
     }
@@ -60,6 +60,8 @@ std::vector<std::int16_t> monoOfWav(const std::string& wav, int& rate) {
     }
     throw core::Failure(-2147200966, "Speech synthesis gave no audio");
 }
+
+namespace {
 
 // Mono at `rate` to stereo at 44100 Hz, by linear interpolation.
 std::vector<std::int16_t> toCdStereo(const std::vector<std::int16_t>& mono, int rate) {
@@ -113,7 +115,7 @@ std::vector<std::int16_t> SpeechVoice::render(const std::string& text) const {
         throw core::Failure(429, "ActiveX component can't create object");
     }
     int rate = 0;
-    const std::vector<std::int16_t> mono = monoOfWav(wav, rate);
+    const std::vector<std::int16_t> mono = speechSamples(wav, rate);
     return toCdStereo(mono, rate);
 }
 

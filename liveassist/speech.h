@@ -29,6 +29,10 @@ class SpeechVoice {
     std::string program_;
 };
 
+// The first channel of a 16-bit PCM WAV as the synthesiser streams it (its lengths left open);
+// `rate` gets its rate. Throws Failure when it holds no such audio.
+std::vector<std::int16_t> speechSamples(const std::string& wav, int& rate);
+
 // Start-up: makes the voice. The console goes on without one.
 void createVoice(core::Console& c);
 // Renders the text into AppFolder + "/spoken.wav" and plays it; failures are logged.
