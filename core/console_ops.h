@@ -60,6 +60,9 @@ void closeStatus(Console& c);
 
 // fadeTimer and tmrPreviewUpdate: enabling starts the loop's timer behind them.
 void setFadeTimerEnabled(Console& c, bool enabled);
+// tmrPreviewUpdate beats while a voice track or sample, the preview or the microphone is there
+// to show (it has nothing to do otherwise, and stops itself then); this starts it when it stands.
+void wakePreviewTimer(Console& c);
 
 // Refreshes a file list from its folder: names matching its pattern without regard to case,
 // sorted without regard to case. A folder list lists the folders. A missing folder gives none.

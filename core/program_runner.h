@@ -39,6 +39,12 @@ class ProgramRunner {
     bool start(const std::vector<std::string>& argv, const std::string& folder,
                std::function<void(int status)> done);
 
+    // How many of the programs started are still running; any thread.
+    std::size_t running() {
+        std::lock_guard lock(mutex_);
+        return running_.size();
+    }
+
   private:
     struct Shared {
         std::mutex mutex;

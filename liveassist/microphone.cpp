@@ -117,6 +117,7 @@ void cmdMic_MouseDown(core::Console& c, bool leftButton) {
         c.micChannel = e.recordStart(44100, 2, audio::kRecordPause, nullptr);
         e.mixerAddChannel(c.mixerStream, c.micChannel, 0);
         e.channelPlay(c.micChannel, false);
+        core::wakePreviewTimer(c);  // the microphone's meter
         if (c.voiceFx[0] == 0) {
             e.fxReset(c.micChannel);
             installVoiceChain(c, c.micChannel, micVoiceChain());
@@ -198,6 +199,9 @@ void pctMainVolume_MouseMove(core::Console& c, double x) {
 
 void setMicPreview(core::Console& c, audio::Handle channel) {
     c.spotChannel = channel;
+    if (channel != 0) {
+        core::wakePreviewTimer(c);  // the time left on cmdVoiceTrack
+    }
 }
 
 void cmdRefreshMicList_Click(core::Console& c) {

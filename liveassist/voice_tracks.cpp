@@ -195,6 +195,7 @@ void cmdVoiceTrack_MouseDown(core::Console& c, bool leftButton) {
         default:
             break;
     }
+    setMicPreview(c, c.spotChannel);
 }
 
 audio::SyncProc spotEndedSync(core::Console& c) {

@@ -2,6 +2,8 @@
 
 #include "autodj/library_state.h"
 #include "autodj/track_details.h"
+#include "core/console_ops.h"
+#include "core/settings_store.h"
 #include "media/stream_time.h"
 #include "media/track_scan.h"
 #include "playout/manual_transport.h"
@@ -37,6 +39,7 @@ void previewTrack(core::Console& c, const std::string& file) {
     c.previewSong = file;
     c.previewPlayer = media::openStream(c.engine(), file, 0, 0, audio::kStreamAutoFree, file);
     c.engine().channelPlay(c.previewPlayer, false);
+    core::wakePreviewTimer(c);
     m.cmdPlayActiveSong.backColor = kGreen;
     c.previewCue = tags::readCueRecord(c, file);
     media::drawCueMarkers(c, c.previewPlayer, m.pctPreviewMarkers, c.previewCue);
@@ -55,4 +58,51 @@ void cmdPlayActiveSong_Click(core::Console& c) {
     previewTrack(c, files[static_cast<std::size_t>(list.listIndex)]);
 }
 
+void tmrPreviewUpdate_Timer(core::Console& c) {
+    auto& m = c.form();
+    audio::Engine& e = c.engine();
+    if (c.spotChannel != 0) {
+        if (e.channelIsActive(c.spotChannel) != audio::kStopped) {
+            const media::cbass_time t(e);
+            const std::string left =
+                media::GetTime(t.GetDuration(c.spotChannel) - t.GetPlayingPos(c.spotChannel));
+            core::printOnButton(m.cmdVoiceTrack, core::ImageRole::Green, left, "", 7);
+            m.cmdVoiceTrack.tag = "counting";
+        } else if (m.cmdVoiceTrack.tag == "counting") {
+            core::printOnButton(m.cmdVoiceTrack, core::ImageRole::Green, "VoiceTrack", "", 7);
+            m.cmdVoiceTrack.tag.clear();
+        }
+    } else if (m.cmdVoiceTrack.tag == "counting") {
+        // Its end came through the sync before the beat saw it.
+        core::printOnButton(m.cmdVoiceTrack, core::ImageRole::Green, "VoiceTrack", "", 7);
+        m.cmdVoiceTrack.tag.clear();
+    }
+    if (c.micChannel != 0) {
+        const std::uint32_t level = e.channelGetLevel(c.micChannel);
+        core::Element& meter = m.picMicLevel;
+        meter.drawing.clear();
+        const double width = meter.scaleWidth() * media::loWord(level) / 32768.0;
+        meter.drawing.fills.push_back(
+            {0, 0, width, meter.scaleHeight(), core::ImageRole::GYRVolume, 0});
+    }
+    if (c.spotChannel == 0 && c.previewPlayer == 0 && c.micChannel == 0 && c.previewTimerId != 0) {
+        c.svc.loop->stopTimer(c.previewTimerId);
+        c.previewTimerId = 0;
+    }
+}
+
 }  // namespace tw::playout
+
+namespace tw::core {
+
+void wakePreviewTimer(Console& c) {
+    if (c.previewTimerId != 0 || !c.svc.loop || !c.form().tmrPreviewUpdate.enabled) {
+        return;
+    }
+    c.previewTimerId = c.svc.loop->startTimer(c.form().tmrPreviewUpdate.interval, [&c] {
+        EventScope event(*c.svc.settings);
+        playout::tmrPreviewUpdate_Timer(c);
+    });
+}
+
+}  // namespace tw::core

@@ -224,6 +224,32 @@ TEST_F(VoiceTracksTest, LiveModeDucksAndAddsTheTakeToTheMixUntilItIsFreed) {
     EXPECT_EQ(engine.count("channelSlideAttribute " + h(c.player1Stream) + " 2 1.000000 1000"), 1);
 }
 
+TEST_F(VoiceTracksTest, TheTakeCountsDownOnItsButtonAndTheBeatStopsWhenNothingIsLeftToShow) {
+    auto& c = station();
+    engine.fileSeconds[wavPath()] = 12;
+    desk::press(c, "cmdVoiceTrack");
+    ASSERT_NE(c.previewTimerId, 0);
+    engine.setPositionSeconds(c.spotChannel, 2);
+    loop.advance(0.1);
+    EXPECT_EQ(c.form().cmdVoiceTrack.caption, "00:00:10.0");
+    engine.finish(c.spotChannel);
+    loop.advance(0.1);
+    EXPECT_EQ(c.spotChannel, 0u);
+    EXPECT_EQ(c.form().cmdVoiceTrack.caption, "VoiceTrack");
+    EXPECT_EQ(c.previewTimerId, 0) << "no beat while there is nothing to show";
+}
+
+TEST_F(VoiceTracksTest, TheMicrophonesMeterFollowsItsLevel) {
+    auto& c = station();
+    c.form().picMicLevel.rect.width = 100;
+    c.form().picMicLevel.rect.height = 10;
+    desk::press(c, "cmdMic");
+    engine.channel(c.micChannel).level = 16384 | (16384u << 16);
+    loop.advance(0.1);
+    ASSERT_EQ(c.form().picMicLevel.drawing.fills.size(), 1u);
+    EXPECT_DOUBLE_EQ(c.form().picMicLevel.drawing.fills[0].width, 50);
+}
+
 TEST_F(VoiceTracksTest, PreviewModePlaysInTheStudioAndStillRestoresThePlayersAtTheEnd) {
     auto& c = station();
     engine.fileSeconds[wavPath()] = 2;
