@@ -6,22 +6,12 @@
 #include "autodj/library.h"
 #include "autodj/rotations.h"
 #include "core/console_ops.h"
+#include "core/name_dialog.h"
 #include "core/text.h"
 
 namespace tw::autodj {
 
 namespace {
-
-constexpr const char* kEnterName = "Enter Name Here";
-
-void setUpCreateFolder(core::Console& c) {
-    auto& d = c.ui.dialog;
-    d.frmDialog.tag = "playlist";
-    d.cmdCreate.caption = "Create Catagory";
-    d.cmdCancel.caption = "Cancel";
-    d.lblExplanation.caption = "Enter new Catagory List Below and Press Create Create Catagory";
-    d.txtInputData.text = kEnterName;
-}
 
 void refreshLibraryLists(core::Console& c) {
     auto& m = c.form();
@@ -32,17 +22,8 @@ void refreshLibraryLists(core::Console& c) {
 }  // namespace
 
 void createCatagory(core::Console& c) {
-    setUpCreateFolder(c);
-    auto& d = c.ui.dialog;
-    d.frmDialog.visible = true;
-    const auto answer =
-        c.svc.prompter->askName(d.cmdCreate.caption, d.lblExplanation.caption, d.txtInputData.text);
-    d.frmDialog.visible = false;
+    const auto answer = core::askForName(c, "playlist");
     if (!answer) {
-        return;
-    }
-    d.txtInputData.text = *answer;
-    if (answer->empty() || *answer == kEnterName) {
         return;
     }
     std::error_code ec;

@@ -2,7 +2,7 @@
 
 namespace tw::core {
 
-std::optional<std::string> askForName(core::Console& c, const std::string& mode) {
+void setUpNameDialog(core::Console& c, const std::string& mode) {
     auto& d = c.ui.dialog;
     std::string caption, explanation;
     if (mode == "playlist") {
@@ -21,6 +21,13 @@ std::optional<std::string> askForName(core::Console& c, const std::string& mode)
     d.cmdCancel.caption = "Cancel";
     d.lblExplanation.caption = explanation;
     d.txtInputData.text = kNameDialogStart;
+}
+
+std::optional<std::string> askForName(core::Console& c, const std::string& mode) {
+    setUpNameDialog(c, mode);
+    auto& d = c.ui.dialog;
+    const std::string caption = d.cmdCreate.caption;
+    const std::string explanation = d.lblExplanation.caption;
     d.frmDialog.visible = true;
     std::optional<std::string> answer =
         c.svc.prompter ? c.svc.prompter->askName(caption, explanation, kNameDialogStart)

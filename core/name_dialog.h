@@ -14,6 +14,8 @@ namespace tw::core {
 
 inline constexpr const char* kNameDialogStart = "Enter Name Here";
 
+// Gives the dialog the captions of its mode and the starting text.
+void setUpNameDialog(core::Console& c, const std::string& mode);
 // Shows the dialog in its mode and waits for the operator. The name when Create was pressed on a
 // text that is neither empty nor the starting text; nothing otherwise.
 std::optional<std::string> askForName(core::Console& c, const std::string& mode);

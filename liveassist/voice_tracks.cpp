@@ -9,6 +9,7 @@
 #include "autodj/library.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
+#include "core/name_dialog.h"
 #include "core/program_runner.h"
 #include "liveassist/microphone.h"
 #include "media/stream_time.h"
@@ -17,7 +18,6 @@ namespace tw::liveassist {
 
 namespace {
 
-constexpr const char* kEnterName = "Enter Name Here";
 constexpr std::int32_t kHeaderBytes = 44;
 
 void putLe32(std::vector<std::uint8_t>& b, std::size_t at, std::uint32_t v) {
@@ -57,15 +57,8 @@ void cmdRecord_Click(core::Console& c) {
     removeVoiceChain(c);
     writeTake(c, voiceTrackPath(c));
     showVoiceTrackState(c);
-    setUpVoiceTrack(c);
-    auto& d = c.ui.dialog;
-    d.frmDialog.visible = true;
-    const auto answer =
-        c.svc.prompter->askName(d.cmdCreate.caption, d.lblExplanation.caption, d.txtInputData.text);
-    d.frmDialog.visible = false;
-    if (answer) {
-        d.txtInputData.text = *answer;
-        saveVoiceTrack(c, *answer);
+    if (const auto name = core::askForName(c, "VoiceTrack")) {
+        saveVoiceTrack(c, *name);
     }
     m.cmdRecord.caption = "Record";
 }
@@ -230,16 +223,11 @@ void optSamplerMode_Click(core::Console& c, int index) {
 }
 
 void setUpVoiceTrack(core::Console& c) {
-    auto& d = c.ui.dialog;
-    d.frmDialog.tag = "VoiceTrack";
-    d.cmdCreate.caption = "Save VoiceTrack";
-    d.cmdCancel.caption = "Cancel";
-    d.lblExplanation.caption = "Enter Name for Voicetrack Below to save";
-    d.txtInputData.text = kEnterName;
+    core::setUpNameDialog(c, "VoiceTrack");
 }
 
 void saveVoiceTrack(core::Console& c, const std::string& name) {
-    if (name.empty() || name == kEnterName) {
+    if (name.empty() || name == core::kNameDialogStart) {
         return;
     }
     namespace fs = std::filesystem;

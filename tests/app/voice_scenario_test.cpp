@@ -139,6 +139,20 @@ TEST_F(VoiceScenario, ASpokenLineIsHeardOverTheMusicAndThePlayersComeBackAfterIt
     EXPECT_NEAR(volume(player), 1.0, 0.01);
 }
 
+TEST_F(VoiceScenario, ASecondPressDuringTheSpeechStopsItAndThePlayersComeBackThroughItsEnd) {
+    const audio::Handle player = onAir();
+    ASSERT_EQ(run_->exec("type txtSendText This line is stopped before it has been said in full"),
+              "");
+    ASSERT_EQ(run_->exec("press cmdSayIt"), "");
+    const audio::Handle speech = c().spokenStream;
+    run_->advance(0.5, 0.06);
+    EXPECT_NEAR(volume(player), 0.55, 0.001);
+    ASSERT_EQ(run_->exec("press cmdSayIt"), "");
+    EXPECT_EQ(c().engine().channelIsActive(speech), 0) << "stopped, and gone with its stop";
+    run_->advance(1.1, 0.06);
+    EXPECT_NEAR(volume(player), 1.0, 0.01);
+}
+
 TEST_F(VoiceScenario, AHundredMicrophoneOpeningsAndTwentyVoiceTracksKeepTheStationOnTheAir) {
     auto micCycle = [&] {
         ASSERT_EQ(run_->exec("press cmdMic left"), "");
