@@ -179,8 +179,7 @@ Handle MixEngine::recordStart(std::uint32_t freq, std::uint32_t chans, std::uint
         fail(kErrorInit);
         return 0;
     }
-    if (freq != static_cast<std::uint32_t>(kMixRate) ||
-        chans != static_cast<std::uint32_t>(kMixChannels)) {
+    if (!isMixFormat(freq, chans)) {
         fail(kErrorFormat);
         return 0;
     }

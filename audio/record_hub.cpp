@@ -135,6 +135,20 @@ void RecordHub::remove(Handle h) {
     std::erase_if(channels_, [h](const auto& ch) { return ch->handle == h; });
 }
 
+RecordHub::Channel* RecordHub::findLocked(Handle h) {
+    for (auto& ch : channels_) {
+        if (ch->handle == h) {
+            return ch.get();
+        }
+    }
+    return nullptr;
+}
+
+RecordHub::Channel* RecordHub::withCallbackLocked(Handle h) {
+    Channel* ch = findLocked(h);
+    return ch && ch->proc ? ch : nullptr;
+}
+
 std::shared_ptr<RecordHub::Channel> RecordHub::find(Handle h) {
     std::lock_guard lock(mutex_);
     for (auto& ch : channels_) {
@@ -147,61 +161,53 @@ std::shared_ptr<RecordHub::Channel> RecordHub::find(Handle h) {
 
 void RecordHub::setState(Handle h, State state) {
     std::lock_guard lock(mutex_);
-    for (auto& ch : channels_) {
-        if (ch->handle == h) {
-            ch->state = state;
-            if (state != State::Playing) {
-                ch->source->level.store(0, std::memory_order_relaxed);
-            }
+    if (Channel* ch = findLocked(h)) {
+        ch->state = state;
+        if (state != State::Playing) {
+            ch->source->level.store(0, std::memory_order_relaxed);
         }
     }
 }
 
 void RecordHub::setInMix(Handle h, bool inMix) {
     std::lock_guard lock(mutex_);
-    for (auto& ch : channels_) {
-        if (ch->handle == h && ch->inMix != inMix) {
-            ch->inMix = inMix;
-            if (inMix) {
-                ch->feed->open();
-            } else {
-                ch->feed->close();
-            }
-        }
+    Channel* ch = findLocked(h);
+    if (!ch || ch->inMix == inMix) {
+        return;
+    }
+    ch->inMix = inMix;
+    if (inMix) {
+        ch->feed->open();
+    } else {
+        ch->feed->close();
     }
 }
 
 bool RecordHub::addFx(Handle h, Effect* fx, int priority) {
     std::lock_guard lock(mutex_);
-    for (auto& ch : channels_) {
-        if (ch->handle == h && ch->proc) {
-            ch->fx.add(fx, priority);
-            return true;
-        }
+    Channel* ch = withCallbackLocked(h);
+    if (ch) {
+        ch->fx.add(fx, priority);
     }
-    return false;
+    return ch != nullptr;
 }
 
 bool RecordHub::removeFx(Handle h, Effect* fx) {
     std::lock_guard lock(mutex_);
-    for (auto& ch : channels_) {
-        if (ch->handle == h && ch->proc) {
-            ch->fx.remove(fx);
-            return true;
-        }
+    Channel* ch = withCallbackLocked(h);
+    if (ch) {
+        ch->fx.remove(fx);
     }
-    return false;
+    return ch != nullptr;
 }
 
 bool RecordHub::resetFx(Handle h, Effect* fx) {
     std::lock_guard lock(mutex_);
-    for (auto& ch : channels_) {
-        if (ch->handle == h && ch->proc) {
-            fx->reset();
-            return true;
-        }
+    const bool here = withCallbackLocked(h) != nullptr;
+    if (here) {
+        fx->reset();
     }
-    return false;
+    return here;
 }
 
 bool RecordHub::anyRecording() {

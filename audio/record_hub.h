@@ -89,6 +89,9 @@ class RecordHub final : public CaptureSink {
     void clear();
 
   private:
+    // mutex_ held: the channel of `h`, or only one with a callback; null when there is none.
+    Channel* findLocked(Handle h);
+    Channel* withCallbackLocked(Handle h);
     // Runs the channel's effects and volume on `block` (work_) and hands it to its callback.
     void deliver(Channel& ch, float* block, std::size_t frames);
 

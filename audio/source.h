@@ -23,6 +23,12 @@ namespace tw::audio {
 inline constexpr int kMixRate = 44100;
 inline constexpr int kMixChannels = 2;
 
+// The one format the mixer and the record channels work in: 44100 Hz stereo.
+inline bool isMixFormat(std::uint32_t freq, std::uint32_t chans) {
+    return freq == static_cast<std::uint32_t>(kMixRate) &&
+           chans == static_cast<std::uint32_t>(kMixChannels);
+}
+
 // The mixer-format audio of one stretch of a stream, from one position on. Every seek and every
 // (re)start gets a fresh ring, so that the callback never plays audio from before the seek.
 struct PlayRing {

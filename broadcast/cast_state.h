@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "broadcast/background_jobs.h"
+#include "core/background_jobs.h"
 #include "core/console.h"
 
 namespace tw::broadcast {
@@ -50,7 +50,7 @@ struct CastState {
     std::string titleOnAir;              // sent again after a reconnect
     std::string urlOnAir;
     std::shared_ptr<ConnectRunner> connects;
-    BackgroundJobs kicks;  // the kick requests under way
+    core::BackgroundJobs kicks;  // the kick requests under way
     // False once the state is gone: events posted by its threads then do nothing.
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };

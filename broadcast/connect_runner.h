@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "audio/engine.h"
-#include "broadcast/background_jobs.h"
+#include "core/background_jobs.h"
 #include "core/event_loop.h"
 
 namespace tw::broadcast {
@@ -47,7 +47,7 @@ class ConnectRunner {
     audio::Engine& engine_;
     core::EventLoop& loop_;
     std::vector<std::shared_ptr<Batch>> batches_;
-    BackgroundJobs jobs_;  // last: joined first, while the batches still stand
+    core::BackgroundJobs jobs_;  // last: joined first, while the batches still stand
 };
 
 }  // namespace tw::broadcast

@@ -123,18 +123,13 @@ ProgramRunner::ProgramRunner(EventLoop& loop) : loop_(loop) {}
 
 ProgramRunner::~ProgramRunner() {
     {
-        std::lock_guard lock(shared_->mutex);
-        shared_->closing = true;  // no `done` is posted any more
-    }
-    {
         std::lock_guard lock(mutex_);
+        closing_ = true;
         for (pid_t pid : running_) {
             kill(pid, SIGTERM);
         }
     }
-    for (auto& w : waiters_) {
-        w.thread.join();
-    }
+    // The waiters are joined by waiters_' own end.
 }
 
 bool ProgramRunner::start(const std::vector<std::string>& argv, const std::string& folder,
@@ -158,32 +153,21 @@ bool ProgramRunner::start(const std::vector<std::string>& argv, const std::strin
     if (rc != 0) {
         return false;
     }
-    std::erase_if(waiters_, [](Waiter& w) {
-        if (!w.finished->load()) {
-            return false;
-        }
-        w.thread.join();
-        return true;
-    });
-    auto finished = std::make_shared<std::atomic<bool>>(false);
-    std::lock_guard lock(mutex_);
-    running_.push_back(pid);
-    std::thread waiter([this, pid, finished, shared = shared_, done = std::move(done)] {
+    {
+        std::lock_guard lock(mutex_);
+        running_.push_back(pid);
+    }
+    waiters_.run([this, pid, done = std::move(done)] {
         int status = 0;
         while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
         }
-        {
-            std::lock_guard runningLock(mutex_);
-            std::erase(running_, pid);
-        }
         const int result = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        std::lock_guard sharedLock(shared->mutex);
-        if (!shared->closing && done) {
+        std::lock_guard lock(mutex_);
+        std::erase(running_, pid);
+        if (!closing_ && done) {
             loop_.post([done, result] { done(result); });
         }
-        finished->store(true);
     });
-    waiters_.push_back({std::move(waiter), std::move(finished)});
     return true;
 }
 

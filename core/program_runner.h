@@ -9,14 +9,13 @@
 
 #include <sys/types.h>
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "core/background_jobs.h"
 #include "core/event_loop.h"
 
 namespace tw::core {
@@ -46,19 +45,11 @@ class ProgramRunner {
     }
 
   private:
-    struct Shared {
-        std::mutex mutex;
-        bool closing = false;
-    };
     EventLoop& loop_;
-    std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
-    struct Waiter {
-        std::thread thread;
-        std::shared_ptr<std::atomic<bool>> finished;
-    };
     std::mutex mutex_;
     std::vector<pid_t> running_;
-    std::vector<Waiter> waiters_;  // console thread only; finished ones are joined at start()
+    bool closing_ = false;    // no `done` is posted any more
+    BackgroundJobs waiters_;  // last: joined first, after the programs were told to end
 };
 
 }  // namespace tw::core

@@ -1,6 +1,7 @@
 #pragma once
-// Short jobs on threads of their own (a connect, a kick request), each ending within its own
-// time limit. Finished threads are joined at the next run; the destructor joins the rest.
+// Short jobs on threads of their own (a connect, a kick request, the wait for an outside program),
+// each ending within its own time limit. Finished threads are joined at the next run; the
+// destructor joins the rest.
 //
 // Thread contract: run() and the destructor on one thread (the console thread); the jobs touch
 // only what their own captures make safe to touch from another thread.
@@ -11,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-namespace tw::broadcast {
+namespace tw::core {
 
 class BackgroundJobs {
   public:
@@ -48,4 +49,4 @@ class BackgroundJobs {
     std::vector<Job> jobs_;
 };
 
-}  // namespace tw::broadcast
+}  // namespace tw::core
