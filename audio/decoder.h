@@ -4,7 +4,8 @@
 //
 // A decoder is used by one thread at a time: the console thread while the stream is not playing,
 // the read-ahead worker (or the thread calling render() offline) while it is; the stream's decode
-// mutex hands it over. Never used by the audio callback.
+// mutex hands it over. Never used by the audio callback. title() is the exception: any thread
+// may call it at any time, and a decoder that has a title keeps it behind a lock of its own.
 
 #include <cstddef>
 #include <cstdint>
@@ -33,6 +34,9 @@ class Decoder {
     // that others need (the real-time engine); the offline engine, whose caller is its only
     // consumer, lets them wait a little so that the network keeps pace with rendering.
     virtual void setReadWait(int /*ms*/) {}
+    // The title the source announces as it plays (a stream address's ICY "StreamTitle"), "" when
+    // it has none. Any thread.
+    virtual std::string title() const { return {}; }
 };
 
 // A window on a file: the whole file when length is 0.

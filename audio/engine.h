@@ -140,6 +140,9 @@ class Engine {
     virtual Handle streamCreateUrl(const std::string& url, std::uint32_t offset,
                                    std::uint32_t flags) = 0;
     virtual bool streamFree(Handle h) = 0;
+    // The title of a stream address from its latest ICY metadata ("StreamTitle"), "" when it has
+    // none or the handle is not a stream address. Any thread.
+    virtual std::string streamGetTitle(Handle h) = 0;
 
     // --- channels ---------------------------------------------------------------------------
     virtual bool channelPlay(Handle h, bool restart) = 0;

@@ -2,11 +2,11 @@
 
 #include <curl/curl.h>
 
-#include <algorithm>
-#include <cctype>
 #include <chrono>
-#include <cstring>
+#include <optional>
+#include <string_view>
 
+#include "audio/cast_protocol.h"
 #include "audio/thread_name.h"
 
 namespace tw::audio {
@@ -95,60 +95,26 @@ std::size_t HttpFetcher::headerThunk(char* data, std::size_t size, std::size_t n
 }
 
 void HttpFetcher::onHeader(const char* data, std::size_t size) {
-    std::string line(data, size);
-    std::string lower = line;
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    const std::string key = "icy-metaint:";
-    if (lower.rfind(key, 0) == 0) {
-        metaInterval_ =
-            static_cast<std::size_t>(std::strtoul(line.c_str() + key.size(), nullptr, 10));
-        audioLeft_ = metaInterval_;
+    const std::string_view line(data, size);
+    demux_.headerLine(line);
+    // Each response of a redirect brings its own headers: only the last one's type counts.
+    std::optional<std::string_view> type = headerValue(line, "content-type");
+    if (type || isStatusLine(line)) {
+        std::lock_guard lock(mutex_);
+        contentType_ = type ? std::string(*type) : std::string();
     }
 }
 
 std::size_t HttpFetcher::onBody(const char* data, std::size_t size) {
-    std::size_t i = 0;
-    while (i < size) {
-        if (metaInterval_ == 0) {
-            storeAudio(data + i, size - i);
-            break;
-        }
-        if (expectMetaLength_) {
-            metaLeft_ = static_cast<unsigned char>(data[i]) * 16u;
-            expectMetaLength_ = false;
-            meta_.clear();
-            ++i;
-            if (metaLeft_ == 0) {
-                audioLeft_ = metaInterval_;
-            }
-            continue;
-        }
-        if (metaLeft_ > 0) {
-            const std::size_t n = std::min(metaLeft_, size - i);
-            meta_.append(data + i, n);
-            metaLeft_ -= n;
-            i += n;
-            if (metaLeft_ == 0) {
-                const std::string key = "StreamTitle='";
-                if (auto p = meta_.find(key); p != std::string::npos) {
-                    auto end = meta_.find("';", p + key.size());
-                    std::lock_guard lock(mutex_);
-                    title_ = meta_.substr(p + key.size(), end == std::string::npos
-                                                              ? std::string::npos
-                                                              : end - p - key.size());
-                }
-                audioLeft_ = metaInterval_;
-            }
-            continue;
-        }
-        const std::size_t n = std::min(audioLeft_, size - i);
-        storeAudio(data + i, n);
-        audioLeft_ -= n;
-        i += n;
-        if (audioLeft_ == 0) {
-            expectMetaLength_ = true;
-        }
+    audio_.clear();
+    demux_.feed(std::string_view(data, size), audio_);
+    if (auto title = demux_.takeTitle()) {
+        std::string text = asUtf8(*title);
+        std::lock_guard lock(mutex_);
+        title_ = std::move(text);
+    }
+    if (!audio_.empty()) {
+        storeAudio(audio_.data(), audio_.size());
     }
     return size;
 }
@@ -173,6 +139,11 @@ bool HttpFetcher::take(std::vector<std::uint8_t>& out, int waitMs) {
 std::string HttpFetcher::title() const {
     std::lock_guard lock(mutex_);
     return title_;
+}
+
+std::string HttpFetcher::contentType() const {
+    std::lock_guard lock(mutex_);
+    return contentType_;
 }
 
 }  // namespace tw::audio

@@ -3,8 +3,8 @@
 // metadata blocks taken out so that only audio bytes remain.
 //
 // Thread contract: the constructor, take() and the destructor may be called from any one thread at
-// a time (the decoder's owner); the transfer runs on the fetcher's own thread. The destructor
-// returns within milliseconds whatever the network does.
+// a time (the decoder's owner); title() and contentType() from any thread. The transfer runs on
+// the fetcher's own thread. The destructor returns within milliseconds whatever the network does.
 
 #include <condition_variable>
 #include <cstdint>
@@ -12,6 +12,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "audio/icy_demux.h"
 
 namespace tw::audio {
 
@@ -25,8 +27,12 @@ class HttpFetcher {
     // Moves the audio bytes that have arrived into `out` (replacing its contents), waiting up to
     // `waitMs` for some to come. Returns false once the transfer has ended and nothing is left.
     bool take(std::vector<std::uint8_t>& out, int waitMs);
-    // The title from the latest ICY metadata block, if any.
+    // The title from the latest ICY metadata block that named one, as UTF-8 (a title that is not
+    // valid UTF-8 is taken as Latin-1); "" before any. Any thread.
     std::string title() const;
+    // The response's Content-Type as the server gave it ("audio/aacp", "audio/mpeg;
+    // charset=..."), "" when it gave none. Known once take() has returned audio. Any thread.
+    std::string contentType() const;
 
   private:
     void run(std::stop_token stop);
@@ -43,13 +49,11 @@ class HttpFetcher {
     std::vector<std::uint8_t> buffer_;
     bool finished_ = false;
     std::string title_;
+    std::string contentType_;
 
     // Owned by the transfer thread.
-    std::size_t metaInterval_ = 0;
-    std::size_t audioLeft_ = 0;
-    std::size_t metaLeft_ = 0;
-    bool expectMetaLength_ = false;
-    std::string meta_;
+    IcyDemux demux_;
+    std::string audio_;  // the audio of the body chunk at hand
     std::stop_token stop_;
 
     void* const multi_;    // the transfer's libcurl multi handle, made before the thread starts

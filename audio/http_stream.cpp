@@ -1,16 +1,11 @@
-// A stream address decoded as MP3 in libmpg123's feed mode: bytes go in as the fetcher delivers
-// them, samples come out as soon as a whole frame is there.
+// Opening a stream address: the transfer starts, and its Content-Type or, failing that, its first
+// bytes say which decoder takes it over.
 
 #include "audio/http_stream.h"
 
-#include <mpg123.h>
-
-#include <chrono>
-#include <cstring>
-
 #include "audio/engine.h"
-#include "audio/http_fetcher.h"
-#include "audio/mp3_setup.h"
+#include "audio/http_decoders.h"
+#include "audio/stream_format.h"
 
 namespace tw::audio {
 
@@ -19,96 +14,9 @@ namespace {
 // How long one step of the opening waits for the network.
 constexpr int kOpenWaitMs = 20;
 
-class HttpMp3Decoder final : public Decoder {
-  public:
-    ~HttpMp3Decoder() override {
-        fetcher_.reset();
-        if (mh_) {
-            mpg123_delete(mh_);
-        }
-    }
-
-    bool open(const std::string& url, int timeoutMs, int& error) {
-        mh_ = newMp3Handle();
-        if (!mh_ || mpg123_open_feed(mh_) != MPG123_OK) {
-            error = kErrorMemory;
-            return false;
-        }
-        fetcher_ = std::make_unique<HttpFetcher>(url);
-        const auto deadline =
-            std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-        while (std::chrono::steady_clock::now() < deadline) {
-            const bool more = feedFromNetwork(kOpenWaitMs);
-            long rate = 0;
-            int channels = 0, encoding = 0;
-            if (mpg123_getformat(mh_, &rate, &channels, &encoding) == MPG123_OK && rate > 0 &&
-                channels > 0) {
-                rate_ = static_cast<int>(rate);
-                channels_ = channels;
-                return true;
-            }
-            if (!more) {
-                error = kErrorFileOpen;
-                return false;
-            }
-        }
-        error = kErrorTimeout;
-        return false;
-    }
-
-    int rate() const override { return rate_; }
-    int channels() const override { return channels_; }
-    std::int64_t lengthFrames() const override { return -1; }
-    bool atEnd() const override { return ended_; }
-    void setReadWait(int ms) override { readWaitMs_ = ms; }
-    bool seek(std::int64_t) override { return false; }
-
-    std::size_t read(std::int16_t* out, std::size_t frames) override {
-        const std::size_t frameBytes = static_cast<std::size_t>(channels_) * 2;
-        std::size_t got = 0;
-        bool waited = false;
-        while (got < frames && !ended_) {
-            size_t done = 0;
-            const int rc = mpg123_read(mh_, reinterpret_cast<unsigned char*>(out + got * channels_),
-                                       (frames - got) * frameBytes, &done);
-            got += done / frameBytes;
-            if (rc == MPG123_NEED_MORE) {
-                if (waited) {
-                    break;
-                }
-                waited = true;
-                // In real time this never waits: the read runs under the stream's decode lock,
-                // which a console call may need; the read-ahead comes back on its next round.
-                if (!feedFromNetwork(readWaitMs_)) {
-                    ended_ = true;
-                }
-            } else if (rc != MPG123_OK && rc != MPG123_NEW_FORMAT) {
-                ended_ = true;
-            }
-        }
-        return got;
-    }
-
-  private:
-    // False once the transfer is over and every byte has been fed.
-    bool feedFromNetwork(int waitMs) {
-        if (!fetcher_->take(bytes_, waitMs)) {
-            return false;
-        }
-        if (!bytes_.empty()) {
-            mpg123_feed(mh_, bytes_.data(), bytes_.size());
-        }
-        return true;
-    }
-
-    mpg123_handle* mh_ = nullptr;
-    std::unique_ptr<HttpFetcher> fetcher_;
-    std::vector<std::uint8_t> bytes_;
-    int rate_ = 0;
-    int channels_ = 0;
-    bool ended_ = false;
-    int readWaitMs_ = 0;
-};
+// A body that shows no two frames in a row within this much is handed to libmpg123, which finds
+// MP3 frames behind anything (as it did before the format was looked at at all).
+constexpr std::size_t kSniffLimit = 128 * 1024;
 
 }  // namespace
 
@@ -117,11 +25,36 @@ std::unique_ptr<Decoder> openHttpStream(const std::string& url, int timeoutMs, i
         error = kErrorFileOpen;
         return nullptr;
     }
-    auto decoder = std::make_unique<HttpMp3Decoder>();
-    if (!decoder->open(url, timeoutMs, error)) {
-        return nullptr;
+    HttpStart start;
+    start.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    start.fetcher = std::make_unique<HttpFetcher>(url);
+    std::vector<std::uint8_t> bytes;
+    StreamFormat format = StreamFormat::Unknown;
+    while (format == StreamFormat::Unknown) {
+        if (std::chrono::steady_clock::now() >= start.deadline) {
+            error = kErrorTimeout;
+            return nullptr;
+        }
+        const bool more = start.fetcher->take(bytes, kOpenWaitMs);
+        start.head.insert(start.head.end(), bytes.begin(), bytes.end());
+        if (start.head.empty()) {
+            if (!more) {
+                error = kErrorFileOpen;
+                return nullptr;
+            }
+            continue;
+        }
+        // The headers came before the first byte of the body: the type is known by now.
+        format = formatFromContentType(start.fetcher->contentType());
+        if (format == StreamFormat::Unknown) {
+            format = sniffFormat(start.head.data(), start.head.size(), !more);
+        }
+        if (format == StreamFormat::Unknown && (!more || start.head.size() >= kSniffLimit)) {
+            format = StreamFormat::Mp3;
+        }
     }
-    return decoder;
+    return format == StreamFormat::Aac ? openHttpAac(std::move(start), error)
+                                       : openHttpMp3(std::move(start), error);
 }
 
 }  // namespace tw::audio

@@ -1,6 +1,6 @@
 #pragma once
 // Stream addresses: HTTP (and ICY) streams fetched by libcurl on a thread of their own and decoded
-// as MP3. The length of such a stream is unknown and it cannot seek.
+// as MP3 or as AAC in ADTS frames. The length of such a stream is unknown and it cannot seek.
 
 #include <memory>
 #include <string>
@@ -9,8 +9,9 @@
 
 namespace tw::audio {
 
-// Blocks until the first audio frame has been decoded, the connection failed, or `timeoutMs`
-// passed. Returns null on failure with `error` set. Console thread only.
+// Picks the decoder by the response's Content-Type, or by the first bytes when the type is
+// missing or unknown, and blocks until the first audio frame has been decoded, the connection
+// failed, or `timeoutMs` passed. Returns null on failure with `error` set. Console thread only.
 std::unique_ptr<Decoder> openHttpStream(const std::string& url, int timeoutMs, int& error);
 
 }  // namespace tw::audio

@@ -96,6 +96,9 @@ class MixEngine final : public Engine, private AudioProducer {
                            std::uint32_t flags) override;
     // Free syncs are delivered by the event worker (offline: before this returns).
     bool streamFree(Handle h) override;
+    // Any thread. UTF-8: a title that is not valid UTF-8 is taken as Latin-1. Never waits for the
+    // stream's decoding or its network.
+    std::string streamGetTitle(Handle h) override;
 
     // --- channels: console thread only ----------------------------------------------------------
     // A decoding stream cannot be played on its own (kErrorNotAvailable): it plays in the mixer.

@@ -87,6 +87,22 @@ Handle MixEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::ui
     return createStream(std::move(decoder), flags);
 }
 
+std::string MixEngine::streamGetTitle(Handle h) {
+    std::shared_ptr<Source> s;
+    {
+        std::lock_guard lock(mutex_);
+        s = sourceOf(h);  // the mixer has none
+        if (!s) {
+            fail(kErrorHandle);
+            return {};
+        }
+        ok();
+    }
+    // The decoder is set when the stream is made and lives as long as it; its title has a lock
+    // of its own, so the decode lock (which a read in progress holds) is not needed.
+    return s->decoder->title();
+}
+
 bool MixEngine::streamFree(Handle h) {
     {
         std::lock_guard lock(mutex_);

@@ -27,6 +27,8 @@ class NullEngine : public Engine {
         return none();
     }
     bool streamFree(Handle) override { return fail(); }
+    // The title is asked from any thread: it answers without touching the last error.
+    std::string streamGetTitle(Handle) override { return {}; }
 
     bool channelPlay(Handle, bool) override { return fail(); }
     bool channelStop(Handle) override { return fail(); }

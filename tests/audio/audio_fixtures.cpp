@@ -92,6 +92,14 @@ void encodeMp3(const std::filesystem::path& wav, const std::filesystem::path& mp
     ASSERT_TRUE(std::filesystem::exists(mp3));
 }
 
+void encodeAdts(const std::filesystem::path& wav, const std::filesystem::path& aac,
+                const std::string& options) {
+    const std::string cmd = "ffmpeg -loglevel quiet -nostdin -y -i '" + wav.string() +
+                            "' -c:a aac " + options + " -f adts '" + aac.string() + "'";
+    ASSERT_EQ(std::system(cmd.c_str()), 0) << cmd;
+    ASSERT_TRUE(std::filesystem::exists(aac));
+}
+
 double rms(const std::vector<float>& stereo, int channel, std::size_t from, std::size_t to) {
     double sum = 0;
     for (std::size_t i = from; i < to; ++i) {

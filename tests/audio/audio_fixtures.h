@@ -1,6 +1,7 @@
 #pragma once
 // What the engine's tests share: test signals written as WAV files or encoded to MP3 with the lame
-// program, an offline engine with its mixer running, and measurements of rendered audio.
+// program (to AAC with ffmpeg), an offline engine with its mixer running, and measurements of
+// rendered audio.
 
 #include <gtest/gtest.h>
 
@@ -35,6 +36,11 @@ void writeWav(const std::filesystem::path& path, const Pcm& pcm);
 // Encodes a WAV with lame and the given options; fails the test when lame fails.
 void encodeMp3(const std::filesystem::path& wav, const std::filesystem::path& mp3,
                const std::string& options);
+
+// Encodes a WAV to AAC in ADTS frames with ffmpeg and the given options; fails the test when
+// ffmpeg fails.
+void encodeAdts(const std::filesystem::path& wav, const std::filesystem::path& aac,
+                const std::string& options);
 
 // Measurements over [from, to) frames of one channel of interleaved stereo float audio.
 double rms(const std::vector<float>& stereo, int channel, std::size_t from, std::size_t to);

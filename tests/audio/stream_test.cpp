@@ -2,128 +2,25 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <filesystem>
-#include <mutex>
 #include <thread>
 
 #include "tests/audio/audio_fixtures.h"
+#include "tests/audio/icy_server.h"
 
 namespace tw::audio::test {
 namespace {
 
-// Serves one request with an "ICY 200 OK" answer and the given body, with a metadata block
-// after every `metaInterval` bytes of audio, then closes.
-class IcyServer {
-  public:
-    // With `holdAt` below the body's size, the server sends that many bytes of the answer and then
-    // waits for release() before it sends the rest.
-    // With `bytesPerSecond` set, the answer goes out at that pace, as a live station sends it.
-    IcyServer(std::string body, std::size_t metaInterval, std::size_t holdAt = std::string::npos,
-              std::size_t bytesPerSecond = 0)
-        : body_(std::move(body)),
-          metaInterval_(metaInterval),
-          holdAt_(holdAt),
-          bytesPerSecond_(bytesPerSecond) {
-        listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        addr.sin_port = 0;
-        EXPECT_EQ(::bind(listener_, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-        EXPECT_EQ(::listen(listener_, 1), 0);
-        socklen_t len = sizeof addr;
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&addr), &len);
-        port_ = ntohs(addr.sin_port);
-        thread_ = std::thread([this] { serve(); });
-    }
-    ~IcyServer() {
-        release();
-        thread_.join();
-        ::close(listener_);
-    }
-
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/live"; }
-    const std::string& request() const { return request_; }
-    void release() {
-        std::lock_guard lock(mutex_);
-        released_ = true;
-        cv_.notify_all();
-    }
-
-  private:
-    void serve() {
-        pollfd p{listener_, POLLIN, 0};
-        if (::poll(&p, 1, 10000) != 1) {
-            return;
-        }
-        const int fd = ::accept(listener_, nullptr, nullptr);
-        char buf[2048];
-        while (request_.find("\r\n\r\n") == std::string::npos) {
-            const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
-            if (n <= 0) {
-                break;
-            }
-            request_.append(buf, static_cast<std::size_t>(n));
-        }
-        std::string out = "ICY 200 OK\r\ncontent-type: audio/mpeg\r\nicy-metaint: " +
-                          std::to_string(metaInterval_) + "\r\n\r\n";
-        const std::string title = "StreamTitle='Loopback tone';";
-        std::string meta(1, static_cast<char>((title.size() + 15) / 16));
-        meta += title;
-        meta.resize(1 + 16 * static_cast<std::size_t>(meta[0]), '\0');
-        for (std::size_t i = 0; i < body_.size(); i += metaInterval_) {
-            out += body_.substr(i, metaInterval_);
-            if (i + metaInterval_ <= body_.size()) {
-                out += meta;
-            }
-        }
-        for (std::size_t sent = 0; sent < out.size();) {
-            std::size_t chunk = out.size() - sent;
-            if (sent < holdAt_ && sent + chunk > holdAt_) {
-                chunk = holdAt_ - sent;
-            }
-            if (bytesPerSecond_ > 0) {
-                chunk = std::min(chunk, bytesPerSecond_ / 20);
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            }
-            if (sent == holdAt_) {
-                std::unique_lock lock(mutex_);
-                cv_.wait(lock, [&] { return released_; });
-            }
-            const ssize_t n = ::send(fd, out.data() + sent, chunk, MSG_NOSIGNAL);
-            if (n <= 0) {
-                break;
-            }
-            sent += static_cast<std::size_t>(n);
-        }
-        ::close(fd);
-    }
-
-    std::string body_;
-    std::size_t metaInterval_;
-    std::size_t holdAt_;
-    std::size_t bytesPerSecond_;
-    std::mutex mutex_;
-    std::condition_variable cv_;
-    bool released_ = false;
-    int listener_ = -1;
-    int port_ = 0;
-    std::string request_;
-    std::thread thread_;
-};
-
 TEST_F(OfflineEngineTest, AudioStreamFromLoopbackServerPlaysWithNoLength) {
     writeWav(dir / "tone.wav", sine(44100, 2, 997.0, 0.5, 44100 * 3));
     encodeMp3(dir / "tone.wav", dir / "tone.mp3", "-b 128");
-    IcyServer server(tw::test::readFile(dir / "tone.mp3"), 4000);
+    IcyServer server({.body = tw::test::readFile(dir / "tone.mp3"), .metaInterval = 4000});
 
     const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
     ASSERT_NE(h, 0u) << engine.errorGetCode();
@@ -173,7 +70,8 @@ TEST_F(OfflineEngineTest, AudioStreamWaitingForDataReadsAsStalled) {
     writeWav(dir / "tone.wav", sine(44100, 2, 997.0, 0.5, 44100 * 3));
     encodeMp3(dir / "tone.wav", dir / "tone.mp3", "-b 128");
     const std::string mp3 = tw::test::readFile(dir / "tone.mp3");
-    IcyServer server(mp3, 4000, mp3.size() * 2 / 5);  // about 1.2 s, then the network stalls
+    // About 1.2 s, then the network stalls.
+    IcyServer server({.body = mp3, .metaInterval = 4000, .holdAt = mp3.size() * 2 / 5});
 
     const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
     ASSERT_NE(h, 0u) << engine.errorGetCode();
@@ -224,7 +122,8 @@ std::chrono::milliseconds timed(F&& call) {
 TEST(AudioStreamDeviceTest, AHealthyLiveStreamReadsAsPlayingAndNeverAsStalled) {
     tw::test::TempDir dir;
     const std::string mp3 = toneMp3(dir.path(), 6);
-    IcyServer server(mp3, 4000, std::string::npos, 16000 * 5 / 4);  // a little ahead of real time
+    // A little ahead of real time.
+    IcyServer server({.body = mp3, .metaInterval = 4000, .bytesPerSecond = 16000 * 5 / 4});
     DeviceStation station;
     MixEngine& engine = station.engine;
     const Handle mixer = station.mixer;
@@ -251,7 +150,8 @@ TEST(AudioStreamDeviceTest, AHealthyLiveStreamReadsAsPlayingAndNeverAsStalled) {
 TEST(AudioStreamDeviceTest, FreeingAStalledStreamAddressNeverHoldsTheConsole) {
     tw::test::TempDir dir;
     const std::string mp3 = toneMp3(dir.path(), 3);
-    IcyServer server(mp3, 4000, mp3.size() / 3);  // about a second, then the network stalls
+    // About a second, then the network stalls.
+    IcyServer server({.body = mp3, .metaInterval = 4000, .holdAt = mp3.size() / 3});
     DeviceStation station;
     MixEngine& engine = station.engine;
     const Handle mixer = station.mixer;

@@ -10,6 +10,31 @@ FakeEngine::Channel* FakeEngine::find(audio::Handle h) {
     return it == channels_.end() ? nullptr : &it->second;
 }
 
+void FakeEngine::play(std::int64_t micros) {
+    const Channel* m = find(mixer);
+    if (!m || m->state != audio::kPlaying) {
+        return;
+    }
+    bool sounding = false;
+    std::vector<audio::Handle> ended;
+    for (auto& [h, ch] : channels_) {
+        if (h == mixer || ch.mixer != mixer || ch.paused || ch.state != audio::kPlaying) {
+            continue;
+        }
+        const auto rate = static_cast<std::int64_t>(ch.freq) * ch.chans * 2;
+        ch.position += (micros * rate / 1000000) / (ch.chans * 2) * (ch.chans * 2);
+        sounding = sounding || ch.volume > 0;
+        if (ch.length >= 0 && ch.position >= ch.length) {
+            ch.position = ch.length;
+            ended.push_back(h);
+        }
+    }
+    channels_[mixer].level = sounding ? 0x40004000u : 0;
+    for (audio::Handle h : ended) {
+        finish(h);
+    }
+}
+
 int FakeEngine::count(const std::string& prefix) const {
     int n = 0;
     for (const auto& c : calls) {
@@ -32,20 +57,23 @@ void FakeEngine::setPositionSeconds(audio::Handle h, double seconds) {
 }
 
 bool FakeEngine::init(int device, std::uint32_t freq, std::uint32_t flags) {
-    calls.push_back("init " + std::to_string(device) + " " + std::to_string(freq) + " " +
-                    std::to_string(flags));
+    if (recordCalls)
+        calls.push_back("init " + std::to_string(device) + " " + std::to_string(freq) + " " +
+                        std::to_string(flags));
     return initOk;
 }
 
 bool FakeEngine::free() {
-    calls.push_back("free");
+    if (recordCalls)
+        calls.push_back("free");
     channels_.clear();
     mixer = 0;
     return true;
 }
 
 bool FakeEngine::setConfig(std::uint32_t option, std::uint32_t value) {
-    calls.push_back("setConfig " + std::to_string(option) + " " + std::to_string(value));
+    if (recordCalls)
+        calls.push_back("setConfig " + std::to_string(option) + " " + std::to_string(value));
     return true;
 }
 
@@ -55,7 +83,8 @@ audio::DeviceInfo FakeEngine::getInfo() {
 
 audio::Handle FakeEngine::streamCreateFile(const std::string& path, std::uint64_t, std::uint64_t,
                                            std::uint32_t flags) {
-    calls.push_back("streamCreateFile " + path + " " + std::to_string(flags));
+    if (recordCalls)
+        calls.push_back("streamCreateFile " + path + " " + std::to_string(flags));
     if (auto it = fileSeconds.find(path); it != fileSeconds.end()) {
         return addStream(it->second);
     }
@@ -63,17 +92,25 @@ audio::Handle FakeEngine::streamCreateFile(const std::string& path, std::uint64_
 }
 
 audio::Handle FakeEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::uint32_t) {
-    calls.push_back("streamCreateUrl " + url);
+    if (recordCalls)
+        calls.push_back("streamCreateUrl " + url);
     return fail(0);
 }
 
+std::string FakeEngine::streamGetTitle(audio::Handle h) {
+    auto it = titles.find(h);
+    return it == titles.end() ? std::string() : it->second;
+}
+
 bool FakeEngine::streamFree(audio::Handle h) {
-    calls.push_back("streamFree " + std::to_string(h));
+    if (recordCalls)
+        calls.push_back("streamFree " + std::to_string(h));
     return channels_.erase(h) != 0 || fail(false);
 }
 
 bool FakeEngine::channelPlay(audio::Handle h, bool restart) {
-    calls.push_back("channelPlay " + std::to_string(h) + (restart ? " restart" : ""));
+    if (recordCalls)
+        calls.push_back("channelPlay " + std::to_string(h) + (restart ? " restart" : ""));
     if (Channel* c = find(h)) {
         c->state = audio::kPlaying;
         return true;
@@ -82,7 +119,8 @@ bool FakeEngine::channelPlay(audio::Handle h, bool restart) {
 }
 
 bool FakeEngine::channelStop(audio::Handle h) {
-    calls.push_back("channelStop " + std::to_string(h));
+    if (recordCalls)
+        calls.push_back("channelStop " + std::to_string(h));
     if (Channel* c = find(h)) {
         c->state = audio::kStopped;
         return true;
@@ -106,7 +144,8 @@ std::int64_t FakeEngine::channelGetPosition(audio::Handle h) {
 }
 
 bool FakeEngine::channelSetPosition(audio::Handle h, std::uint64_t bytes) {
-    calls.push_back("channelSetPosition " + std::to_string(h) + " " + std::to_string(bytes));
+    if (recordCalls)
+        calls.push_back("channelSetPosition " + std::to_string(h) + " " + std::to_string(bytes));
     Channel* c = find(h);
     if (!c || static_cast<std::int64_t>(bytes) > c->length) {
         return fail(false);
@@ -146,8 +185,9 @@ bool FakeEngine::channelGetInfo(audio::Handle h, audio::ChannelInfo& info) {
 }
 
 bool FakeEngine::channelSetAttribute(audio::Handle h, std::uint32_t attrib, float value) {
-    calls.push_back("channelSetAttribute " + std::to_string(h) + " " + std::to_string(attrib) +
-                    " " + std::to_string(value));
+    if (recordCalls)
+        calls.push_back("channelSetAttribute " + std::to_string(h) + " " + std::to_string(attrib) +
+                        " " + std::to_string(value));
     Channel* c = find(h);
     if (!c) {
         return fail(false);
@@ -169,14 +209,17 @@ bool FakeEngine::channelGetAttribute(audio::Handle h, std::uint32_t attrib, floa
 
 bool FakeEngine::channelSlideAttribute(audio::Handle h, std::uint32_t attrib, float value,
                                        std::uint32_t ms) {
-    calls.push_back("channelSlideAttribute " + std::to_string(h) + " " + std::to_string(attrib) +
-                    " " + std::to_string(value) + " " + std::to_string(ms));
+    if (recordCalls)
+        calls.push_back("channelSlideAttribute " + std::to_string(h) + " " +
+                        std::to_string(attrib) + " " + std::to_string(value) + " " +
+                        std::to_string(ms));
     return find(h) != nullptr || fail(false);
 }
 
 audio::Handle FakeEngine::channelSetSync(audio::Handle h, std::uint32_t type, std::uint64_t,
                                          audio::SyncProc proc) {
-    calls.push_back("channelSetSync " + std::to_string(h) + " " + std::to_string(type));
+    if (recordCalls)
+        calls.push_back("channelSetSync " + std::to_string(h) + " " + std::to_string(type));
     if (!find(h)) {
         return fail(0);
     }
@@ -186,7 +229,8 @@ audio::Handle FakeEngine::channelSetSync(audio::Handle h, std::uint32_t type, st
 }
 
 bool FakeEngine::channelRemoveSync(audio::Handle h, audio::Handle sync) {
-    calls.push_back("channelRemoveSync " + std::to_string(h) + " " + std::to_string(sync));
+    if (recordCalls)
+        calls.push_back("channelRemoveSync " + std::to_string(h) + " " + std::to_string(sync));
     auto it = syncs_.find(sync);
     if (!find(h) || it == syncs_.end() || it->second.channel != h) {
         return fail(false);
@@ -222,7 +266,8 @@ int FakeEngine::syncCount(audio::Handle h) const {
 }
 
 audio::Handle FakeEngine::mixerStreamCreate(std::uint32_t, std::uint32_t, std::uint32_t) {
-    calls.push_back("mixerStreamCreate");
+    if (recordCalls)
+        calls.push_back("mixerStreamCreate");
     if (!initOk) {
         return fail(0);
     }
@@ -234,8 +279,9 @@ audio::Handle FakeEngine::mixerStreamCreate(std::uint32_t, std::uint32_t, std::u
 }
 
 bool FakeEngine::mixerAddChannel(audio::Handle m, audio::Handle h, std::uint32_t flags) {
-    calls.push_back("mixerAddChannel " + std::to_string(m) + " " + std::to_string(h) + " " +
-                    std::to_string(flags));
+    if (recordCalls)
+        calls.push_back("mixerAddChannel " + std::to_string(m) + " " + std::to_string(h) + " " +
+                        std::to_string(flags));
     Channel* source = find(h);
     if (!find(m) || !source) {
         return fail(false);
@@ -246,18 +292,28 @@ bool FakeEngine::mixerAddChannel(audio::Handle m, audio::Handle h, std::uint32_t
         return false;
     }
     source->mixer = m;
+    source->paused = (flags & audio::kMixerPause) != 0;
     return true;
 }
 
 std::uint32_t FakeEngine::mixerChannelFlags(audio::Handle h, std::uint32_t flags,
                                             std::uint32_t mask) {
-    calls.push_back("mixerChannelFlags " + std::to_string(h) + " " + std::to_string(flags) + " " +
-                    std::to_string(mask));
-    return find(h) ? flags : fail(0xFFFFFFFFu);
+    if (recordCalls)
+        calls.push_back("mixerChannelFlags " + std::to_string(h) + " " + std::to_string(flags) +
+                        " " + std::to_string(mask));
+    Channel* c = find(h);
+    if (!c) {
+        return fail(0xFFFFFFFFu);
+    }
+    if (mask & audio::kMixerPause) {
+        c->paused = (flags & audio::kMixerPause) != 0;
+    }
+    return flags;
 }
 
 bool FakeEngine::mixerChannelRemove(audio::Handle h) {
-    calls.push_back("mixerChannelRemove " + std::to_string(h));
+    if (recordCalls)
+        calls.push_back("mixerChannelRemove " + std::to_string(h));
     Channel* source = find(h);
     if (!source) {
         return fail(false);
@@ -267,8 +323,9 @@ bool FakeEngine::mixerChannelRemove(audio::Handle h) {
 }
 
 audio::Handle FakeEngine::channelSetFX(audio::Handle h, std::uint32_t type, int priority) {
-    calls.push_back("channelSetFX " + std::to_string(h) + " " + std::to_string(type) + " " +
-                    std::to_string(priority));
+    if (recordCalls)
+        calls.push_back("channelSetFX " + std::to_string(h) + " " + std::to_string(type) + " " +
+                        std::to_string(priority));
     if (!find(h)) {
         return fail(0);
     }
@@ -278,7 +335,8 @@ audio::Handle FakeEngine::channelSetFX(audio::Handle h, std::uint32_t type, int 
 }
 
 bool FakeEngine::channelRemoveFX(audio::Handle h, audio::Handle fx) {
-    calls.push_back("channelRemoveFX " + std::to_string(h) + " " + std::to_string(fx));
+    if (recordCalls)
+        calls.push_back("channelRemoveFX " + std::to_string(h) + " " + std::to_string(fx));
     auto it = effects.find(fx);
     if (it == effects.end() || it->second.channel != h) {
         return fail(false);
@@ -298,27 +356,31 @@ std::string fixed1(float v) {
 }  // namespace
 
 bool FakeEngine::fxSetParameters(audio::Handle fx, const audio::ParamEq& p) {
-    calls.push_back("fxSetParameters " + std::to_string(fx) + " eq " + fixed1(p.center) + " " +
-                    fixed1(p.bandwidth) + " " + fixed1(p.gain));
+    if (recordCalls)
+        calls.push_back("fxSetParameters " + std::to_string(fx) + " eq " + fixed1(p.center) + " " +
+                        fixed1(p.bandwidth) + " " + fixed1(p.gain));
     return effects.count(fx) != 0 || fail(false);
 }
 
 bool FakeEngine::fxSetParameters(audio::Handle fx, const audio::Compressor& p) {
-    calls.push_back("fxSetParameters " + std::to_string(fx) + " compressor " + fixed1(p.gain) +
-                    " " + fixed1(p.attack) + " " + fixed1(p.release) + " " + fixed1(p.threshold) +
-                    " " + fixed1(p.ratio) + " " + fixed1(p.predelay));
+    if (recordCalls)
+        calls.push_back("fxSetParameters " + std::to_string(fx) + " compressor " + fixed1(p.gain) +
+                        " " + fixed1(p.attack) + " " + fixed1(p.release) + " " +
+                        fixed1(p.threshold) + " " + fixed1(p.ratio) + " " + fixed1(p.predelay));
     return effects.count(fx) != 0 || fail(false);
 }
 
 bool FakeEngine::fxSetParameters(audio::Handle fx, const audio::DynamicAmp& p) {
-    calls.push_back("fxSetParameters " + std::to_string(fx) + " damp " + fixed1(p.target) + " " +
-                    fixed1(p.quiet) + " " + fixed1(p.rate) + " " + fixed1(p.gain) + " " +
-                    fixed1(p.delay) + " " + std::to_string(p.channel));
+    if (recordCalls)
+        calls.push_back("fxSetParameters " + std::to_string(fx) + " damp " + fixed1(p.target) +
+                        " " + fixed1(p.quiet) + " " + fixed1(p.rate) + " " + fixed1(p.gain) + " " +
+                        fixed1(p.delay) + " " + std::to_string(p.channel));
     return effects.count(fx) != 0 || fail(false);
 }
 
 bool FakeEngine::fxReset(audio::Handle h) {
-    calls.push_back("fxReset " + std::to_string(h));
+    if (recordCalls)
+        calls.push_back("fxReset " + std::to_string(h));
     return find(h) != nullptr || effects.count(h) != 0 || fail(false);
 }
 
@@ -332,19 +394,22 @@ bool FakeEngine::recordGetDeviceInfo(int device, audio::RecordDeviceInfo& info) 
 }
 
 bool FakeEngine::recordInit(int device) {
-    calls.push_back("recordInit " + std::to_string(device));
+    if (recordCalls)
+        calls.push_back("recordInit " + std::to_string(device));
     return (device >= -1 && device < static_cast<int>(recordDevices.size()) &&
             !recordDevices.empty()) ||
            fail(false);
 }
 
 bool FakeEngine::recordSetDevice(int device) {
-    calls.push_back("recordSetDevice " + std::to_string(device));
+    if (recordCalls)
+        calls.push_back("recordSetDevice " + std::to_string(device));
     return (device >= 0 && device < static_cast<int>(recordDevices.size())) || fail(false);
 }
 
 bool FakeEngine::recordFree() {
-    calls.push_back("recordFree");
+    if (recordCalls)
+        calls.push_back("recordFree");
     return true;
 }
 
@@ -357,20 +422,23 @@ std::string FakeEngine::recordGetInputName(int input) {
 }
 
 int FakeEngine::recordGetInput(int input, float& volume) {
-    calls.push_back("recordGetInput " + std::to_string(input));
+    if (recordCalls)
+        calls.push_back("recordGetInput " + std::to_string(input));
     volume = 0.75f;
     return (input >= -1 && input < static_cast<int>(recordInputs.size())) ? 0 : fail(-1);
 }
 
 bool FakeEngine::recordSetInput(int input, std::uint32_t flags, float volume) {
-    calls.push_back("recordSetInput " + std::to_string(input) + " " + std::to_string(flags) + " " +
-                    fixed1(volume));
+    if (recordCalls)
+        calls.push_back("recordSetInput " + std::to_string(input) + " " + std::to_string(flags) +
+                        " " + fixed1(volume));
     return (input >= -1 && input < static_cast<int>(recordInputs.size())) || fail(false);
 }
 
 audio::Handle FakeEngine::recordStart(std::uint32_t, std::uint32_t, std::uint32_t flags,
                                       audio::RecordProc proc) {
-    calls.push_back("recordStart " + std::to_string(flags) + (proc ? " proc" : ""));
+    if (recordCalls)
+        calls.push_back("recordStart " + std::to_string(flags) + (proc ? " proc" : ""));
     if (recordDevices.empty()) {
         return fail(0);
     }
@@ -385,8 +453,9 @@ audio::Handle FakeEngine::recordStart(std::uint32_t, std::uint32_t, std::uint32_
 
 audio::Handle FakeEngine::encodeStart(audio::Handle channel, const std::string& commandLine,
                                       std::uint32_t flags) {
-    calls.push_back("encodeStart " + std::to_string(channel) + " " + commandLine + " " +
-                    std::to_string(flags));
+    if (recordCalls)
+        calls.push_back("encodeStart " + std::to_string(channel) + " " + commandLine + " " +
+                        std::to_string(flags));
     if (!encodeStartOk || channel == 0) {
         lastError_ = audio::kErrorFileOpen;
         return 0;
@@ -398,7 +467,8 @@ audio::Handle FakeEngine::encodeStart(audio::Handle channel, const std::string& 
 }
 
 bool FakeEngine::encodeStop(audio::Handle encoder) {
-    calls.push_back("encodeStop " + std::to_string(encoder));
+    if (recordCalls)
+        calls.push_back("encodeStop " + std::to_string(encoder));
     std::lock_guard lock(castMutex);
     if (auto it = encoders.find(encoder); it != encoders.end()) {
         it->second.active = false;

@@ -25,6 +25,7 @@ class FakeEngine final : public audio::Engine {
         std::uint32_t chans = 2;
         float volume = 1.0f;
         audio::Handle mixer = 0;  // the mixer it plays in, as the engine refuses a second add
+        bool paused = false;      // a mixer source held by the mixer's pause flag
     };
 
     // A decoding stream of the given seconds at 44100 Hz stereo, 16-bit.
@@ -42,6 +43,12 @@ class FakeEngine final : public audio::Engine {
     int syncCount(audio::Handle h) const;
 
     std::vector<std::string> calls;  // "encodeStop 7", "mixerStreamCreate", ...
+    bool recordCalls = true;         // off for long runs, where the list would only grow
+
+    // Plays in virtual time: every source of a playing mixer that is neither stopped nor paused
+    // moves on by the bytes of `micros`; one that reaches its end is finished as the mixer does it
+    // (freed, its free syncs fired). The mixer's level is full while a source plays, else 0.
+    void play(std::int64_t micros);
     int count(const std::string& prefix) const;
     audio::DeviceInfo deviceInfo{10, 40, 9, true};
     bool initOk = true;
@@ -61,6 +68,9 @@ class FakeEngine final : public audio::Engine {
     }
     audio::Handle streamCreateUrl(const std::string& url, std::uint32_t, std::uint32_t) override;
     bool streamFree(audio::Handle h) override;
+    // The titles stream addresses announce, by handle; set by the test before the console asks.
+    std::map<audio::Handle, std::string> titles;
+    std::string streamGetTitle(audio::Handle h) override;
 
     bool channelPlay(audio::Handle h, bool restart) override;
     bool channelStop(audio::Handle h) override;
