@@ -21,7 +21,13 @@ float cbass_time::GetPlayingPos(audio::Handle h) const {
 }
 
 float cbass_time::GetDuration(audio::Handle h) const {
-    return static_cast<float>(engine_.channelBytes2Seconds(h, engine_.channelGetLength(h)));
+    const std::int64_t length = engine_.channelGetLength(h);
+    // A live stream address has no length: it runs until it ends or falls silent, so it counts
+    // as a day long rather than as already over.
+    if (length < 0 && h != 0 && engine_.channelIsActive(h) != audio::kStopped) {
+        return kUnknownStreamSeconds;
+    }
+    return static_cast<float>(engine_.channelBytes2Seconds(h, length));
 }
 
 std::int32_t cbass_time::GetBytesPerSecond(audio::Handle h) const {

@@ -15,6 +15,9 @@ namespace tw::media {
 // not reduced by the hours: from one hour on they show more than 59 (3700 gives "01:01:3640.0").
 std::string GetTime(double seconds);
 
+// The length given to a playing stream that has none of its own (a stream address).
+inline constexpr float kUnknownStreamSeconds = 86400.0f;
+
 class cbass_time {
   public:
     explicit cbass_time(audio::Engine& engine) : engine_(engine) {}

@@ -23,6 +23,16 @@ TEST(StreamTimeTest, DurationOfTheZeroHandleIsAnErrorValueThatReadsAsNegative) {
     EXPECT_FALSE(3 * 1.5f < t.GetDuration(0));
 }
 
+TEST(StreamTimeTest, APlayingStreamWithoutALengthCountsAsADayAndAStoppedOneAsOver) {
+    test::FakeEngine e;
+    cbass_time t(e);
+    const audio::Handle h = e.addStream(0);
+    e.channel(h).length = -1;  // a stream address: its length is unknown
+    EXPECT_FLOAT_EQ(t.GetDuration(h), kUnknownStreamSeconds);
+    e.channel(h).state = audio::kStopped;
+    EXPECT_LT(t.GetDuration(h), 0.0f);
+}
+
 TEST(StreamTimeTest, PositionsAndLengthsInSecondsOfTheDecodedForm) {
     test::FakeEngine e;
     cbass_time t(e);

@@ -1,0 +1,3 @@
+[playlist]
+NumberOfEntries=99999999999
+File1=/a
