@@ -6,6 +6,7 @@
 // that drives the simulation.
 
 #include <atomic>
+#include <cstdint>
 
 #include "core/dates.h"
 
@@ -28,15 +29,22 @@ class SystemClock final : public Clock {
     DateValue exact() const override;
 };
 
+// Virtual time runs as real time does: as microseconds since the epoch, shown as local time in the
+// process's time zone. So a virtual day across a change of summer time has 23 or 25 hours on the
+// clock, as the system clock would show them.
 class VirtualClock final : public Clock {
   public:
-    explicit VirtualClock(DateValue start) : now_(start) {}
-    DateValue exact() const override { return now_.load(std::memory_order_relaxed); }
-    void set(DateValue d) { now_.store(d, std::memory_order_relaxed); }
-    void advanceSeconds(double s) { set(exact() + s / 86400.0); }
+    explicit VirtualClock(DateValue start) : micros_(unixMicros(start)) {}
+    DateValue exact() const override;
+    // A local date and time; one that the change to summer time skips is read as the hour after.
+    void set(DateValue d) { micros_.store(unixMicros(d), std::memory_order_relaxed); }
+    void advanceSeconds(double s);
+    std::int64_t unixMicros() const { return micros_.load(std::memory_order_relaxed); }
+    void setUnixMicros(std::int64_t micros) { micros_.store(micros, std::memory_order_relaxed); }
 
   private:
-    std::atomic<double> now_;
+    static std::int64_t unixMicros(DateValue local);
+    std::atomic<std::int64_t> micros_;
 };
 
 }  // namespace tw::core

@@ -31,6 +31,9 @@ std::size_t runOf(std::string_view s, std::size_t at, char lower) {
 }
 
 std::string twoDigits(int v) {
+    if (v >= 0 && v < 100) {
+        return {static_cast<char>('0' + v / 10), static_cast<char>('0' + v % 10)};
+    }
     char buf[16];
     std::snprintf(buf, sizeof buf, "%02d", v);
     return buf;

@@ -1,5 +1,7 @@
 #include "core/text.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -94,7 +96,18 @@ std::string numberText(double value) {
         return "0";
     }
     char buf[64];
-    for (int precision = 1; precision <= 17; ++precision) {
+    // No fewer digits than the shortest text that reads back as the value can do: the search for
+    // the precision starts there (the position monitor writes such a text on every tick).
+    int shortest = 1;
+    if (const auto r = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);
+        r.ec == std::errc()) {
+        int digits = 0;
+        for (const char* p = buf; p != r.ptr && *p != 'e'; ++p) {
+            digits += *p >= '0' && *p <= '9';
+        }
+        shortest = std::max(1, digits);
+    }
+    for (int precision = shortest; precision <= 17; ++precision) {
         std::snprintf(buf, sizeof buf, "%.*G", precision, value);
         if (std::strtod(buf, nullptr) == value) {
             break;

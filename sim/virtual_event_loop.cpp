@@ -6,7 +6,7 @@
 namespace tw::sim {
 
 VirtualEventLoop::VirtualEventLoop(core::VirtualClock& clock)
-    : clock_(clock), start_(clock.exact()) {}
+    : clock_(clock), start_(clock.unixMicros()) {}
 
 int VirtualEventLoop::startTimer(int intervalMs, std::function<void()> callback) {
     const int id = nextId_++;
@@ -51,7 +51,7 @@ void VirtualEventLoop::moveTo(std::int64_t micros) {
         beforeStep(micros - now_);
     }
     now_ = micros;
-    clock_.set(start_ + static_cast<double>(now_) / 86400e6);
+    clock_.setUnixMicros(start_ + now_);
 }
 
 void VirtualEventLoop::advance(double seconds) {

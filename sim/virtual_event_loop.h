@@ -48,7 +48,7 @@ class VirtualEventLoop final : public core::EventLoop {
     void runEvent(const std::function<void()>& fn);
 
     core::VirtualClock& clock_;
-    core::DateValue start_;
+    std::int64_t start_;  // the clock's microseconds since the epoch at the start
     std::int64_t now_ = 0;
     int nextId_ = 1;
     std::map<int, Timer> timers_;

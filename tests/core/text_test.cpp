@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <random>
 
 #include "core/failure.h"
 
@@ -32,6 +36,45 @@ TEST(ValTest, GivesZeroWhenThereIsNoNumber) {
 
 TEST(ValTest, DecimalCommaIsCutAtTheComma) {
     EXPECT_DOUBLE_EQ(val("12,75"), 12.0);
+}
+
+// The fewest significant digits of "%G" that read back as the value, searched from one digit up.
+std::string fewestDigitsText(double value) {
+    char buf[64];
+    for (int precision = 1; precision <= 17; ++precision) {
+        std::snprintf(buf, sizeof buf, "%.*G", precision, value);
+        if (std::strtod(buf, nullptr) == value) {
+            break;
+        }
+    }
+    std::string s = buf;
+    if (s.rfind("0.", 0) == 0) {
+        s.erase(0, 1);
+    } else if (s.rfind("-0.", 0) == 0) {
+        s.erase(1, 1);
+    }
+    return s;
+}
+
+TEST(NumberTextTest, GivesTheFewestDigitsThatReadBackForEveryKindOfValue) {
+    std::mt19937_64 random(20261123);
+    std::uniform_real_distribution<double> seconds(-10.0, 4000.0);
+    std::uniform_int_distribution<std::uint64_t> bits;
+    for (int i = 0; i < 200000; ++i) {
+        const double timeLeft = static_cast<float>(seconds(random));  // as the tick writes it
+        ASSERT_EQ(numberText(timeLeft), fewestDigitsText(timeLeft)) << timeLeft;
+        double any = 0;
+        const std::uint64_t b = bits(random);
+        std::memcpy(&any, &b, sizeof any);
+        if (std::isfinite(any) && any != 0) {
+            ASSERT_EQ(numberText(any), fewestDigitsText(any)) << any;
+        }
+    }
+    for (double v : {0.5, -0.25, 100000.0, 1e-5, 123456789.0, 0.1, 1.0 / 3, 5e-324, 1.7e308}) {
+        EXPECT_EQ(numberText(v), fewestDigitsText(v)) << v;
+    }
+    EXPECT_EQ(numberText(0.5), ".5");
+    EXPECT_EQ(numberText(100000.0), "1E+05");
 }
 
 TEST(StrTest, PutsABlankAheadOfNonNegativeNumbers) {
