@@ -8,6 +8,7 @@
 #include "core/format.h"
 #include "core/paths.h"
 #include "core/text.h"
+#include "media/song_length.h"
 #include "media/stream_address.h"
 #include "media/stream_time.h"
 #include "media/track_scan.h"
@@ -26,11 +27,8 @@ void markRow(core::Element& grid, int row) {
 
 // The length of a file as its time text and seconds, through a stream of its own.
 void measure(core::Console& c, const std::string& path, std::string& text, float& seconds) {
-    audio::Engine& e = c.engine();
-    const audio::Handle h = media::openStream(e, path, 0, 0, audio::kStreamDecode, path);
-    seconds = media::cbass_time(e).GetDuration(h);
+    seconds = media::getSongSeconds(c.engine(), path);
     text = media::GetTime(seconds);
-    e.streamFree(h);
 }
 
 core::GridRow listRow(const core::clsTrackListing& t, const char* repick) {

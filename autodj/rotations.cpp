@@ -14,6 +14,9 @@
 #include "core/format.h"
 #include "core/name_dialog.h"
 #include "core/text.h"
+#include "media/playlist_file.h"
+#include "media/song_length.h"
+#include "media/stream_address.h"
 #include "media/stream_time.h"
 #include "tags/id3_tag.h"
 
@@ -169,10 +172,7 @@ void PickRotationSong(core::Console& c) {
             t.trackName = tag.mp3Title;
             t.trackArtist = tag.Artist;
             t.trackLastPlayed = previous;
-            audio::Engine& e = c.engine();
-            const audio::Handle h = media::openStream(e, path, 0, 0, audio::kStreamDecode, path);
-            t.trackLength = media::GetTime(media::cbass_time(e).GetDuration(h));
-            e.streamFree(h);
+            t.trackLength = media::getSongLength(c.engine(), path);
             std::string artist = tag.Artist;
             planPick(c, t.trackName, makeArtist(artist), target, previous);
             core::setStatusText(c, "Picking Song:" + t.trackName);
@@ -297,7 +297,8 @@ void lstRotationOrList_Click(core::Console& c) {
         m.flRotations.listIndex = index;
         flRotations_Click(c);
     } else {
-        c.listMode = -1;
+        // The playlist's selection sets the playlist mode once the file has been read, so that
+        // a file that cannot be read leaves the running list and its mode as they were.
         m.flPlaylists.listIndex = static_cast<int>(core::val(item.tag));
         flPlaylists_Click(c);
     }
@@ -319,10 +320,65 @@ void flRotations_Click(core::Console& c) {
 }
 
 void flPlaylists_Click(core::Console& c) {
-    c.listMode = -1;
-    clearPendingPicks(c);
-    // Playlist files are read with the playlist support; until then a playlist has no entries
-    // and the running list stays as it is.
+    auto& m = c.form();
+    const auto& files = m.flPlaylists;
+    if (files.listIndex < 0 || files.listIndex >= files.listCount()) {
+        return;
+    }
+    const std::string name = files.items[static_cast<std::size_t>(files.listIndex)].text;
+    const std::string path = c.AppFolder + "/Playlist/" + name;
+    try {
+        // The file is read before anything is withdrawn, so that a playlist that cannot be read
+        // leaves the running list, its picks and its mode as they were.
+        std::vector<core::clsTrackListing> entries;
+        if (media::loadPlaylistFile(c, path, entries) == 0) {
+            core::printMessageOnScreen(c, media::noEntriesMessage(path));
+            return;
+        }
+        c.listMode = -1;
+        clearPendingPicks(c);
+        m.lstPlaylist.rows.clear();
+        m.lstPlaylist.row = -1;
+        c.trackList.clear();
+        for (auto& t : entries) {
+            if (t.trackPath.empty()) {
+                continue;  // a blank entry of the file
+            }
+            core::GridRow row;
+            if (media::fileExists(t.trackPath) || t.trackIsURL) {
+                if (!t.trackIsURL) {
+                    t.trackLength = media::getSongLength(c.engine(), t.trackPath);
+                }
+                row.cells = {"", t.trackName, t.trackLength, ""};
+            } else {
+                // Kept in the list, and passed over when its turn comes.
+                t.trackLength = "0";
+                row.cells = {"", "FILE MISSING: " + t.trackName, "0", ""};
+            }
+            m.lstPlaylist.rows.push_back(std::move(row));
+            c.trackList.push_back(std::move(t));
+        }
+        // One record per row, and the spare one behind them.
+        c.trackList.emplace_back();
+        if (!m.lstPlaylist.rows.empty()) {
+            // The first time is the text shown, read back: a time of day without a date.
+            const std::string first = core::formatDate(nextStartTime(c), "HH:MM.SS AMPM");
+            m.lstPlaylist.rows[0].cells[0] = first;
+            c.trackList[0].timeOn = core::cDate(first);
+            m.lstRotation.row = 0;
+            retimeTrackList(c, 0, 0);
+        }
+        if (c.activePlayer == 0) {
+            loadNextSong(c, 0);
+            c.tickCalls->startNExt();
+        }
+        loadNextSong(c, 0);
+        selectListItem(c, name);
+        c.activeListName = name;
+    } catch (const std::exception& e) {
+        core::logError(
+            c, "Error loading playlist " + name + ": " + core::describeFailure(e).description);
+    }
 }
 
 void toggleRotationSweeper(core::Console& c, int row) {

@@ -55,6 +55,16 @@ void showCuePoints(core::Console& c, const std::string& owner) {
 
 }  // namespace
 
+std::string historyLine(core::Console& c, const std::string& title) {
+    const std::string outs = readHistory(c, title, kTunedOut, "0");
+    const std::string plays = readHistory(c, title, kPlayCount, "0");
+    const std::string last = readHistory(c, title, kLastPlayed, core::generalDate(c.now()));
+    const double playCount = core::val(plays);
+    const std::int32_t percent = playCount == 0 ? 0 : core::cLng(core::val(outs) / playCount * 100);
+    return "Tune Outs:" + outs + " | Play Count:" + plays +
+           " | TuneOut Percentage:" + std::to_string(percent) + "%" + " | Last Played:" + last;
+}
+
 void lstSongs_Click(core::Console& c, int row) {
     auto& m = c.form();
     const auto& files = c.library->trackFiles;
@@ -73,14 +83,7 @@ void lstSongs_Click(core::Console& c, int row) {
     m.txtPublisher.text = tag.Publisher;
     m.txtRecordLabel.text = tag.recordLabel;
 
-    const std::string outs = readHistory(c, tag.mp3Title, kTunedOut, "0");
-    const std::string plays = readHistory(c, tag.mp3Title, kPlayCount, "0");
-    const std::string last = readHistory(c, tag.mp3Title, kLastPlayed, core::generalDate(c.now()));
-    const double playCount = core::val(plays);
-    const std::int32_t percent = playCount == 0 ? 0 : core::cLng(core::val(outs) / playCount * 100);
-    m.lblListInfo.caption = "Tune Outs:" + outs + " | Play Count:" + plays +
-                            " | TuneOut Percentage:" + std::to_string(percent) + "%" +
-                            " | Last Played:" + last;
+    m.lblListInfo.caption = historyLine(c, tag.mp3Title);
 
     c.detailsSong = files[static_cast<std::size_t>(row)];
     showCuePoints(c, tag.tarnWaveData);

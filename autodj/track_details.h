@@ -5,9 +5,15 @@
 //
 // Thread contract: console thread only (it uses the console's shared tag object).
 
+#include <string>
+
 #include "core/console.h"
 
 namespace tw::autodj {
+
+// The history line of a track: "Tune Outs:" ... " | Last Played:" ..., the tune-out share of the
+// plays rounded to whole percent (0 for a track never played).
+std::string historyLine(core::Console& c, const std::string& title);
 
 // A click on row `row` of lstSongs; a row outside the list does nothing.
 void lstSongs_Click(core::Console& c, int row);

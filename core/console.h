@@ -150,6 +150,8 @@ class Console {
 
     // --- running list and library ----------------------------------------------------------
     std::vector<core::clsTrackListing> trackList;
+    // The playlist builder's rows, and one spare record behind them, as the running list keeps.
+    std::vector<core::clsTrackListing> builderList = std::vector<core::clsTrackListing>(1);
     std::int16_t listMode = 0;
     std::int32_t rotationPosition = -1;
     std::string activeListName;

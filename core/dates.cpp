@@ -114,7 +114,8 @@ bool parseTime(Cursor& c, int& h, int& mi, int& se) {
         return false;
     }
     se = 0;
-    if (c.literal(':') && !c.number(se, 2)) {
+    // "HH:MM.SS", as the running list shows its times, reads like "HH:MM:SS".
+    if ((c.literal(':') || c.literal('.')) && !c.number(se, 2)) {
         return false;
     }
     c.skipBlanks();

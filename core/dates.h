@@ -38,8 +38,9 @@ DateValue wholeSeconds(DateValue d);
 // date part, the time part for a value at exactly midnight.
 std::string generalDate(DateValue d);
 
-// Reads back everything generalDate writes, a date alone, a time alone (12- or 24-hour clock), and
-// "YYYY-MM-DD HH:MM:SS". Blanks around the text are ignored. False when the text is no date.
+// Reads back everything generalDate writes, a date alone, a time alone (12- or 24-hour clock, the
+// seconds after ":" or "."), and "YYYY-MM-DD HH:MM:SS". Blanks around the text are ignored. False
+// when the text is no date.
 bool parseDate(std::string_view text, DateValue& out);
 // The same, failing with "Type mismatch" when the text is no date.
 DateValue cDate(std::string_view text);

@@ -32,6 +32,10 @@ const char* imageRoleName(ImageRole r) {
             return "imgGYR";
         case ImageRole::GYRVolume:
             return "imgGYRVolume";
+        case ImageRole::Rotation:
+            return "imgRotation";
+        case ImageRole::Playlist:
+            return "imgPlaylist";
     }
     return "";
 }

@@ -35,7 +35,21 @@ enum class ElementKind {
 };
 
 // The pictures a button or bar is painted from.
-enum class ImageRole { None, Gray, Blue, Green, Red, Plus, Settings, GYR, GYRVolume };
+// Rotation and Playlist are the pictures of the rotation and playlist lists, drawn over what lies
+// under them.
+enum class ImageRole {
+    None,
+    Gray,
+    Blue,
+    Green,
+    Red,
+    Plus,
+    Settings,
+    GYR,
+    GYRVolume,
+    Rotation,
+    Playlist
+};
 
 const char* imageRoleName(ImageRole r);
 const char* elementKindName(ElementKind k);

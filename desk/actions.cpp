@@ -7,10 +7,12 @@
 #include "autodj/library.h"
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
+#include "autodj/schedule.h"
 #include "autodj/track_details.h"
 #include "core/settings_store.h"
 #include "desk/cast_actions.h"
 #include "desk/console_layout.h"
+#include "desk/playlist_actions.h"
 #include "liveassist/microphone.h"
 #include "liveassist/speech.h"
 #include "liveassist/sweepers.h"
@@ -173,12 +175,19 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
 
 }  // namespace
 
-bool press(core::Console& c, std::string_view name, MouseButton button, double x) {
+bool press(core::Console& c, std::string_view name, MouseButton button, double x, double y) {
     if (!c.ui.find(name)) {
         return false;
     }
     core::EventScope event(*c.svc.settings);
     if (button == MouseButton::Left && castPress(c, name)) {
+        return true;
+    }
+    if (name == kScheduleGrid) {
+        autodj::pctSchedule_MouseDown(c, x, y);
+        return true;
+    }
+    if (button == MouseButton::Left && playlistPress(c, name)) {
         return true;
     }
     const auto& actions = pressActions();
@@ -208,7 +217,7 @@ bool select(core::Console& c, std::string_view name, int row) {
         }
         e->listIndex = row;
     }
-    if (!castSelect(c, name, row)) {
+    if (!castSelect(c, name, row) && !playlistSelect(c, name, row)) {
         afterSelect(c, name, row);
     }
     return true;
@@ -242,6 +251,8 @@ bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::s
         autodj::fileList_DragDrop(c, files);
     } else if (name == "flSweepers") {
         liveassist::flSweepers_DragDrop(c, files);
+    } else {
+        playlistDropFiles(c, name, files);
     }
     return true;
 }
@@ -252,6 +263,9 @@ bool dragElement(core::Console& c, std::string_view source, std::string_view tar
         return false;
     }
     core::EventScope event(*c.svc.settings);
+    if (playlistDrag(c, source, target)) {
+        return true;
+    }
     if (target == "lblplayer1" || target == "lblPlayer2") {
         const int n = target == "lblplayer1" ? 1 : 2;
         if (source == "lstSongs" || source == "lstBuilderCatagoryList") {

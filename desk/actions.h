@@ -17,9 +17,10 @@ namespace tw::desk {
 enum class MouseButton { Left = 1, Right = 2 };
 
 // False when there is no element of that name; an element without an action does nothing. x is
-// the pointer's position across the element, for the bars.
+// the pointer's position across the element, for the bars; y its position down it, for the grid
+// of the schedule.
 bool press(core::Console& c, std::string_view name, MouseButton button = MouseButton::Left,
-           double x = 0);
+           double x = 0, double y = 0);
 // Selects an item or row (-1 for none) and runs the selection's action. False for no such element
 // or a row out of range.
 bool select(core::Console& c, std::string_view name, int row);

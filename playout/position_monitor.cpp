@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "media/stream_time.h"
 #include "playout/progress_bars.h"
+#include "playout/stream_title.h"
 
 namespace tw::playout {
 
@@ -159,6 +160,7 @@ void tmrCheckPosition_Timer(core::Console& c) {
         transport(c, t, 2, pos2, c.timeLeft2);
 
         stage = 5;
+        showStreamTitle(c);
         drawPlayerBars(c, pos1, pos2);
         drawPreviewBar(c);
 

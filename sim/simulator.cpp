@@ -218,19 +218,22 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
         std::string name, tail;
         splitCommand(rest, name, tail);
         desk::MouseButton button = desk::MouseButton::Left;
-        double x = 0;
+        double x = 0, y = 0;
         std::string word, more;
         splitCommand(tail, word, more);
         if (word == "left" || word == "right") {
             button = word == "right" ? desk::MouseButton::Right : desk::MouseButton::Left;
-            word = more;
+            splitCommand(more, word, more);
         }
-        if (!word.empty() && !parseNumber(word, x)) {
+        std::string yWord, extra;
+        splitCommand(more, yWord, extra);
+        if ((!word.empty() && !parseNumber(word, x)) ||
+            (!yWord.empty() && !parseNumber(yWord, y)) || !extra.empty()) {
             error = "desk::press: after the element come left or right and a position, not \"" +
                     tail + "\"";
             return false;
         }
-        if (name.empty() || !desk::press(c, name, button, x)) {
+        if (name.empty() || !desk::press(c, name, button, x, y)) {
             error = "desk::press: no element \"" + name + "\"";
             return false;
         }

@@ -3,7 +3,7 @@
 // one command a line:
 //   load                      runs Form_Load
 //   advance SECONDS           ticks and timers run in virtual time
-//   press ELEMENT [left|right] [X]   X: the pointer's position across the element
+//   press ELEMENT [left|right] [X [Y]]  X, Y: the pointer's position across and down it
 //   drag SOURCE TARGET        an element dragged onto another (a track onto a player)
 //   key CODE                  a key released (120 is F9)
 //   select ELEMENT ROW

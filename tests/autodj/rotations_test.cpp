@@ -183,7 +183,7 @@ TEST_F(RotationsTest, TheListOfListsHasEveryRotationThenEveryPlaylist) {
 
 TEST_F(RotationsTest, ChoosingARotationByHandSwitchesTheScheduleOffAndLoadsIt) {
     writeFile(dir / "Rotations" / "day.rot", record("Rock", "True"));
-    writeFile(dir / "Playlist" / "x.pls", "");
+    writeFile(dir / "Playlist" / "x.pls", "[playlist]\nFile1=/nowhere/x.mp3\n");
     core::refreshFileList(c().form().flRotations);
     core::refreshFileList(c().form().flPlaylists);
     showRotationIcons(c());
