@@ -38,6 +38,31 @@ void paintPlus(QPainter& p, const QRectF& r) {
     p.drawLine(QPointF(c.x(), c.y() - arm), QPointF(c.x(), c.y() + arm));
 }
 
+// A circle of arrows: the rotation's picture, in outline over what lies under it.
+void paintRotation(QPainter& p, const QRectF& r) {
+    const double side = std::min(r.width(), r.height()) * 0.5;
+    const QRectF ring(r.center().x() - side / 2, r.center().y() - side / 2, side, side);
+    p.setPen(
+        QPen(QColor(0xFF, 0xFF, 0xFF, 0xC0), std::max(1.5, side / 8), Qt::SolidLine, Qt::RoundCap));
+    p.setBrush(Qt::NoBrush);
+    p.drawArc(ring, 30 * 16, 300 * 16);
+    const QPointF tip(ring.right(), r.center().y() - side * 0.2);
+    p.drawLine(tip, tip + QPointF(-side * 0.2, -side * 0.05));
+    p.drawLine(tip, tip + QPointF(side * 0.05, -side * 0.22));
+}
+
+// Three lines of a list: the playlist's picture.
+void paintPlaylist(QPainter& p, const QRectF& r) {
+    const double side = std::min(r.width(), r.height()) * 0.5;
+    const QPointF origin(r.center().x() - side / 2, r.center().y() - side / 2);
+    p.setPen(
+        QPen(QColor(0xFF, 0xFF, 0xFF, 0xC0), std::max(1.5, side / 8), Qt::SolidLine, Qt::RoundCap));
+    for (int i = 0; i < 3; ++i) {
+        const double y = origin.y() + side * (0.15 + 0.35 * i);
+        p.drawLine(QPointF(origin.x(), y), QPointF(origin.x() + side, y));
+    }
+}
+
 }  // namespace
 
 QColor consoleColor(std::uint32_t bgr) {
@@ -72,6 +97,12 @@ void paintImageRole(QPainter& p, const QRectF& rect, ImageRole role) {
         case ImageRole::GYR:
         case ImageRole::GYRVolume:
             paintLevels(p, rect);
+            break;
+        case ImageRole::Rotation:
+            paintRotation(p, rect);
+            break;
+        case ImageRole::Playlist:
+            paintPlaylist(p, rect);
             break;
         case ImageRole::None:
             break;

@@ -1,9 +1,11 @@
 #pragma once
 // The operator's drags between and within the console's lists: a category from lstPlaylists
-// dropped on lstRotation joins the rotation where it lands; a row of lstRotation or lstPlaylist
-// dragged over the rows of its own grid travels with the pointer. The window feeds it the
-// element and row under the pointer at the press, at each move with the button held and at the
-// release; each call that changes the console is one console event.
+// dropped on lstRotation joins the rotation where it lands; a track of lstBuilderCatagoryList
+// carried over lstPlayListBuilder marks the row it would go in at (the end below the last row)
+// and goes in there when let go; a row of lstRotation, lstPlaylist or lstPlayListBuilder dragged
+// over the rows of its own grid travels with the pointer. The window feeds it the element and row
+// under the pointer at the press, at each move with the button held and at the release; each
+// call that changes the console is one console event.
 //
 // Thread contract: console thread only.
 
@@ -25,10 +27,13 @@ class ListDrag {
     // The button released over a row of the named element. Ends the drag.
     void release(const std::string& name, int row);
 
-    // Whether a drag that can land is under way (a category or grid row was pressed).
+    // Whether a drag that can land is under way (a category, track or grid row was pressed).
     bool active() const { return !source_.empty(); }
 
   private:
+    // A track of the builder's list over the builder's grid: the row it would land at is marked.
+    void markBuilderRow(int row);
+
     core::Console& console_;
     std::string source_;  // "" when no drag is under way
     int row_ = -1;        // the dragged row's present index

@@ -17,6 +17,7 @@
 #include "ui/cast_window.h"
 #include "ui/qt_event_loop.h"
 #include "ui/qt_prompter.h"
+#include "ui/schedule_window.h"
 #include "ui/status_window.h"
 #include "ui/surface_widget.h"
 
@@ -40,6 +41,7 @@ class QtStation {
     SurfaceWidget& window() { return *window_; }
     StatusWindow& statusWindow() { return *status_; }
     CastWindow& castWindow() { return *cast_; }
+    ScheduleWindow& scheduleWindow() { return *schedule_; }
     QtEventLoop& loop() { return loop_; }
     core::SettingsStore& settings() { return settings_; }
 
@@ -55,6 +57,7 @@ class QtStation {
     std::unique_ptr<core::Console> console_;
     std::unique_ptr<SurfaceWidget> window_;
     std::unique_ptr<CastWindow> cast_;
+    std::unique_ptr<ScheduleWindow> schedule_;
     std::unique_ptr<StatusWindow> status_;
 };
 

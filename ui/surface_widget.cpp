@@ -27,6 +27,7 @@
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
+#include "ui/row_choice.h"
 #include "ui/visible_elements.h"
 
 namespace tw::ui {
@@ -248,9 +249,18 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
                       k == core::ElementKind::DirList || k == core::ElementKind::Grid;
     if (list && button == desk::MouseButton::Left) {
         keyTarget_ = name;
+        // Ctrl and Shift choose several rows where the grid allows it; such a click starts no
+        // drag.
+        const bool toggle = (event->modifiers() & Qt::ControlModifier) != 0;
+        const bool range = (event->modifiers() & Qt::ShiftModifier) != 0;
+        const bool many = (toggle || range) && t.row >= 0 && choosesManyRows(*t.element);
+        const RowChoice before = many ? rowChoiceOf(*t.element) : RowChoice{};
         // A click on a row selects it (and runs the list's click); between rows it does nothing.
         if (t.row >= 0) {
             desk::select(console_, name, t.row);
+            if (core::Element* grid = console_.ui.find(name); many && grid) {
+                widenChoice(*grid, before, t.row, toggle, range);
+            }
             if (hasTickColumn(*t.element) && columnAt(*t.element, at.x()) == 0) {
                 // A click on the tick box of the rotation's sweeper column ticks it.
                 core::EventScope scope(*console_.svc.settings);
@@ -260,7 +270,7 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
                 desk::press(console_, name, button, at.x() - t.element->rect.left);
             }
         }
-        drag_.press(name, t.row);
+        drag_.press(name, many ? -1 : t.row);
         afterAction("select", name);
     } else {
         keyTarget_.clear();  // the focus went to something else than a list
@@ -317,7 +327,8 @@ void SurfaceWidget::keyPressEvent(QKeyEvent* event) {
 
 const core::Element* SurfaceWidget::fileDropTarget(const QPointF& at) {
     const core::Element* e = elementAt(console_.form(), at.x(), at.y());
-    if (e && (e->name == "lstSongs" || e->name == "fileList" || e->name == "flSweepers")) {
+    if (e && (e->name == "lstSongs" || e->name == "fileList" || e->name == "flSweepers" ||
+              e->name == "lstPlayListBuilder")) {
         return e;
     }
     return nullptr;
@@ -361,8 +372,9 @@ void SurfaceWidget::dropEvent(QDropEvent* event) {
         event->ignore();
         return;
     }
-    // The track list takes files into its category; the sweeper list into the sweepers.
-    const std::string name = target->name == "flSweepers" ? "flSweepers" : "fileList";
+    // The track list takes files into its category; the sweeper list into the sweepers; the
+    // Playlist Builder loads the first as a playlist.
+    const std::string name = target->name == "lstSongs" ? "fileList" : target->name;
     desk::dropFiles(console_, name, files);
     event->acceptProposedAction();
     afterAction("drop", name);

@@ -77,7 +77,8 @@ class SurfaceWidget final : public QWidget {
         int row = -1;
     };
     Target targetAt(const QPointF& at);
-    // Where dropped files go: the song list of the track list stands for the file list.
+    // Where dropped files go (the track list, the sweepers, the Playlist Builder's grid); the
+    // song list of the track list stands for the file list.
     const core::Element* fileDropTarget(const QPointF& at);
     // Tells the observer, retitles the window and repaints what the action changed.
     void afterAction(const std::string& action, const std::string& name);
