@@ -163,8 +163,9 @@ void drawSchedule(core::Console& c) {
                      ext == "rot" ? core::ImageRole::Rotation : core::ImageRole::Playlist, 0});
             }
             if (!value.empty()) {
+                // White, to stand out on the green of the cell and over its picture.
                 picture.drawing.texts.push_back(
-                    {baseNameOf(value), left, top + 22, 0, picture.fontSize, false});
+                    {baseNameOf(value), left, top + 22, 0xFFFFFF, picture.fontSize, false});
             }
         }
     }

@@ -15,6 +15,7 @@
 #include "core/dates.h"
 #include "core/text.h"
 #include "sim/simulator.h"
+#include "station_run.h"
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/fake_engine.h"
 #include "tests/testlib/temp_dir.h"
@@ -218,7 +219,12 @@ class ScheduleScenario : public ::testing::Test {
 TEST_F(ScheduleScenario, AWeekAcrossTheChangeToSummerTimeSwitchesAtEveryPaintedHour) {
     // Berlin goes from 02:00 to 03:00 on Sunday 28 March 2027: the 2 o'clock cell never comes,
     // and the 3 o'clock one comes an hour after the 1 o'clock one.
-    judge(core::dateSerial(2027, 3, 25) + core::timeSerial(12, 0, 4), 7);
+    // Under a sanitizer the days around the change only: a week there costs minutes.
+    if (TW_SCENARIO_SANITIZED) {
+        judge(core::dateSerial(2027, 3, 27) + core::timeSerial(12, 0, 4), 2);
+    } else {
+        judge(core::dateSerial(2027, 3, 25) + core::timeSerial(12, 0, 4), 7);
+    }
 }
 
 TEST_F(ScheduleScenario, TheHourThatComesTwiceInAutumnSwitchesOnce) {
