@@ -19,6 +19,7 @@
 #include "liveassist/voice_tracks.h"
 #include "playout/manual_transport.h"
 #include "playout/preview.h"
+#include "reporting/download_sheet.h"
 
 namespace tw::desk {
 
@@ -105,6 +106,8 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
          [](core::Console& c, MouseButton, double) { liveassist::cmdPlayOver_Click(c); }},
         {"cmdDefaultSweeper",
          [](core::Console& c, MouseButton, double) { liveassist::cmdDefaultSweeper_Click(c); }},
+        {"cmdSaveDownloadSheet",
+         [](core::Console& c, MouseButton, double) { reporting::cmdSaveDownloadSheet_Click(c); }},
         {"cmdUpdateTag",
          [](core::Console& c, MouseButton, double) { autodj::cmdUpdateTag_Click(c); }},
         {"cmdPlayActiveSong",
