@@ -78,6 +78,9 @@ Console::Console(std::string appFolder, Services services)
     ui.schedule.frmSchedule.visible = false;
     ui.statistics.frmStatistics.caption = "Song Statistics";
     ui.statistics.frmStatistics.visible = false;
+    ui.statistics.lstSongList.columns = {"Catagory", "Track Name", "Playcount", "TuneOuts",
+                                         "Percentage"};
+    ui.statistics.flSongs.visible = false;
 }
 
 Console::~Console() = default;

@@ -20,6 +20,7 @@
 #include "playout/manual_transport.h"
 #include "playout/preview.h"
 #include "reporting/download_sheet.h"
+#include "reporting/statistics.h"
 
 namespace tw::desk {
 
@@ -106,6 +107,10 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
          [](core::Console& c, MouseButton, double) { liveassist::cmdPlayOver_Click(c); }},
         {"cmdDefaultSweeper",
          [](core::Console& c, MouseButton, double) { liveassist::cmdDefaultSweeper_Click(c); }},
+        {"cmdViewStatistics",
+         [](core::Console& c, MouseButton, double) { reporting::cmdViewStatistics_Click(c); }},
+        {"frmStatistics.cmdRunReport",
+         [](core::Console& c, MouseButton, double) { reporting::cmdRunReport_Click(c); }},
         {"cmdSaveDownloadSheet",
          [](core::Console& c, MouseButton, double) { reporting::cmdSaveDownloadSheet_Click(c); }},
         {"cmdUpdateTag",
@@ -167,6 +172,8 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
         if (c.previewPlayer != 0) {
             playout::previewTrack(c, {});  // a running preview stops with a new choice
         }
+    } else if (name == "frmStatistics.lstCatagories") {
+        reporting::lstCatagories_Click(c, row);
     } else if (name == "flSweepers") {
         liveassist::flSweepers_Click(c);
     } else if (name == "frmAppSettings.cboMicDevice") {
