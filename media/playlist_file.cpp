@@ -87,7 +87,10 @@ PlsEntries readPlsEntries(std::string_view bytes) {
     PlsEntries result;
     // A count beyond the lines the file can hold is read as that many lines.
     const double most = static_cast<double>(bytes.size() / 7 + 1);
-    const double counted = core::val(readPlsValue(file, kSection, "NumberOfEntries", "0"));
+    // A count too large for a number at all ("9E99999") is no count, like a count that is no
+    // number.
+    const double counted =
+        core::finiteVal(readPlsValue(file, kSection, "NumberOfEntries", "0")).value_or(0);
     int n = counted >= 1 ? static_cast<int>(std::min(counted, most)) : 0;
     if (n <= 0) {
         if (readPlsValue(file, kSection, "File1", "").empty()) {

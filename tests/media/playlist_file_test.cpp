@@ -134,6 +134,13 @@ TEST_F(PlaylistFileTest, AHugeCountIsReadAsTheLinesTheFileCanHold) {
     EXPECT_EQ(e.texts[0], "/a");
 }
 
+TEST_F(PlaylistFileTest, ACountTooLargeForANumberIsNoCount) {
+    const PlsEntries e = readPlsEntries("[playlist]\nNumberOfEntries=9e9999999999\nFile1=/a\n");
+    EXPECT_EQ(e.count, 1);
+    ASSERT_EQ(e.texts.size(), 2u);
+    EXPECT_EQ(e.texts[0], "/a");
+}
+
 TEST_F(PlaylistFileTest, AnEmptyArraySavesAPlaylistWithNoEntries) {
     const std::string path = (dir / "empty.pls").string();
     ASSERT_TRUE(savePlaylistFile(path, std::vector<core::clsTrackListing>(1)));
