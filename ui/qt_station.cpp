@@ -23,12 +23,14 @@ QtStation::QtStation(std::string folder, std::unique_ptr<audio::Engine> engine)
     status_ = std::make_unique<StatusWindow>(*console_, window_.get());
     cast_ = std::make_unique<CastWindow>(*console_, window_.get());
     schedule_ = std::make_unique<ScheduleWindow>(*console_, window_.get());
+    statistics_ = std::make_unique<StatisticsWindow>(*console_, window_.get());
     prompter_.setParentWindow(window_.get());
 }
 
 QtStation::~QtStation() {
     try {
         unload();
+        statistics_.reset();
         schedule_.reset();
         cast_.reset();
         status_.reset();

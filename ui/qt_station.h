@@ -18,6 +18,7 @@
 #include "ui/qt_event_loop.h"
 #include "ui/qt_prompter.h"
 #include "ui/schedule_window.h"
+#include "ui/statistics_window.h"
 #include "ui/status_window.h"
 #include "ui/surface_widget.h"
 
@@ -42,6 +43,7 @@ class QtStation {
     StatusWindow& statusWindow() { return *status_; }
     CastWindow& castWindow() { return *cast_; }
     ScheduleWindow& scheduleWindow() { return *schedule_; }
+    StatisticsWindow& statisticsWindow() { return *statistics_; }
     QtEventLoop& loop() { return loop_; }
     core::SettingsStore& settings() { return settings_; }
 
@@ -58,6 +60,7 @@ class QtStation {
     std::unique_ptr<SurfaceWidget> window_;
     std::unique_ptr<CastWindow> cast_;
     std::unique_ptr<ScheduleWindow> schedule_;
+    std::unique_ptr<StatisticsWindow> statistics_;
     std::unique_ptr<StatusWindow> status_;
 };
 
