@@ -35,6 +35,9 @@ class Prompter {
     virtual std::optional<std::string> askName(const std::string& caption,
                                                const std::string& explanation,
                                                const std::string& initial) = 0;
+    // Shows a text file (a log) to the operator: in the desktop's own viewer where there is one,
+    // else in a window of the view's own. Returns at once; nothing waits for the viewer.
+    virtual void showFile(const std::string& path, const std::string& title) = 0;
 };
 
 }  // namespace tw::core

@@ -68,4 +68,8 @@ std::optional<std::string> ScriptedPrompter::askName(const std::string& caption,
     return a;
 }
 
+void ScriptedPrompter::showFile(const std::string& path, const std::string& title) {
+    shown_.push_back({"file", path, title, ""});
+}
+
 }  // namespace tw::sim

@@ -14,7 +14,7 @@ namespace tw::sim {
 class ScriptedPrompter final : public core::Prompter {
   public:
     struct Shown {
-        std::string kind;  // "message", "open", "save", "name"
+        std::string kind;  // "message", "open", "save", "name", "file"
         std::string text;
         std::string title;
         std::string answer;
@@ -30,6 +30,8 @@ class ScriptedPrompter final : public core::Prompter {
     std::optional<std::string> saveFile(const core::FileDialog& dialog) override;
     std::optional<std::string> askName(const std::string& caption, const std::string& explanation,
                                        const std::string& initial) override;
+    // Kept as shown, with the path as its text.
+    void showFile(const std::string& path, const std::string& title) override;
 
     const std::vector<Shown>& shown() const { return shown_; }
     std::size_t pendingAnswers() const { return answers_.size(); }

@@ -1,8 +1,12 @@
 #include "ui/qt_prompter.h"
 
+#include <QDesktopServices>
+#include <QFile>
 #include <QFileDialog>
+#include <QFontDatabase>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QStringList>
 
 namespace tw::ui {
@@ -147,6 +151,38 @@ std::optional<std::string> QtPrompter::askName(const std::string& caption,
         return std::nullopt;
     }
     return dialog.textValue().toStdString();
+}
+
+void QtPrompter::showFile(const std::string& path, const std::string& title) {
+    const QUrl url = QUrl::fromLocalFile(qs(path));
+    const bool taken = openOnDesktop_ ? openOnDesktop_(url) : QDesktopServices::openUrl(url);
+    if (taken) {
+        return;
+    }
+    // A log of weeks on the air can be large: its end is what the operator looks for.
+    constexpr qint64 kShownBytes = 4 << 20;
+    QFile file(qs(path));
+    QString text;
+    if (file.open(QIODevice::ReadOnly)) {
+        if (file.size() > kShownBytes) {
+            file.seek(file.size() - kShownBytes);
+        }
+        text = QString::fromUtf8(file.readAll());
+    } else {
+        text = QStringLiteral("This file cannot be read: ") + file.errorString();
+    }
+    auto* viewer = new QPlainTextEdit(parent_.data());
+    viewer->setWindowFlag(Qt::Window);
+    viewer->setAttribute(Qt::WA_DeleteOnClose);
+    viewer->setReadOnly(true);
+    viewer->setLineWrapMode(QPlainTextEdit::NoWrap);
+    viewer->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    viewer->setWindowTitle(qs(title) + QStringLiteral(" - ") + qs(path));
+    viewer->setPlainText(text);
+    viewer->moveCursor(QTextCursor::End);
+    viewer->resize(760, 520);
+    viewer->show();
+    ownViewer_ = viewer;
 }
 
 }  // namespace tw::ui

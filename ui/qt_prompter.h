@@ -6,7 +6,9 @@
 // loop until the operator answers; timers and posted work keep running meanwhile.
 
 #include <QPointer>
+#include <QUrl>
 #include <QWidget>
+#include <functional>
 
 #include "core/prompter.h"
 
@@ -23,9 +25,21 @@ class QtPrompter final : public core::Prompter {
     std::optional<std::string> saveFile(const core::FileDialog& dialog) override;
     std::optional<std::string> askName(const std::string& caption, const std::string& explanation,
                                        const std::string& initial) override;
+    // The desktop's viewer when it takes the file, else a read-only window of our own showing
+    // the file's last four mebibytes.
+    void showFile(const std::string& path, const std::string& title) override;
+
+    // What hands a file to the desktop (QDesktopServices::openUrl unless replaced); false when
+    // the desktop has no program for it.
+    using DesktopOpener = std::function<bool(const QUrl&)>;
+    void setDesktopOpener(DesktopOpener opener) { openOnDesktop_ = std::move(opener); }
+    // The window of our own that showFile opened last, if it is still open.
+    QWidget* ownViewer() const { return ownViewer_.data(); }
 
   private:
     QPointer<QWidget> parent_;
+    DesktopOpener openOnDesktop_;
+    QPointer<QWidget> ownViewer_;
 };
 
 // The console's filter text ("Playlists (*.pls)|*.pls|All|*.*", description and pattern in

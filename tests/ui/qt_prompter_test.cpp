@@ -5,10 +5,13 @@
 #include <QApplication>
 #include <QInputDialog>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTimer>
+#include <fstream>
 #include <functional>
 
+#include "tests/testlib/temp_dir.h"
 #include "tests/ui/qt_app.h"
 
 namespace tw::ui {
@@ -108,6 +111,41 @@ TEST_F(QtPrompterTest, NameDialogGivesTheTextEntered) {
 TEST_F(QtPrompterTest, NameDialogCancelledGivesNothing) {
     whenShown<QInputDialog>(&context, [](QInputDialog& d) { d.reject(); });
     EXPECT_FALSE(prompter.askName("New Rotation", "Name the rotation", "x").has_value());
+}
+
+TEST_F(QtPrompterTest, AFileTheDesktopTakesOpensThereAndNoWindowOfOurOwn) {
+    QUrl asked;
+    prompter.setDesktopOpener([&](const QUrl& url) {
+        asked = url;
+        return true;
+    });
+    prompter.showFile("/station/app.log", "app.log");
+    EXPECT_EQ(asked.toLocalFile().toStdString(), "/station/app.log");
+    EXPECT_EQ(prompter.ownViewer(), nullptr);
+}
+
+TEST_F(QtPrompterTest, WithoutADesktopViewerTheFileShowsInAReadOnlyWindowOfOurOwn) {
+    test::TempDir dir;
+    const auto log = dir / "Played.log";
+    std::ofstream(log) << "first line\nlast line\n";
+    prompter.setDesktopOpener([](const QUrl&) { return false; });
+    prompter.showFile(log.string(), "Played.log");
+    auto* viewer = qobject_cast<QPlainTextEdit*>(prompter.ownViewer());
+    ASSERT_NE(viewer, nullptr);
+    EXPECT_TRUE(viewer->isReadOnly());
+    EXPECT_TRUE(viewer->isVisible());
+    EXPECT_TRUE(viewer->windowTitle().startsWith("Played.log"));
+    EXPECT_EQ(viewer->toPlainText().toStdString(), "first line\nlast line\n");
+    viewer->close();
+}
+
+TEST_F(QtPrompterTest, AFileThatCannotBeReadSaysSoInTheWindow) {
+    prompter.setDesktopOpener([](const QUrl&) { return false; });
+    prompter.showFile("/no/such/folder/app.log", "app.log");
+    auto* viewer = qobject_cast<QPlainTextEdit*>(prompter.ownViewer());
+    ASSERT_NE(viewer, nullptr);
+    EXPECT_TRUE(viewer->toPlainText().startsWith("This file cannot be read: "));
+    viewer->close();
 }
 
 }  // namespace
