@@ -118,6 +118,25 @@ void lstPlaylists_Click(core::Console& c, int index) {
     }
 }
 
+namespace {
+
+// The title read ahead for path, if the file has not been written since; else "".
+std::string hintedTitle(core::Console& c, const std::string& path) {
+    auto& hints = c.library->titleHints;
+    if (hints.empty()) {
+        return {};
+    }
+    const auto it = hints.find(path);
+    std::error_code ec;
+    if (it == hints.end() || std::filesystem::last_write_time(path, ec) != it->second.written ||
+        ec) {
+        return {};
+    }
+    return it->second.title;
+}
+
+}  // namespace
+
 std::int32_t fillSongList(core::Console& c) {
     auto& m = c.form();
     m.lstSongs.items.clear();
@@ -131,15 +150,19 @@ std::int32_t fillSongList(core::Console& c) {
     double playCount = 0;
     for (const auto& item : m.fileList.items) {
         std::string path = c.AppFolder + c.activeDirectory + item.text;
-        c.id3->filename(path);
-        std::string title = c.id3->returnID3TitleOnly();
-        tags::logTagWriteError(c, path);
+        std::string title = hintedTitle(c, path);
+        if (title.empty()) {
+            c.id3->filename(path);
+            title = c.id3->returnID3TitleOnly();
+            tags::logTagWriteError(c, path);
+        }
         tunedOut += core::cLngText(readHistory(c, title, kTunedOut, "0"));
         playCount += core::cLngText(readHistory(c, title, kPlayCount, "0"));
         files.push_back(std::move(path));
         m.lstSongs.items.push_back({title, 0, {}, false});
         m.lstBuilderCatagoryList.items.push_back({std::move(title), 0, {}, false});
     }
+    c.library->titleHints.clear();
     if (playCount < 1) {
         return 0;
     }

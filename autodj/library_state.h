@@ -5,10 +5,14 @@
 // Thread contract: console thread only.
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "autodj/pick_random.h"
+#include "core/surface.h"
 
 namespace tw::autodj {
 
@@ -21,6 +25,27 @@ struct LibraryState {
     // Full paths of the files on lstSongs, in list order.
     std::vector<std::string> trackFiles;
     PickRandom random;
+    // Titles read ahead off the console thread (by the import) for the next fill of the track
+    // list, each with the file's time of writing when it was read: a file written since is read
+    // again. The fill uses them once.
+    struct TitleHint {
+        std::string title;
+        std::filesystem::file_time_type written;
+    };
+    std::unordered_map<std::string, TitleHint> titleHints;
 };
+
+// The full path behind the first row of a track list (lstSongs, lstBuilderCatagoryList: both
+// show the files of trackFiles) whose text is rowText; empty when there is none. A dragged row
+// carries only its text.
+inline std::string trackPathOfRow(const LibraryState& s, const core::Element& list,
+                                  std::string_view rowText) {
+    for (std::size_t i = 0; i < list.items.size() && i < s.trackFiles.size(); ++i) {
+        if (list.items[i].text == rowText) {
+            return s.trackFiles[i];
+        }
+    }
+    return {};
+}
 
 }  // namespace tw::autodj

@@ -28,7 +28,8 @@ class clsID3;
 }
 namespace tw::autodj {
 struct LibraryState;
-}
+struct LibraryJobs;
+}  // namespace tw::autodj
 namespace tw::broadcast {
 struct CastState;
 }
@@ -37,7 +38,8 @@ class WaveformCache;
 }
 namespace tw::liveassist {
 class SpeechVoice;
-}
+struct SampleBank;
+}  // namespace tw::liveassist
 
 namespace tw::core {
 
@@ -168,6 +170,8 @@ class Console {
     std::shared_ptr<tags::clsID3> id3;
     // The per-category figures, the song list's paths and the picker's generator.
     std::shared_ptr<autodj::LibraryState> library;
+    // The import and the recount on their workers; made at their first use.
+    std::shared_ptr<autodj::LibraryJobs> libraryJobs;
     // The encoder profiles, the cast session's connects and the listener figures' memory.
     std::shared_ptr<broadcast::CastState> cast;
     // The details panel's track pictures, measured off the console thread.
@@ -198,6 +202,8 @@ class Console {
     // synthesiser; made at their first use.
     std::shared_ptr<ProgramRunner> programs;
     std::shared_ptr<liveassist::SpeechVoice> voice;
+    // The sampler's ten buttons as appSettings.ini holds them; made at the first load.
+    std::shared_ptr<liveassist::SampleBank> samples;
 
     // --- helpers with state ----------------------------------------------------------------
     TokenReader tokens;    // getToken's kept position
