@@ -2,6 +2,49 @@
 
 namespace tw::core {
 
+namespace {
+
+void slider(Element& e, int minimum, int maximum, const char* toolTip) {
+    e.minimum = minimum;
+    e.maximum = maximum;
+    e.toolTip = toolTip;
+}
+
+// The settings window's captions, slider ranges and tool tips. The separation slider carries the
+// silence text as its tool tip, as it always has.
+void describeSettingsForm(SettingsForm& s) {
+    constexpr auto kSilenceTip = "Set Both Values to Zero to Disable Silence Detection";
+    s.frmCrossFadeTime.caption = "CrossFade Time";
+    slider(s.sldCrossfadeSeconds, 0, 10,
+           "Set Both Values to Zero to Disable Crossfading Detection");
+    s.lblPeriod.caption = ".";
+    s.frmSilenceDetection.caption = "Low Volume Detection";
+    slider(s.sldrSilenceValue, 0, 10, kSilenceTip);
+    s.frmArtistSeperation.caption = "Set Artist Seperation";
+    s.txtArtistSeperation.text = "00.00";
+    slider(s.sldrArtistSeperation, 1, 600, kSilenceTip);
+    s.lblArtistSepperationText.caption =
+        "This Setting will ensure Tracks By the same Artist are seperated by at least the set "
+        "amount of time";
+    s.Frame1.caption = "Auto Track Trim / Auto NextStart";
+    s.chkEnableAutoTrim.caption = "Auto Trim";
+    slider(s.sldrTrimThreshold, 1, 60, "Sets the threshold for the Auto Trim Feature");
+    s.lblTrimThreshold.caption = "-10db";
+    s.frmResetPlayeData.caption = "View/Reset Playlist Data";
+    s.cmdViewAppLog.caption = "View App Log";
+    s.cmdViewPlayedLog.caption = "View Played Log";
+    s.cmdResetPlayed.caption = "Reset Play Times";
+    s.frmMicrophone.caption = "Select Microphone or Sound Input Card";
+    for (Element& box : s.txtCrossfadeSeconds) {
+        box.backColor = 0xFFFFFF;
+    }
+    for (Element& box : s.txtSilenceSeconds) {
+        box.backColor = 0xFFFFFF;
+    }
+}
+
+}  // namespace
+
 Console::Console(std::string appFolder, Services services)
     : AppFolder(std::move(appFolder)), svc(services) {
     auto& m = ui.main;
@@ -74,6 +117,7 @@ Console::Console(std::string appFolder, Services services)
     ui.cast.frmCast.visible = false;
     ui.settings.frmAppSettings.caption = "TarnWave Settings";
     ui.settings.frmAppSettings.visible = false;
+    describeSettingsForm(ui.settings);
     ui.schedule.frmSchedule.caption = "Rotation Scheduler";
     ui.schedule.frmSchedule.visible = false;
     ui.statistics.frmStatistics.caption = "Song Statistics";

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "autodj/library.h"
+#include "autodj/library_jobs.h"
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
 #include "autodj/schedule.h"
@@ -14,11 +15,14 @@
 #include "desk/console_layout.h"
 #include "desk/playlist_actions.h"
 #include "liveassist/microphone.h"
+#include "liveassist/sampler.h"
+#include "liveassist/settings_panel.h"
 #include "liveassist/speech.h"
 #include "liveassist/sweepers.h"
 #include "liveassist/voice_tracks.h"
 #include "playout/manual_transport.h"
 #include "playout/preview.h"
+#include "playout/progress_bars.h"
 #include "reporting/download_sheet.h"
 #include "reporting/statistics.h"
 
@@ -43,6 +47,12 @@ void openTrackList(core::Console& c) {
 PressAction markAction(autodj::CuePoint point) {
     return [point](core::Console& c, MouseButton b, double) {
         autodj::markCuePoint(c, point, b == MouseButton::Right);
+    };
+}
+
+PressAction twoBoxAction(std::string_view field, int index) {
+    return [field, index](core::Console& c, MouseButton, double) {
+        liveassist::twoBoxField_Click(c, field, index);
     };
 }
 
@@ -101,7 +111,9 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
              autodj::createCatagory(c);
          }},
         {"cmdCalculate",
-         [](core::Console& c, MouseButton, double) { autodj::cmdCalculate(c, false); }},
+         [](core::Console& c, MouseButton, double) { autodj::cmdCalculate_Click(c); }},
+        {"pctAddSongs",
+         [](core::Console& c, MouseButton, double) { autodj::pctAddSongs_Click(c); }},
         {"cmdSearch", [](core::Console& c, MouseButton, double) { autodj::cmdSearch_Click(c); }},
         {"cmdPlayOver",
          [](core::Console& c, MouseButton, double) { liveassist::cmdPlayOver_Click(c); }},
@@ -131,6 +143,18 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
              box.value = box.value ? 0 : 1;
              liveassist::chkEFX_Click(c);
          }},
+        {"picLevelBar(0)",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 playout::picLevelBar_MouseDown(c, 0, x);
+             }
+         }},
+        {"picLevelBar(1)",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 playout::picLevelBar_MouseDown(c, 1, x);
+             }
+         }},
         {"pctMainVolume",
          [](core::Console& c, MouseButton b, double x) {
              if (b == MouseButton::Left) {
@@ -148,6 +172,24 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
         {"optSamplerMode(2)", samplerModeAction(2)},
         {"cmdSayIt", [](core::Console& c, MouseButton,
                         double) { liveassist::sayText(c, c.form().txtSendText.text); }},
+        {"cmdProgramSettings",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdProgramSettings_Click(c); }},
+        {"frmAppSettings.txtCrossfadeSeconds(0)", twoBoxAction("txtCrossfadeSeconds", 0)},
+        {"frmAppSettings.txtCrossfadeSeconds(1)", twoBoxAction("txtCrossfadeSeconds", 1)},
+        {"frmAppSettings.txtSilenceSeconds(0)", twoBoxAction("txtSilenceSeconds", 0)},
+        {"frmAppSettings.txtSilenceSeconds(1)", twoBoxAction("txtSilenceSeconds", 1)},
+        {"frmAppSettings.chkEnableAutoTrim",
+         [](core::Console& c, MouseButton, double) {
+             auto& box = c.ui.settings.chkEnableAutoTrim;
+             box.value = box.value ? 0 : 1;
+             liveassist::chkEnableAutoTrim_Click(c);
+         }},
+        {"frmAppSettings.cmdViewAppLog",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdViewAppLog_Click(c); }},
+        {"frmAppSettings.cmdViewPlayedLog",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdViewPlayedLog_Click(c); }},
+        {"frmAppSettings.cmdResetPlayed",
+         [](core::Console& c, MouseButton, double) { liveassist::cmdResetPlayed_Click(c); }},
         {"frmAppSettings.cmdRefreshMicList",
          [](core::Console& c, MouseButton, double) { liveassist::cmdRefreshMicList_Click(c); }},
         {"lblSweepStart", markAction(autodj::CuePoint::Sweep)},
@@ -200,6 +242,12 @@ bool press(core::Console& c, std::string_view name, MouseButton button, double x
     if (button == MouseButton::Left && playlistPress(c, name)) {
         return true;
     }
+    if (const int n = liveassist::samplerButton(name); n != 0) {
+        if (button == MouseButton::Left) {
+            liveassist::cmdSampler_Click(c, n);
+        }
+        return true;
+    }
     const auto& actions = pressActions();
     if (auto it = actions.find(name); it != actions.end()) {
         it->second(c, button, x);
@@ -245,8 +293,12 @@ bool keyDown(core::Console& c, std::string_view name, std::string_view key) {
             autodj::deleteRotationRow(c);
         } else if (name == "lstRotationOrList") {
             autodj::deleteRotationOrListItem(c);
+        } else if (name == "lstSongs") {
+            autodj::deleteSelectedTracks(c);
         } else if (name == "flSweepers") {
             liveassist::flSweepers_Delete(c);
+        } else if (const int n = liveassist::samplerButton(name); n != 0) {
+            liveassist::cmdSampler_Clear(c, n);
         }
     }
     return true;
@@ -259,8 +311,12 @@ bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::s
     core::EventScope event(*c.svc.settings);
     if (name == "fileList") {
         autodj::fileList_DragDrop(c, files);
+    } else if (name == "lstSongs") {
+        autodj::lstSongs_DragDrop(c, files);
     } else if (name == "flSweepers") {
         liveassist::flSweepers_DragDrop(c, files);
+    } else if (const int n = liveassist::samplerButton(name); n != 0) {
+        liveassist::cmdSampler_DropFiles(c, n, files);
     } else {
         playlistDropFiles(c, name, files);
     }
@@ -275,6 +331,18 @@ bool dragElement(core::Console& c, std::string_view source, std::string_view tar
     core::EventScope event(*c.svc.settings);
     if (playlistDrag(c, source, target)) {
         return true;
+    }
+    if (const int n = liveassist::samplerButton(target); n != 0) {
+        if ((source == "lstSongs" || source == "lstBuilderCatagoryList") && from->listIndex >= 0 &&
+            from->listIndex < from->listCount()) {
+            liveassist::cmdSampler_DragTrack(
+                c, n, from->items[static_cast<std::size_t>(from->listIndex)].text);
+        }
+        return true;
+    }
+    if (const int n = liveassist::samplerButton(source);
+        n != 0 && liveassist::samplePath(c, n) == "none") {
+        return true;  // an empty button carries no file
     }
     if (target == "lblplayer1" || target == "lblPlayer2") {
         const int n = target == "lblplayer1" ? 1 : 2;
@@ -293,7 +361,26 @@ bool dragElement(core::Console& c, std::string_view source, std::string_view tar
 
 bool keyUp(core::Console& c, int keyCode) {
     core::EventScope event(*c.svc.settings);
+    constexpr int kF1 = 112, kF8 = 119;
+    if (keyCode >= kF1 && keyCode <= kF8) {
+        liveassist::cmdSampler_Click(c, keyCode - kF1 + 1);
+        return true;
+    }
     playout::keyUp(c, keyCode);
+    return true;
+}
+
+bool slide(core::Console& c, std::string_view name, int value) {
+    core::Element* e = c.ui.find(name);
+    if (!e || e->kind != core::ElementKind::Slider) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    e->value = std::clamp(value, e->minimum, e->maximum);
+    constexpr std::string_view kSettings = "frmAppSettings.";
+    if (name.starts_with(kSettings)) {
+        liveassist::sliderChanged(c, name.substr(kSettings.size()), value);
+    }
     return true;
 }
 

@@ -33,6 +33,9 @@ bool keyUp(core::Console& c, int keyCode);
 bool keyDown(core::Console& c, std::string_view name, std::string_view key);
 // Files dropped on an element, as full paths; false for no such element.
 bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::string>& files);
+// The operator moved a slider to value (kept within its range) and its change action runs. False
+// for no slider of that name.
+bool slide(core::Console& c, std::string_view name, int value);
 // Sets the text of a text box and runs its change action.
 bool type(core::Console& c, std::string_view name, const std::string& text);
 // A double click on an element (the peak figure's reset).

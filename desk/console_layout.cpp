@@ -132,16 +132,17 @@ const Place kPlaces[] = {
     {"pctPreviewMarkers", 8, 620, 250, 16, ""},
     {"cmdPreviewSelected", 264, 596, 90, 40, ""},
     {"cmdPlayActiveSong", 358, 596, 60, 40, ""},
-    {"cmdSampler(1)", 424, 596, 44, 40, ""},
-    {"cmdSampler(2)", 470, 596, 44, 40, ""},
-    {"cmdSampler(3)", 516, 596, 44, 40, ""},
-    {"cmdSampler(4)", 562, 596, 44, 40, ""},
-    {"cmdSampler(5)", 608, 596, 44, 40, ""},
-    {"cmdSampler(6)", 654, 596, 44, 40, ""},
-    {"cmdSampler(7)", 700, 596, 44, 40, ""},
-    {"cmdSampler(8)", 746, 596, 44, 40, ""},
-    {"cmdSampler(9)", 792, 596, 44, 40, ""},
-    {"cmdSampler(10)", 838, 596, 50, 40, ""},
+    // The sampler: two rows of five, wide enough for a file name.
+    {"cmdSampler(1)", 424, 596, 90, 19, ""},
+    {"cmdSampler(2)", 517, 596, 90, 19, ""},
+    {"cmdSampler(3)", 610, 596, 90, 19, ""},
+    {"cmdSampler(4)", 703, 596, 90, 19, ""},
+    {"cmdSampler(5)", 796, 596, 90, 19, ""},
+    {"cmdSampler(6)", 424, 617, 90, 19, ""},
+    {"cmdSampler(7)", 517, 617, 90, 19, ""},
+    {"cmdSampler(8)", 610, 617, 90, 19, ""},
+    {"cmdSampler(9)", 703, 617, 90, 19, ""},
+    {"cmdSampler(10)", 796, 617, 90, 19, ""},
 };
 
 void paintPlayers(core::Console& c) {

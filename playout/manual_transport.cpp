@@ -143,15 +143,7 @@ void dropTrackOnPlayer(core::Console& c, int n, const std::string& rowText) {
     if (!playerTakesDrops(c, n)) {
         return;
     }
-    const auto& rows = c.form().lstSongs.items;
-    const auto& files = c.library->trackFiles;
-    std::string path;
-    for (std::size_t i = 0; i < rows.size() && i < files.size(); ++i) {
-        if (rows[i].text == rowText) {
-            path = files[i];
-            break;
-        }
-    }
+    const std::string path = autodj::trackPathOfRow(*c.library, c.form().lstSongs, rowText);
     if (path.empty()) {
         return;
     }
@@ -182,7 +174,6 @@ void keyUp(core::Console& c, int keyCode) {
     } else if (keyCode == 121) {
         autodj::loadNextSong(c, 0);
     }
-    // F1 to F8 (112 to 119) belong to the sampler.
 }
 
 }  // namespace tw::playout

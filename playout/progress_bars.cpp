@@ -6,6 +6,7 @@
 #include "core/format.h"
 #include "core/text.h"
 #include "media/stream_time.h"
+#include "playout/player_start.h"
 
 namespace tw::playout {
 
@@ -94,6 +95,23 @@ void drawPreviewBar(core::Console& c) {
     m.cmdPlayActiveSong.tag = xText;
 }
 
+namespace {
+
+constexpr double kPointerHalf = 5;  // the pointer is ten pixels wide, centred on the press
+constexpr std::uint32_t kPointerColor = 0xFFFFFE;  // white, told apart from the meter's fills
+constexpr auto kPointerTag = "pointer";
+
+// A thin mark at the pointer's middle, once the operator has set a volume on the bars.
+void drawVolumePointer(Element& bar) {
+    if (bar.tag != kPointerTag) {
+        return;
+    }
+    bar.drawing.fills.push_back(
+        {bar.value + kPointerHalf - 1, 0, 2, bar.scaleHeight(), ImageRole::None, kPointerColor});
+}
+
+}  // namespace
+
 void drawLevelMeters(core::Console& c, std::uint32_t level) {
     if (c.formScale <= 0) {
         c.formScale = 1.0f;
@@ -109,6 +127,25 @@ void drawLevelMeters(core::Console& c, std::uint32_t level) {
         bar.drawing.clear();
         const double width = bar.scaleWidth() * values[i] / 32768.0;
         bar.drawing.fills.push_back({0, 0, width, bar.scaleHeight(), ImageRole::GYRVolume, 0});
+        drawVolumePointer(bar);
+    }
+}
+
+void picLevelBar_MouseDown(core::Console& c, int index, double x) {
+    auto& bars = c.form().picLevelBar;
+    if (index < 0 || index > 1 || x < 0 || x > bars[static_cast<std::size_t>(index)].scaleWidth()) {
+        return;
+    }
+    for (Element& bar : bars) {
+        bar.value = static_cast<int>(x - kPointerHalf);
+        bar.tag = kPointerTag;
+        std::erase_if(bar.drawing.fills,
+                      [](const core::Fill& f) { return f.color == kPointerColor; });
+        drawVolumePointer(bar);
+    }
+    const double width = bars[0].scaleWidth();
+    if (width > 0) {
+        setPlayersVolume(c, static_cast<float>(bars[0].value / width));
     }
 }
 

@@ -273,6 +273,20 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
         }
         return true;
     }
+    if (cmd == "slide") {
+        std::string name, valueText;
+        splitCommand(rest, name, valueText);
+        double value = 0;
+        if (!parseNumber(valueText, value) || value != std::floor(value)) {
+            error = "slide needs a slider and a whole number, not \"" + rest + "\"";
+            return false;
+        }
+        if (!desk::slide(c, name, static_cast<int>(value))) {
+            error = "slide: no slider \"" + name + "\"";
+            return false;
+        }
+        return true;
+    }
     if (cmd == "type") {
         const std::string t = core::trim(line);
         const auto first = t.find(' ');

@@ -8,9 +8,11 @@
 //   key CODE                  a key released (120 is F9)
 //   select ELEMENT ROW
 //   type ELEMENT TEXT
-//   key ELEMENT KEY           a key on an element ("key lstPlaylists Delete")
-//   drop ELEMENT PATH...      files dropped on an element (paths without blanks)
-//   pick CATEGORY [DATE]      runs the song picker for a slot at DATE ("YYYY-MM-DD HH:MM:SS",
+//   slide SLIDER VALUE        a slider moved by the operator ("slide
+//   frmAppSettings.sldrTrimThreshold 12") key ELEMENT KEY           a key on an element ("key
+//   lstPlaylists Delete") drop ELEMENT PATH...      files dropped on an element (paths without
+//   blanks) pick CATEGORY [DATE]      runs the song picker for a slot at DATE ("YYYY-MM-DD
+//   HH:MM:SS",
 //                             default now) and prints "picked PATH" or "picked <none>"
 //   answer TEXT               queues the answer of the next prompt
 //   rotation NAME CAT...      writes the rotation Rotations/NAME (".rot" added when missing) with

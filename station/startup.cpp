@@ -15,6 +15,7 @@
 #include "desk/console_layout.h"
 #include "desk/size_form_controls.h"
 #include "liveassist/sampler.h"
+#include "liveassist/settings_panel.h"
 #include "liveassist/speech.h"
 #include "liveassist/sweepers.h"
 #include "liveassist/voice_tracks.h"
@@ -64,29 +65,6 @@ void createFoldersAndLists(core::Console& c) {
 
 }  // namespace
 
-void readCrossfadeTime(core::Console& c) {
-    const std::string s = readIni(c, c.appSettingsPath(), "Crossfade", "time", "1.5");
-    float v = static_cast<float>(val(s));
-    // The crossfade is never zero: the early-start rule of the tick needs a window to fire in.
-    c.crossfadeTime = v == 0 ? 0.1f : v;
-}
-
-void readSilenceTime(core::Console& c) {
-    c.silenceTime =
-        static_cast<float>(val(readIni(c, c.appSettingsPath(), "Silence", "time", "1.5")));
-}
-
-std::int32_t readArtistSeperationTime(core::Console& c) {
-    c.artistSeperationTime =
-        static_cast<float>(val(readIni(c, c.appSettingsPath(), "ArtistSeperation", "Hours", "0")));
-    return cLng(c.artistSeperationTime);
-}
-
-void readAutoTrimValues(core::Console& c) {
-    c.autoTrim = readIni(c, c.appSettingsPath(), "AutoTrim", "Enabled", "0");
-    c.autoTrimThreshold = cLng(val(readIni(c, c.appSettingsPath(), "AutoTrim", "Threshold", "1")));
-}
-
 void Form_Load(core::Console& c) {
     c.loaded = true;
     try {
@@ -104,9 +82,9 @@ void Form_Load(core::Console& c) {
 
         setStatusText(c, "Loading Settings");
         logError(c, "TarnWave Starting Before loading settings");
-        readCrossfadeTime(c);
-        readSilenceTime(c);
-        readArtistSeperationTime(c);
+        liveassist::readCrossfadeTime(c);
+        liveassist::readSilenceTime(c);
+        liveassist::readArtistSeperationTime(c);
         c.formScale = 1.0f;
 
         m.lstRotation.columns = {"Sweeper", "Catagory"};
@@ -115,7 +93,7 @@ void Form_Load(core::Console& c) {
 
         desk::captionPass(c, false);
         createFoldersAndLists(c);
-        readAutoTrimValues(c);
+        liveassist::readAutoTrimValues(c);
         liveassist::loadSamples(c);
         liveassist::showSamples(c);
         liveassist::showVoiceTrackState(c);

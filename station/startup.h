@@ -17,9 +17,4 @@ void firstLoad(core::Console& c);
 // The console's unload event.
 void Form_Unload(core::Console& c);
 
-void readCrossfadeTime(core::Console& c);
-void readSilenceTime(core::Console& c);
-std::int32_t readArtistSeperationTime(core::Console& c);
-void readAutoTrimValues(core::Console& c);
-
 }  // namespace tw::station

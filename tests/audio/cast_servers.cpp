@@ -236,7 +236,15 @@ void Icecast::stop() {
 
 bool Icecast::restart() {
     stop();
-    return launch();
+    // The same port again: a server that gives up at once (its port not yet free on a busy
+    // machine) is given two more tries.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        if (launch()) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    }
+    return false;
 }
 
 bool Icecast::launch() {

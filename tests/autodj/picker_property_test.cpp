@@ -12,6 +12,7 @@
 
 #include "autodj/history.h"
 #include "autodj/picker.h"
+#include "liveassist/settings_panel.h"
 #include "station/startup.h"
 #include "tests/autodj/station_fixture.h"
 
@@ -60,7 +61,7 @@ TEST_F(PickerPropertyTest, SeededRotationBuildsKeepThePickersRules) {
     }
     open();
     core::writeIniValue(*console, console->appSettingsPath(), "ArtistSeperation", "Hours", "1");
-    ASSERT_EQ(station::readArtistSeperationTime(*console), 1);
+    ASSERT_EQ(liveassist::readArtistSeperationTime(*console), 1);
     const double separationMinutes = 60;
 
     int picks = 0, instant = 0, held = 0, fallback = 0, displaced = 0;

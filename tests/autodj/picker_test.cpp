@@ -11,6 +11,7 @@
 #include <set>
 
 #include "autodj/history.h"
+#include "liveassist/settings_panel.h"
 #include "station/startup.h"
 #include "tags/id3_tag.h"
 #include "tests/autodj/station_fixture.h"
@@ -42,7 +43,7 @@ class PickerTest : public StationFixture {
     void setSeparationHours(const std::string& hours) {
         core::writeIniValue(*console, console->appSettingsPath(), "ArtistSeperation", "Hours",
                             hours);
-        station::readArtistSeperationTime(*console);
+        liveassist::readArtistSeperationTime(*console);
     }
     // n tracks t00.mp3... in category "Rock", by the artists given in turn.
     std::vector<std::string> rock(int n, const std::vector<std::string>& artists) {

@@ -6,6 +6,7 @@
 
 #include "core/console_ops.h"
 #include "core/text.h"
+#include "desk/actions.h"
 #include "media/stream_time.h"
 #include "tests/testlib/console_fixture.h"
 
@@ -435,6 +436,47 @@ TEST_F(PositionMonitorTest, AFormScaleOfZeroIsRestoredByTheNextTick) {
     c().formScale = 0;
     tickOnce();
     EXPECT_FLOAT_EQ(c().formScale, 1.0f);
+}
+
+TEST_F(PositionMonitorTest, BothChannelsAtExactlyOneHundredLeaveTheMetersStill) {
+    auto& bars = c().form().picLevelBar;
+    engine.channel(c().mixerStream).level = (100u << 16) | 100u;
+    tickOnce();
+    EXPECT_TRUE(bars[0].drawing.empty());
+    EXPECT_TRUE(bars[1].drawing.empty());
+}
+
+TEST_F(PositionMonitorTest, APressOnALevelBarSetsBothPlayersVolumeAndMovesBothPointers) {
+    auto& bars = c().form().picLevelBar;
+    c().player1Stream = engine.addStream(60);
+    c().player2Stream = engine.addStream(60);
+    const double width = bars[0].scaleWidth();
+    ASSERT_GT(width, 20);
+    desk::press(c(), "picLevelBar(1)", desk::MouseButton::Left, width / 2 + 5);
+    EXPECT_EQ(bars[0].value, static_cast<int>(width / 2));
+    EXPECT_EQ(bars[1].value, static_cast<int>(width / 2));
+    const std::string volume =
+        std::to_string(static_cast<float>(static_cast<int>(width / 2) / width));
+    EXPECT_EQ(
+        engine.count("channelSetAttribute " + std::to_string(c().player1Stream) + " 2 " + volume),
+        1);
+    EXPECT_EQ(
+        engine.count("channelSetAttribute " + std::to_string(c().player2Stream) + " 2 " + volume),
+        1);
+    ASSERT_EQ(bars[0].drawing.fills.size(), 1u) << "the pointer";
+    engine.channel(c().mixerStream).level = (16384u << 16) | 16384u;
+    tickOnce();
+    EXPECT_EQ(bars[0].drawing.fills.size(), 2u) << "the meter and, over it, the pointer";
+}
+
+TEST_F(PositionMonitorTest, APressOutsideALevelBarOrWithTheRightButtonChangesNothing) {
+    auto& bars = c().form().picLevelBar;
+    c().player1Stream = engine.addStream(60);
+    desk::press(c(), "picLevelBar(0)", desk::MouseButton::Left, -1);
+    desk::press(c(), "picLevelBar(0)", desk::MouseButton::Left, bars[0].scaleWidth() + 1);
+    desk::press(c(), "picLevelBar(0)", desk::MouseButton::Right, 10);
+    EXPECT_EQ(engine.count("channelSetAttribute " + std::to_string(c().player1Stream)), 0);
+    EXPECT_TRUE(bars[0].drawing.empty());
 }
 
 TEST_F(PositionMonitorTest, WithoutAMixerTheWatchAndTheMetersRest) {

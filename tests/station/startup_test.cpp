@@ -6,6 +6,7 @@
 #include <regex>
 
 #include "core/console_ops.h"
+#include "liveassist/settings_panel.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::core {
@@ -98,16 +99,16 @@ TEST_F(StartupTest, CrossfadeOfZeroInTheFileRunsAsOneTenth) {
 TEST_F(StartupTest, CrossfadeThatIsNoNumberRunsAsOneTenth) {
     writeFile(dir / "appSettings.ini", "[Crossfade]\ntime=soft\n");
     Console& c = make();
-    readCrossfadeTime(c);
+    liveassist::readCrossfadeTime(c);
     EXPECT_FLOAT_EQ(c.crossfadeTime, 0.1f);
 }
 
 TEST_F(StartupTest, SettingsReadersTakeTheirKeysOrDefaults) {
     Console& c = make();
-    readCrossfadeTime(c);
-    readSilenceTime(c);
-    EXPECT_EQ(readArtistSeperationTime(c), 0);
-    readAutoTrimValues(c);
+    liveassist::readCrossfadeTime(c);
+    liveassist::readSilenceTime(c);
+    EXPECT_EQ(liveassist::readArtistSeperationTime(c), 0);
+    liveassist::readAutoTrimValues(c);
     EXPECT_FLOAT_EQ(c.crossfadeTime, 1.5f);
     EXPECT_FLOAT_EQ(c.silenceTime, 1.5f);
     EXPECT_FLOAT_EQ(c.artistSeperationTime, 0.0f);
@@ -118,9 +119,9 @@ TEST_F(StartupTest, SettingsReadersTakeTheirKeysOrDefaults) {
     writeFile(dir / "appSettings.ini",
               "[Silence]\ntime=0\n[ArtistSeperation]\nHours=2.5\n[AutoTrim]\nEnabled=1\n"
               "Threshold=30\n");
-    readSilenceTime(c);
-    EXPECT_EQ(readArtistSeperationTime(c), 2);  // halves to even
-    readAutoTrimValues(c);
+    liveassist::readSilenceTime(c);
+    EXPECT_EQ(liveassist::readArtistSeperationTime(c), 2);  // halves to even
+    liveassist::readAutoTrimValues(c);
     EXPECT_FLOAT_EQ(c.silenceTime, 0.0f);
     EXPECT_FLOAT_EQ(c.artistSeperationTime, 2.5f);
     EXPECT_EQ(c.autoTrim, "1");
