@@ -1,12 +1,15 @@
 #include "reporting/statistics.h"
 
+#include <atomic>
 #include <cmath>
+#include <memory>
 
 #include "autodj/history.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/paths.h"
 #include "core/text.h"
+#include "core/worker.h"
 #include "tags/id3_tag.h"
 
 namespace tw::reporting {
@@ -19,6 +22,74 @@ void paintButton(core::Console& c, const std::string& caption, const std::string
 
 std::string categoryFolder(core::Console& c, const std::string& category) {
     return c.AppFolder + "/Music/" + category;
+}
+
+}  // namespace
+
+// What the report's worker and the console thread share: the tracks are fixed before the start,
+// the titles are the worker's until its end.
+struct ReportState {
+    struct Track {
+        std::string category;
+        std::string path;
+    };
+    std::vector<Track> tracks;
+    std::vector<std::string> titles;  // by track
+    std::atomic<bool> progressQueued{false};
+};
+
+struct ReportJob {
+    std::unique_ptr<core::Worker> worker;
+    std::shared_ptr<ReportState> state;  // the report that runs, if any
+};
+
+namespace {
+
+// The worker's part: every track's title, read through a tag object of the job's own.
+void readTitles(core::Worker& w, ReportState& s) {
+    tags::clsID3 tag;
+    const std::size_t count = s.tracks.size();
+    for (std::size_t i = 0; i < count && !w.CancellationPending(); ++i) {
+        tag.filename(s.tracks[i].path);
+        s.titles[i] = tag.returnID3TitleOnly();
+        if (!s.progressQueued.exchange(true)) {
+            w.ReportProgress(static_cast<int>((i + 1) * 100 / count));
+        }
+    }
+}
+
+// The console thread's part, at the worker's end: the history of each title, the order, the
+// grid, and the progress of the rows on the button.
+void fillReport(core::Console& c) {
+    const std::shared_ptr<ReportState> s = std::move(c.reportJob->state);
+    auto& grid = c.ui.statistics.lstSongList;
+    try {
+        std::vector<ReportRow> rows;
+        rows.reserve(s->tracks.size());
+        for (std::size_t i = 0; i < s->tracks.size(); ++i) {
+            ReportRow r;
+            r.category = s->tracks[i].category;
+            r.trackName = s->titles[i];
+            r.playCount =
+                core::cLngText(autodj::readHistory(c, r.trackName, autodj::kPlayCount, "0"));
+            r.tuneOuts =
+                core::cLngText(autodj::readHistory(c, r.trackName, autodj::kTunedOut, "0"));
+            r.percentage = tuneOutPercentage(r.tuneOuts, r.playCount);
+            rows.push_back(std::move(r));
+        }
+        sortByPercentage(rows);
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const ReportRow& r = rows[i];
+            core::GridRow row;
+            row.cells = {r.category, r.trackName, std::to_string(r.playCount),
+                         std::to_string(r.tuneOuts), std::to_string(r.percentage)};
+            grid.rows.push_back(std::move(row));
+        }
+    } catch (const std::exception& e) {
+        core::logError(c,
+                       "Error in the statistics report: " + core::describeFailure(e).description);
+    }
+    paintButton(c, "Report", "Process");
 }
 
 }  // namespace
@@ -76,62 +147,56 @@ void lstCatagories_Click(core::Console& c, int row) {
 }
 
 void cmdRunReport_Click(core::Console& c) {
+    if (reportRunning(c)) {
+        return;  // one report at a time; its end paints the button back
+    }
     auto& f = c.ui.statistics;
     auto& grid = f.lstSongList;
     grid.rows.clear();
     grid.row = -1;
-    std::vector<ReportRow> rows;
+    auto state = std::make_shared<ReportState>();
     try {
-        std::vector<std::pair<std::string, std::vector<std::string>>> ticked;
-        std::size_t total = 0;
         for (const auto& item : f.lstCatagories.items) {
             if (!item.selected) {
                 continue;
             }
             f.flSongs.path = categoryFolder(c, item.text);
             core::refreshFileList(f.flSongs);
-            std::vector<std::string> files;
             for (const auto& file : f.flSongs.items) {
-                files.push_back(file.text);
+                state->tracks.push_back({item.text, f.flSongs.path + "/" + file.text});
             }
-            total += files.size();
-            ticked.emplace_back(item.text, std::move(files));
-        }
-        if (total == 0) {
-            return;
-        }
-        rows.reserve(total);
-        tags::clsID3 tag;  // a tag object of its own: the console's keeps what it holds
-        for (const auto& [category, files] : ticked) {
-            for (const auto& file : files) {
-                tag.filename(categoryFolder(c, category) + "/" + file);
-                ReportRow r;
-                r.category = category;
-                r.trackName = tag.returnID3TitleOnly();
-                r.playCount =
-                    core::cLngText(autodj::readHistory(c, r.trackName, autodj::kPlayCount, "0"));
-                r.tuneOuts =
-                    core::cLngText(autodj::readHistory(c, r.trackName, autodj::kTunedOut, "0"));
-                r.percentage = tuneOutPercentage(r.tuneOuts, r.playCount);
-                rows.push_back(std::move(r));
-            }
-        }
-        sortByPercentage(rows);
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            const ReportRow& r = rows[i];
-            core::GridRow row;
-            row.cells = {r.category, r.trackName, std::to_string(r.playCount),
-                         std::to_string(r.tuneOuts), std::to_string(r.percentage)};
-            grid.rows.push_back(std::move(row));
-            const auto percent = core::cLng(static_cast<double>(i + 1) / rows.size() * 100.0);
-            paintButton(c, std::to_string(percent) + "%", "");
-            core::yieldUi(c);
         }
     } catch (const std::exception& e) {
         core::logError(c,
                        "Error in the statistics report: " + core::describeFailure(e).description);
+        return;
     }
-    paintButton(c, "Report", "Process");
+    if (state->tracks.empty()) {
+        return;
+    }
+    state->titles.resize(state->tracks.size());
+    if (!c.reportJob) {
+        c.reportJob = std::make_shared<ReportJob>();
+        c.reportJob->worker = std::make_unique<core::Worker>(
+            *c.svc.loop, core::Worker::Events{
+                             [](core::Worker& w, const std::any& param) {
+                                 readTitles(w, *std::any_cast<std::shared_ptr<ReportState>>(param));
+                             },
+                             [&c](int percent) {
+                                 if (reportRunning(c)) {
+                                     c.reportJob->state->progressQueued.store(false);
+                                     paintButton(c, std::to_string(percent) + "%", "");
+                                 }
+                             },
+                             [&c] { fillReport(c); }});
+    }
+    c.reportJob->state = state;
+    paintButton(c, "0%", "");
+    c.reportJob->worker->StartWorkAsync(state);
+}
+
+bool reportRunning(const core::Console& c) {
+    return c.reportJob && c.reportJob->state;
 }
 
 }  // namespace tw::reporting

@@ -4,7 +4,11 @@
 // first, so that the tracks that drive listeners away stand at the end. It reads played.ini and
 // the tags and writes no file of its own.
 //
-// Thread contract: console thread only.
+// The tags are read on the report's worker, so that a report of thousands of tracks never holds
+// the console thread; the history, the order and the grid follow on the console thread when the
+// worker ends. The button shows the share of the tags read.
+//
+// Thread contract: console thread only; the worker touches only the report's own list.
 
 #include <cstdint>
 #include <string>
@@ -36,6 +40,9 @@ void showCatagoryList(core::Console& c);
 // A click on a row of lstCatagories toggles its tick.
 void lstCatagories_Click(core::Console& c, int row);
 // cmdRunReport: the report of the ticked categories into lstSongList, the progress on the button.
+// A press while a report runs is ignored.
 void cmdRunReport_Click(core::Console& c);
+// True from the press until the report stands in the grid.
+bool reportRunning(const core::Console& c);
 
 }  // namespace tw::reporting

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "desk/actions.h"
+#include "reporting/statistics.h"
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
@@ -277,21 +278,18 @@ void StatisticsWindow::paintReport(QPainter& p) {
 }
 
 void StatisticsWindow::runReport() {
-    // The report yields to the event loop between rows: a second press meanwhile would start it
-    // again inside itself.
-    if (running_) {
+    // The report reads its tags on a worker; a second press before its end is not taken.
+    if (reporting::reportRunning(console_)) {
         return;
     }
-    running_ = true;
     desk::press(console_, kReportName);
-    running_ = false;
     firstRow_ = 0;
     follow();
     update();
 }
 
 void StatisticsWindow::mousePressEvent(QMouseEvent* event) {
-    if (event->button() != Qt::LeftButton || running_) {
+    if (event->button() != Qt::LeftButton || reporting::reportRunning(console_)) {
         QWidget::mousePressEvent(event);
         return;
     }

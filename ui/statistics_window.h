@@ -57,7 +57,6 @@ class StatisticsWindow final : public QWidget {
     std::unique_ptr<VisibleBeat> beat_;  // follows while the console window is shown
     int firstItem_ = 0;                  // the first category the list shows
     int firstRow_ = 0;                   // the first report row the grid shows
-    bool running_ = false;               // the report is running: presses wait for its end
     std::size_t lastLook_ = 0;           // fingerprint of the form as last painted
 };
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "desk/actions.h"
 #include "tests/autodj/station_fixture.h"
 
@@ -35,6 +38,13 @@ class StatisticsTest : public test::StationFixture {
     }
     std::vector<std::vector<std::string>> report() {
         EXPECT_TRUE(desk::press(*console, "frmStatistics.cmdRunReport"));
+        // The tags are read on the report's worker; its end, an event, fills the grid.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (reporting::reportRunning(*console) && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            loop.processPending();
+        }
+        EXPECT_FALSE(reporting::reportRunning(*console));
         std::vector<std::vector<std::string>> out;
         for (const auto& r : form().lstSongList.rows) {
             out.push_back(r.cells);
@@ -99,6 +109,29 @@ TEST_F(StatisticsTest, TheExchangeSortKeepsTiesInTheirOrder) {
         order += r.trackName;
     }
     EXPECT_EQ(order, "ywxz");
+}
+
+TEST_F(StatisticsTest, TheTagsAreReadOffTheConsoleThreadAndASecondPressWaitsForTheEnd) {
+    desk::press(*console, "cmdViewStatistics");
+    tick("Rock");
+    desk::press(*console, "frmStatistics.cmdRunReport");
+    EXPECT_TRUE(reporting::reportRunning(*console)) << "the press returns before the tags";
+    EXPECT_TRUE(form().lstSongList.rows.empty());
+    desk::press(*console, "frmStatistics.cmdRunReport");  // not taken while one runs
+    const auto rows = report();
+    EXPECT_EQ(rows.size(), 2u);
+    EXPECT_EQ(form().cmdRunReport.caption, "Report");
+    EXPECT_EQ(form().cmdRunReport.caption2, "Process");
+}
+
+TEST_F(StatisticsTest, AConsoleClosedDuringAReportLeavesNothingBehind) {
+    desk::press(*console, "cmdViewStatistics");
+    tick("Rock");
+    tick("Pop");
+    desk::press(*console, "frmStatistics.cmdRunReport");
+    console.reset();
+    loop.processPending();
+    SUCCEED();
 }
 
 }  // namespace

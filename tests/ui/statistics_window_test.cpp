@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "desk/actions.h"
+#include "reporting/statistics.h"
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/no_audio_engine.h"
@@ -133,6 +134,14 @@ class StatisticsWindowTest : public ::testing::Test {
         return height;
     }
     QPoint reportButtonPoint() { return rectOf(form().cmdRunReport).center(); }
+    // A press on Report, then the events until the report's worker has ended and the window
+    // has followed.
+    void pressReport() {
+        QTest::mouseClick(&window(), Qt::LeftButton, {}, reportButtonPoint());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !reporting::reportRunning(c()); }, 10000));
+        QCoreApplication::processEvents();
+        window().follow();
+    }
     Rows reportRows() {
         Rows rows;
         for (const auto& r : form().lstSongList.rows) {
@@ -208,12 +217,12 @@ TEST_F(StatisticsWindowTest, APressOnReportFillsTheGridWithTheTickedCategory) {
     EXPECT_EQ(form().cmdRunReport.caption, "Report");
     // Nothing ticked: the report is empty and so is the grid.
     const QImage empty = window().grab().toImage();
-    QTest::mouseClick(&window(), Qt::LeftButton, {}, reportButtonPoint());
+    pressReport();
     EXPECT_TRUE(reportRows().empty());
 
     QTest::mouseClick(&window(), Qt::LeftButton, {}, categoryPoint(categoryNamed("Rock")));
     const QImage ticked = window().grab().toImage();
-    QTest::mouseClick(&window(), Qt::LeftButton, {}, reportButtonPoint());
+    pressReport();
     EXPECT_EQ(reportRows(), (Rows{{"Rock", "Toto - Africa", "0", "0", "0"},
                                   {"Rock", "Queen - Bicycle", "4", "1", "25"}}));
     EXPECT_EQ(form().cmdRunReport.caption, "Report");  // the progress is painted back
@@ -224,7 +233,7 @@ TEST_F(StatisticsWindowTest, APressOnReportFillsTheGridWithTheTickedCategory) {
 
     // Pop as well: its track joins, the highest percentage last.
     QTest::mouseClick(&window(), Qt::LeftButton, {}, categoryPoint(categoryNamed("Pop")));
-    QTest::mouseClick(&window(), Qt::LeftButton, {}, reportButtonPoint());
+    pressReport();
     ASSERT_EQ(reportRows().size(), 3u);
     EXPECT_EQ(reportRows()[2],
               (std::vector<std::string>{"Pop", "Abba - Waterloo", "2", "3", "150"}));
@@ -277,7 +286,7 @@ TEST_F(StatisticsWindowTest, RenderedAtTheDesignSizeAndAtOneAndAHalfTimesEveryth
     openStatistics();
     QTest::mouseClick(&window(), Qt::LeftButton, {}, categoryPoint(categoryNamed("Rock")));
     QTest::mouseClick(&window(), Qt::LeftButton, {}, categoryPoint(categoryNamed("Pop")));
-    QTest::mouseClick(&window(), Qt::LeftButton, {}, reportButtonPoint());
+    pressReport();
     ASSERT_EQ(reportRows().size(), 3u);
 
     const QSize design = StatisticsWindow::designSize();
@@ -312,7 +321,7 @@ TEST_F(StatisticsWindowTest, RenderedAtTheDesignSizeAndAtOneAndAHalfTimesEveryth
     QTest::mouseClick(&window(), Qt::LeftButton, {}, categoryPoint(categoryNamed("Rock")));
     EXPECT_FALSE(
         form().lstCatagories.items[static_cast<std::size_t>(categoryNamed("Rock"))].selected);
-    QTest::mouseClick(&window(), Qt::LeftButton, {}, reportButtonPoint());
+    pressReport();
     EXPECT_EQ(reportRows(), (Rows{{"Pop", "Abba - Waterloo", "2", "3", "150"}}));
 }
 
