@@ -35,6 +35,7 @@ void describeSettingsForm(SettingsForm& s) {
     s.cmdViewPlayedLog.caption = "View Played Log";
     s.cmdResetPlayed.caption = "Reset Play Times";
     s.frmMicrophone.caption = "Select Microphone or Sound Input Card";
+    s.cmdRefreshMicList.caption = "Refresh";
     for (Element& box : s.txtCrossfadeSeconds) {
         box.backColor = 0xFFFFFF;
     }

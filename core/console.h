@@ -36,6 +36,9 @@ struct CastState;
 namespace tw::media {
 class WaveformCache;
 }
+namespace tw::reporting {
+struct ReportJob;
+}
 namespace tw::liveassist {
 class SpeechVoice;
 struct SampleBank;
@@ -172,6 +175,8 @@ class Console {
     std::shared_ptr<autodj::LibraryState> library;
     // The import and the recount on their workers; made at their first use.
     std::shared_ptr<autodj::LibraryJobs> libraryJobs;
+    // The statistics report's worker; made at the first report.
+    std::shared_ptr<reporting::ReportJob> reportJob;
     // The encoder profiles, the cast session's connects and the listener figures' memory.
     std::shared_ptr<broadcast::CastState> cast;
     // The details panel's track pictures, measured off the console thread.

@@ -1,7 +1,7 @@
 #pragma once
 // The console as the program runs it: the system clock, the settings store, Qt's event loop and
-// dialogs, the desktop trash and the engine it is handed, the Console on them, and its window.
-// The program and the Qt tests build the same thing through here.
+// dialogs, the desktop trash (or the trash it is handed) and the engine it is handed, the Console
+// on them, and its windows. The program and the Qt tests build the same thing through here.
 //
 // Thread contract: console thread only; a QApplication must exist for the whole life of a
 // station.
@@ -18,6 +18,7 @@
 #include "ui/qt_event_loop.h"
 #include "ui/qt_prompter.h"
 #include "ui/schedule_window.h"
+#include "ui/settings_window.h"
 #include "ui/statistics_window.h"
 #include "ui/status_window.h"
 #include "ui/surface_widget.h"
@@ -26,7 +27,9 @@ namespace tw::ui {
 
 class QtStation {
   public:
-    QtStation(std::string folder, std::unique_ptr<audio::Engine> engine);
+    // With no trash given, what the operator deletes goes to the desktop's trash.
+    QtStation(std::string folder, std::unique_ptr<audio::Engine> engine,
+              std::unique_ptr<core::Trash> trash = nullptr);
     // Unloads the console first if it was loaded and not unloaded.
     ~QtStation();
     QtStation(const QtStation&) = delete;
@@ -44,6 +47,8 @@ class QtStation {
     CastWindow& castWindow() { return *cast_; }
     ScheduleWindow& scheduleWindow() { return *schedule_; }
     StatisticsWindow& statisticsWindow() { return *statistics_; }
+    SettingsWindow& settingsWindow() { return *settingsWindow_; }
+    QtPrompter& prompter() { return prompter_; }
     QtEventLoop& loop() { return loop_; }
     core::SettingsStore& settings() { return settings_; }
 
@@ -54,13 +59,14 @@ class QtStation {
     core::SettingsStore settings_;
     QtEventLoop loop_;
     QtPrompter prompter_;
-    core::DesktopTrash trash_;
+    std::unique_ptr<core::Trash> trash_;
     std::unique_ptr<audio::Engine> engine_;
     std::unique_ptr<core::Console> console_;
     std::unique_ptr<SurfaceWidget> window_;
     std::unique_ptr<CastWindow> cast_;
     std::unique_ptr<ScheduleWindow> schedule_;
     std::unique_ptr<StatisticsWindow> statistics_;
+    std::unique_ptr<SettingsWindow> settingsWindow_;
     std::unique_ptr<StatusWindow> status_;
 };
 
