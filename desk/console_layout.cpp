@@ -184,6 +184,7 @@ void captionPass(core::Console& c, bool resized) {
     core::printOnButton(m.cmdMoreInfo, ImageRole::Gray, "More Info");
     core::printOnButton(m.cmdAddPlayList, ImageRole::Plus, "");
     core::printOnButton(m.cmdSearch, ImageRole::Gray, "Search");
+    core::printOnButton(m.pctAddSongs, ImageRole::Gray, "Add Tracks");
     core::printOnButton(m.cmdSkipNow, ImageRole::Blue, "NEXT");
     core::printOnButton(m.cmdSettings, ImageRole::Settings, "Settings", "Broadcast");
     core::printOnButton(m.cmdLoadPlaylist, ImageRole::Gray, "Load Playlist");

@@ -98,7 +98,7 @@ void drawPreviewBar(core::Console& c) {
 namespace {
 
 constexpr double kPointerHalf = 5;  // the pointer is ten pixels wide, centred on the press
-constexpr std::uint32_t kPointerColor = 0xFFFFFE;  // white, told apart from the meter's fills
+constexpr std::uint32_t kPointerColor = 0x202020;  // dark gray: seen on the meter and off it
 constexpr auto kPointerTag = "pointer";
 
 // A thin mark at the pointer's middle, once the operator has set a volume on the bars.
@@ -107,7 +107,7 @@ void drawVolumePointer(Element& bar) {
         return;
     }
     bar.drawing.fills.push_back(
-        {bar.value + kPointerHalf - 1, 0, 2, bar.scaleHeight(), ImageRole::None, kPointerColor});
+        {bar.value + kPointerHalf - 1.5, 0, 3, bar.scaleHeight(), ImageRole::None, kPointerColor});
 }
 
 }  // namespace

@@ -85,6 +85,14 @@ TEST_F(LibraryJobsTest, ImportCopiesTheTracksIntoTheChosenCategoryWithProgressAn
     EXPECT_TRUE(c.library->titleHints.empty()) << "the titles read ahead are used once";
 }
 
+TEST_F(LibraryJobsTest, AfterAnImportTheRecountLeavesTheStatusWindowOpenAsCalculateDoes) {
+    auto& c = station();
+    autodj::importFiles(c, {outside("a.mp3")});
+    settle();
+    EXPECT_TRUE(c.ui.status.frmStatus.visible) << "its owner, the operator, closes it";
+    EXPECT_EQ(c.ui.status.lblProgress.caption, "Playlist: Rock Track Number: 1");
+}
+
 TEST_F(LibraryJobsTest, CapitalMp3IsAccepted) {
     auto& c = station();
     autodj::importFiles(c, {outside("LOUD.MP3")});
