@@ -139,6 +139,15 @@ void ScheduleWindow::paintEvent(QPaintEvent*) {
     core::Element picture = f.pctSchedule;
     const QRectF grid = gridArea();
     picture.rect = {grid.left(), grid.top(), grid.width(), grid.height()};
+    // Every line printed on the grid starts at the left edge of its cell. A list's name is
+    // mostly wider than a cell and would run over the cells after it: it is shortened to the
+    // cell's width, and the cell's tip gives it whole.
+    for (core::PrintedText& t : picture.drawing.texts) {
+        t.text = QFontMetricsF(consoleFont(t.fontSize, t.bold))
+                     .elidedText(QString::fromStdString(t.text), Qt::ElideRight,
+                                 autodj::kScheduleCellSize)
+                     .toStdString();
+    }
     paintElement(p, picture);
     // The days in the margin left of the first hour, so the operator knows which row is which.
     const QFont font = consoleFont(8, false);
@@ -179,9 +188,11 @@ void ScheduleWindow::paintList(QPainter& p) {
             paintImageRole(p, icon, role);
         }
         p.setPen(chosen ? QColor(Qt::white) : consoleColor(list.foreColor));
-        p.drawText(line.adjusted(icon.width() + 8, 0, -2, 0),
-                   Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                   QString::fromStdString(item.text));
+        // A name wider than the box ends in an ellipsis rather than at the box's edge.
+        const QRectF room = line.adjusted(icon.width() + 8, 0, -2, 0);
+        p.drawText(room, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                   QFontMetricsF(p.font()).elidedText(QString::fromStdString(item.text),
+                                                      Qt::ElideRight, room.width()));
     }
     p.restore();
 }

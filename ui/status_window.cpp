@@ -1,5 +1,6 @@
 #include "ui/status_window.h"
 
+#include <QFontMetricsF>
 #include <QPainter>
 
 #include "ui/console_colors.h"
@@ -44,7 +45,15 @@ void StatusWindow::paintEvent(QPaintEvent*) {
     core::StatusForm& f = console_.ui.status;
     p.fillRect(rect(), consoleColor(f.frmStatus.backColor));
     p.setRenderHint(QPainter::TextAntialiasing);
-    for (const core::Element* e : {&f.lblProgress, &f.pctStatus}) {
+    // The text has one line of a window that does not grow, and the jobs put whole paths in
+    // it: one longer than the line is shortened in its middle, which keeps both what is being
+    // done and the end of the file's name in sight instead of wrapping onto a line cut in half.
+    core::Element label = f.lblProgress;
+    label.caption =
+        QFontMetricsF(consoleFont(label.fontSize, label.fontBold))
+            .elidedText(QString::fromStdString(label.caption), Qt::ElideMiddle, label.rect.width)
+            .toStdString();
+    for (const core::Element* e : {&label, &f.pctStatus}) {
         if (e->visible && e->rect.width > 0 && e->rect.height > 0) {
             paintElement(p, *e);
         }

@@ -1,5 +1,6 @@
 // The "Shoutcast/Icecast Server Settings" window on the offscreen platform: opened from the
-// console's button, drawn with its controls, edited and saved by the operator's hands.
+// console's button, drawn with its controls, edited and saved by the operator's hands, and
+// rendered to PNG at its size and at 150 % with every element and text inside its place.
 
 #include "ui/cast_window.h"
 
@@ -10,13 +11,19 @@
 #include <QLineEdit>
 #include <QTest>
 #include <QToolTip>
+#include <string>
+#include <vector>
 
 #include "audio/null_engine.h"
 #include "broadcast/cast_state.h"
 #include "core/console_ops.h"
+#include "desk/actions.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/element_fit.h"
 #include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
+#include "tests/ui/window_snapshot.h"
+#include "ui/console_colors.h"
 #include "ui/qt_station.h"
 
 namespace tw::ui {
@@ -25,6 +32,92 @@ namespace {
 QPoint centre(const core::Element& e) {
     return QPoint(static_cast<int>(e.rect.left + e.rect.width / 2),
                   static_cast<int>(e.rect.top + e.rect.height / 2));
+}
+
+using core::Element;
+using core::ElementKind;
+
+// What is wrong with the places of the form's shown elements in a window of this size: outside
+// it, empty, on top of one another, across the edge of the server frame or under its caption.
+// Empty when nothing is.
+std::vector<std::string> layoutFaults(core::CastForm& f, const QSize& size) {
+    const QRectF window(QPointF(0, 0), size);
+    std::vector<std::string> faults;
+    std::vector<const Element*> controls;
+    for (const Element* e : f.all()) {
+        if (e->kind == ElementKind::Form || !e->visible) {
+            continue;
+        }
+        const QRectF r = test::placeOf(*e);
+        if (r.isEmpty()) {
+            faults.push_back(e->name + " has no size");
+        } else if (!window.contains(r)) {
+            faults.push_back(e->name + " lies outside the window");
+        }
+        if (e->kind != ElementKind::Frame) {
+            controls.push_back(e);
+        }
+    }
+    const QRectF frame = test::placeOf(f.frameServer);
+    const QRectF caption = test::frameCaptionPlace(f.frameServer);
+    if (!window.contains(caption)) {
+        faults.push_back("the caption of frameServer lies outside the window");
+    }
+    for (std::size_t i = 0; i < controls.size(); ++i) {
+        const Element& a = *controls[i];
+        const QRectF r = test::placeOf(a);
+        if (r.intersects(frame) && !frame.adjusted(1, 1, -1, -1).contains(r)) {
+            faults.push_back(a.name + " crosses the edge of frameServer");
+        }
+        if (r.intersects(caption)) {
+            faults.push_back(a.name + " lies under the caption of frameServer");
+        }
+        for (std::size_t j = i + 1; j < controls.size(); ++j) {
+            if (r.intersects(test::placeOf(*controls[j]))) {
+                faults.push_back(a.name + " overlaps " + controls[j]->name);
+            }
+        }
+    }
+    return faults;
+}
+
+// The texts of the form's shown elements that do not fit their places.
+std::vector<std::string> clippedTexts(core::CastForm& f) {
+    std::vector<std::string> clipped;
+    for (const Element* e : f.all()) {
+        if (e->kind != ElementKind::Form && e->visible) {
+            for (std::string& text : test::clippedTexts(*e)) {
+                clipped.push_back(std::move(text));
+            }
+        }
+    }
+    return clipped;
+}
+
+// The element as the window draws it: the password as one bullet a character.
+Element asDrawn(const core::CastForm& f, const Element& e) {
+    Element drawn = e;
+    if (&e == &f.txtPassword) {
+        drawn.text.clear();
+        for (qsizetype i = 0; i < QString::fromStdString(e.text).size(); ++i) {
+            drawn.text += "\u2022";
+        }
+    }
+    return drawn;
+}
+
+// The shown elements, frames aside, on which a snapshot of the window shows anything but what
+// the element alone draws: something else over it, the fixed labels included.
+std::vector<std::string> coveredElements(core::CastForm& f, const QImage& shown) {
+    std::vector<std::string> covered;
+    const QColor back = ui::consoleColor(f.frmCast.backColor);
+    for (const Element* e : f.all()) {
+        if (e->kind != ElementKind::Form && e->kind != ElementKind::Frame && e->visible &&
+            test::pixelsNotItsOwn(shown, asDrawn(f, *e), back) > 0) {
+            covered.push_back(e->name);
+        }
+    }
+    return covered;
 }
 
 class CastWindowTest : public ::testing::Test {
@@ -121,6 +214,92 @@ TEST_F(CastWindowTest, TheCloseBoxClosesAsTheCloseButtonDoes) {
     cast().close();
     EXPECT_FALSE(c().ui.cast.frmCast.visible);
     EXPECT_FALSE(cast().isVisible());
+}
+
+TEST_F(CastWindowTest, RenderedAtTheDesignSizeAndAtOneAndAHalfTimesNothingIsClipped) {
+    openForm();
+    auto& f = c().ui.cast;
+    // Encoder 2, whose switch is shown, on every type of server, each showing its own fields.
+    ASSERT_TRUE(desk::press(c(), "frmCast.cmdEncoders(1)"));
+    ASSERT_TRUE(f.chkEnableEncoder.visible);
+    const QSize design(560, 470);
+    for (int type = 0; type < f.cmboServerType.listCount(); ++type) {
+        ASSERT_TRUE(desk::select(c(), "frmCast.cmboServerType", type));
+        cast().follow();
+        ASSERT_EQ(cast().size(), design);
+        const std::string state = f.cmboServerType.text;
+        for (const std::string& fault : layoutFaults(f, design)) {
+            ADD_FAILURE() << state << ": " << fault;
+        }
+        for (const std::string& text : clippedTexts(f)) {
+            ADD_FAILURE() << state << ", clipped: " << text;
+        }
+        for (const std::string& name : coveredElements(f, test::snapshot(cast(), 1))) {
+            ADD_FAILURE() << state << ": something is drawn over " << name;
+        }
+    }
+
+    // Filled in as a station fills it in, with the station ID and the kick button shown.
+    ASSERT_TRUE(desk::select(c(), "frmCast.cmboServerType", 2));
+    ASSERT_TRUE(f.txtStationID.visible);
+    ASSERT_TRUE(f.cmdKickSource.visible);
+    for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
+             {"txtServer", "stream.tarnvalleyradio.example.org"},
+             {"txtPortNumber", "8000"},
+             {"txtStationID", "1"},
+             {"txtPassword", "hackme-2024"},
+             {"txtName", "Tarn Valley Radio"},
+             {"txtURL", "https://www.tarnvalleyradio.example.org"},
+             {"txtGenre", "Pop Rock Oldies"},
+             {"txtDescription", "Music and talk from the valley, around the clock"}}) {
+        ASSERT_TRUE(desk::type(c(), "frmCast." + name, text));
+    }
+    ASSERT_TRUE(desk::select(c(), "frmCast.cmbBitrate", 8));
+    ASSERT_TRUE(desk::press(c(), "frmCast.chkReconnect"));
+    cast().follow();
+    ASSERT_EQ(f.cmbBitrate.text, "128");
+    for (const std::string& fault : layoutFaults(f, design)) {
+        ADD_FAILURE() << "filled in: " << fault;
+    }
+    for (const std::string& text : clippedTexts(f)) {
+        ADD_FAILURE() << "filled in, clipped: " << text;
+    }
+    const QColor back = ui::consoleColor(f.frmCast.backColor);
+    for (const double scale : {1.0, 1.5}) {
+        const QImage shown = test::snapshot(cast(), scale);
+        ASSERT_EQ(shown.size(), design * scale);
+        for (const std::string& name : coveredElements(f, shown)) {
+            ADD_FAILURE() << "at " << scale * 100 << " %: something is drawn over " << name;
+        }
+        // Nothing runs into the window's edge, the fixed labels included.
+        EXPECT_EQ(test::inkOnTheEdge(shown, static_cast<int>(4 * scale), back), 0)
+            << "at " << scale * 100 << " %";
+        EXPECT_EQ(test::savePng(shown, "cast").size(), design * scale);
+    }
+}
+
+TEST_F(CastWindowTest, TheChecksFindAFieldUnderALabelAndACaptionTooLongForItsButton) {
+    openForm();
+    auto& f = c().ui.cast;
+    ASSERT_TRUE(desk::select(c(), "frmCast.cmboServerType", 2));
+    cast().follow();
+    const QSize design(560, 470);
+    ASSERT_TRUE(layoutFaults(f, design).empty());
+    ASSERT_TRUE(clippedTexts(f).empty());
+    ASSERT_TRUE(coveredElements(f, test::snapshot(cast(), 1)).empty());
+
+    f.btnStart.caption = "Start Streaming To Every Listener Of The Station";
+    EXPECT_EQ(clippedTexts(f), std::vector<std::string>{"btnStart: " + f.btnStart.caption});
+    f.btnStart.caption = "Start";
+    // The port box moved left under its fixed label "Port Number:".
+    f.txtPortNumber.rect.left = 30;
+    EXPECT_EQ(coveredElements(f, test::snapshot(cast(), 1.5)),
+              std::vector<std::string>{"txtPortNumber"});
+    f.txtPortNumber.rect.left = 160;
+    EXPECT_EQ(layoutFaults(f, design), std::vector<std::string>{"txtPortNumber overlaps lblSid"});
+    f.txtPortNumber.rect.left = 120;
+    f.cmdSave.rect.top = 450;
+    EXPECT_EQ(layoutFaults(f, design), std::vector<std::string>{"cmdSave lies outside the window"});
 }
 
 }  // namespace

@@ -7,12 +7,19 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QTest>
 #include <QTimer>
 #include <fstream>
 #include <functional>
+#include <memory>
+#include <string>
 
+#include "desk/actions.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
+#include "tests/ui/window_snapshot.h"
+#include "ui/qt_station.h"
 
 namespace tw::ui {
 namespace {
@@ -145,6 +152,59 @@ TEST_F(QtPrompterTest, AFileThatCannotBeReadSaysSoInTheWindow) {
     auto* viewer = qobject_cast<QPlainTextEdit*>(prompter.ownViewer());
     ASSERT_NE(viewer, nullptr);
     EXPECT_TRUE(viewer->toPlainText().startsWith("This file cannot be read: "));
+    viewer->close();
+}
+
+// The log viewer of our own as the operator opens it on a desktop with no program for logs: the
+// settings window's button for the play log.
+class LogViewerTest : public ::testing::Test {
+  protected:
+    LogViewerTest() {
+        std::string log;
+        for (int i = 0; i < 60; ++i) {
+            log += "Artist " + std::to_string(i) + " - Title " + std::to_string(i) +
+                   ",11/25/2024 " + std::to_string(1 + i / 6) + ":" +
+                   std::to_string(10 + i % 6 * 8) + ":05 PM\n";
+        }
+        log +=
+            "The Last Band - A Track With A Title Long Enough To Run Past The Window's Right "
+            "Edge When It Is Shown Unwrapped,11/25/2024 11:58:05 PM\n";
+        test::writeFile(dir / "Played.log", log);
+        station = std::make_unique<QtStation>(dir.str(), std::make_unique<test::NoAudioEngine>());
+        station->prompter().setDesktopOpener([](const QUrl&) { return false; });
+    }
+    // Whether the end of the log, where the cursor stands, is in sight.
+    static bool endInSight(QPlainTextEdit& viewer) {
+        return viewer.viewport()->rect().contains(viewer.cursorRect());
+    }
+
+    test::QtApp qt;
+    test::TempDir dir;
+    std::unique_ptr<QtStation> station;
+};
+
+TEST_F(LogViewerTest, ShownAtItsSizeAndAtOneAndAHalfTimesWithTheEndOfTheLogInSight) {
+    station->load();
+    station->window().show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&station->window()));
+    ASSERT_TRUE(desk::press(station->console(), "cmdProgramSettings"));
+    ASSERT_TRUE(desk::press(station->console(), "frmAppSettings.cmdViewPlayedLog"));
+    auto* viewer = qobject_cast<QPlainTextEdit*>(station->prompter().ownViewer());
+    ASSERT_NE(viewer, nullptr);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(viewer));
+    EXPECT_TRUE(viewer->isVisible());
+    EXPECT_TRUE(viewer->windowTitle().startsWith("Played.log - "));
+    EXPECT_TRUE(viewer->toPlainText().endsWith("11/25/2024 11:58:05 PM\n"));
+
+    const QSize size(760, 520);
+    ASSERT_EQ(viewer->size(), size);
+    EXPECT_TRUE(endInSight(*viewer));
+    EXPECT_EQ(test::savePng(viewer->grab().toImage(), "log-viewer").size(), size);
+    viewer->resize(size * 3 / 2);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(viewer->size(), size * 3 / 2);
+    EXPECT_TRUE(endInSight(*viewer));
+    EXPECT_EQ(test::savePng(viewer->grab().toImage(), "log-viewer").size(), size * 3 / 2);
     viewer->close();
 }
 

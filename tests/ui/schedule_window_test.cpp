@@ -1,12 +1,14 @@
 // The "Rotation Scheduler" window on the offscreen platform: opened from the console's button,
 // its week grid painted by presses, drags and items carried from its list, written to
-// rotationSchedule.ini, and drawn green where a list is scheduled and red where none is.
+// rotationSchedule.ini, drawn green where a list is scheduled and red where none is, and rendered
+// to PNG at its size and at 150 % with every name inside its cell and its list.
 
 #include "ui/schedule_window.h"
 
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QFontMetricsF>
 #include <QImage>
 #include <QMouseEvent>
 #include <QTest>
@@ -18,12 +20,16 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "autodj/schedule.h"
 #include "desk/actions.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
+#include "tests/ui/window_snapshot.h"
+#include "ui/console_colors.h"
+#include "ui/element_painter.h"
 #include "ui/qt_station.h"
 
 namespace tw::ui {
@@ -64,6 +70,107 @@ QPoint cellCornerPoint(int hour, int day) {
     return ScheduleWindow::windowPoint(
                QPointF(autodj::scheduleCellLeft(hour) + 3, autodj::scheduleCellTop(day) + 3))
         .toPoint();
+}
+
+QRectF cellOf(int hour, int day) {
+    return QRectF(autodj::scheduleCellLeft(hour), autodj::scheduleCellTop(day),
+                  autodj::kScheduleCellSize, autodj::kScheduleCellSize);
+}
+
+// What lies outside where it belongs in a window of this size: the list or the grid outside the
+// window or over each other, a cell of the grid outside it. Empty when nothing does.
+std::vector<std::string> layoutFaults(const core::Element& grid, const QSize& size) {
+    std::vector<std::string> faults;
+    const QRectF window(QPointF(0, 0), size);
+    const QRectF list = ScheduleWindow::listArea();
+    const QRectF area = ScheduleWindow::gridArea();
+    if (!window.contains(list)) {
+        faults.push_back("the list lies outside the window");
+    }
+    if (!window.contains(area)) {
+        faults.push_back("the grid lies outside the window");
+    }
+    if (list.intersects(area)) {
+        faults.push_back("the list overlaps the grid");
+    }
+    // Clear of the grid's one-pixel border.
+    const QRectF inside(1, 1, area.width() - 2, area.height() - 2);
+    for (const core::Fill& f : grid.drawing.fills) {
+        if (!inside.contains(QRectF(f.x, f.y, f.width, f.height))) {
+            faults.push_back("a cell at " + std::to_string(static_cast<int>(f.x)) + ", " +
+                             std::to_string(static_cast<int>(f.y)) + " lies outside the grid");
+        }
+    }
+    return faults;
+}
+
+// The lines printed on the grid, and the day names beside it, that do not fit their place: an
+// hour's number over its column and clear of every cell, a list's name within its cell's
+// height (its width is the window's to fit), a day in the margin left of the first hour.
+std::vector<std::string> clippedGridTexts(const core::Element& grid) {
+    std::vector<std::string> clipped;
+    for (const core::PrintedText& t : grid.drawing.texts) {
+        const QFontMetricsF m(ui::consoleFont(t.fontSize, t.bold));
+        const QRectF line(t.x, t.y, m.horizontalAdvance(QString::fromStdString(t.text)),
+                          m.height());
+        const autodj::ScheduleCell cell = autodj::scheduleCellAt(t.x, t.y + m.height() / 2);
+        const QRectF own = cellOf(cell.hour, cell.day);
+        bool fits = line.left() >= own.left() && line.top() >= 0;
+        if (line.top() < own.top()) {
+            // Above the cells of its row: the hour's number.
+            fits = fits && line.right() <= own.right() && line.bottom() <= own.top();
+            for (const core::Fill& f : grid.drawing.fills) {
+                fits = fits && !line.intersects(QRectF(f.x, f.y, f.width, f.height));
+            }
+        } else {
+            fits = fits && line.bottom() <= own.bottom();
+        }
+        if (!fits) {
+            clipped.push_back(t.text);
+        }
+    }
+    const QFontMetricsF m(ui::consoleFont(8, false));
+    for (const char* day : {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"}) {
+        if (4 + m.horizontalAdvance(day) > autodj::scheduleCellLeft(1) - 2) {
+            clipped.push_back(day);
+        }
+    }
+    return clipped;
+}
+
+// The names on the grid that run over the cell after their own (after the last hour, over the
+// grid's margin and edge) in the window drawn at a scale: taken away, that cell looks otherwise.
+std::vector<std::string> namesRunOver(ScheduleWindow& window, core::Element& grid, double scale) {
+    std::vector<std::string> over;
+    const QImage shown = test::snapshot(window, scale);
+    for (std::size_t i = 0; i < grid.drawing.texts.size(); ++i) {
+        const core::PrintedText t = grid.drawing.texts[i];
+        const autodj::ScheduleCell cell = autodj::scheduleCellAt(t.x, t.y);
+        const QRectF own = cellOf(cell.hour, cell.day);
+        if (t.y < own.top() || t.y >= own.bottom()) {
+            continue;  // an hour's number, between the rows
+        }
+        const QRectF after(ScheduleWindow::windowPoint(own.topRight()),
+                           QSizeF(autodj::kScheduleCellSize + 3, own.height()));
+        grid.drawing.texts.erase(grid.drawing.texts.begin() + static_cast<std::ptrdiff_t>(i));
+        const QImage without = test::snapshot(window, scale);
+        grid.drawing.texts.insert(grid.drawing.texts.begin() + static_cast<std::ptrdiff_t>(i), t);
+        const QRect pixels(QRectF(after.topLeft() * scale, after.size() * scale).toAlignedRect());
+        if (shown.copy(pixels) != without.copy(pixels)) {
+            over.push_back(t.text + " of hour " + std::to_string(cell.hour) + " on day " +
+                           std::to_string(cell.day));
+        }
+    }
+    return over;
+}
+
+// A list's name as it fits the window's list: beside the item's picture, shortened with an
+// ellipsis when it is wider than the room left.
+std::string fittedToTheList(const std::string& name) {
+    const double room = ScheduleWindow::listArea().width() - 2 - (16 + 8) - 2;
+    return QFontMetricsF(ui::consoleFont(8, false))
+        .elidedText(QString::fromStdString(name), Qt::ElideRight, room)
+        .toStdString();
 }
 
 class ScheduleWindowTest : public ::testing::Test {
@@ -260,6 +367,89 @@ TEST_F(ScheduleWindowTest, AListLongerThanItsBoxScrollsWithTheWheel) {
     EXPECT_EQ(last, list.listCount() - 1) << "the last item shows at the bottom, no further";
     wheel(20);
     EXPECT_EQ(schedule().itemAt(top), 0);
+}
+
+TEST_F(ScheduleWindowTest, RenderedAtTheDesignSizeAndAtOneAndAHalfTimesNothingIsClipped) {
+    for (const char* name :
+         {"Overnight.rot", "Weekend Classic Hits.rot", "Sunday Morning Acoustic Sessions.rot"}) {
+        test::writeFile(dir / "Rotations" / name, "");
+    }
+    test::writeFile(dir / "Playlist" / "Saturday Night Dance Party.pls",
+                    "[playlist]\nNumberOfEntries=0\n");
+    openSchedule();
+    const auto paint = [&](const std::string& item, int day, int from, int to) {
+        QTest::mouseClick(&schedule(), Qt::LeftButton, {}, itemPoint(itemNamed(item)));
+        dragLeft(cellPoint(from, day), cellPoint(to, day));
+    };
+    paint("Sunday Morning Acoustic Sessions.rot", 1, 7, 11);
+    paint("Morning.rot", 2, 6, 10);
+    paint("Evening.pls", 2, 18, 22);
+    paint("Overnight.rot", 3, 1, 5);
+    paint("Weekend Classic Hits.rot", 7, 8, 14);
+    paint("Saturday Night Dance Party.pls", 7, 20, 24);
+    schedule().follow();
+
+    const QSize design = schedule().size();
+    for (const std::string& fault : layoutFaults(c().ui.schedule.pctSchedule, design)) {
+        ADD_FAILURE() << fault;
+    }
+    for (const std::string& text : clippedGridTexts(c().ui.schedule.pctSchedule)) {
+        ADD_FAILURE() << "clipped: " << text;
+    }
+    // A name too long for the list is shown shortened to its width with an ellipsis, and one
+    // that fits as it is: the list looks as it does with the names so shortened.
+    auto& items = c().ui.schedule.lstRotationOrList.items;
+    std::vector<std::string> names;
+    int shortened = 0;
+    for (core::ListItem& item : items) {
+        names.push_back(item.text);
+        item.text = fittedToTheList(item.text);
+        shortened += item.text != names.back();
+    }
+    const QImage asFitted = test::snapshot(schedule(), 1);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        items[i].text = names[i];
+    }
+    EXPECT_GE(shortened, 1) << "a name is longer than the list is wide";
+    const QRect list = ScheduleWindow::listArea().toRect();
+    EXPECT_EQ(test::snapshot(schedule(), 1).copy(list), asFitted.copy(list));
+
+    const QColor back = ui::consoleColor(c().ui.schedule.frmSchedule.backColor);
+    for (const double scale : {1.0, 1.5}) {
+        const QImage shown = test::snapshot(schedule(), scale);
+        ASSERT_EQ(shown.size(), design * scale);
+        EXPECT_EQ(test::inkOnTheEdge(shown, static_cast<int>(4 * scale), back), 0)
+            << "at " << scale * 100 << " %";
+        for (const std::string& name :
+             namesRunOver(schedule(), c().ui.schedule.pctSchedule, scale)) {
+            ADD_FAILURE() << "at " << scale * 100 << " %, over the next cell: " << name;
+        }
+        EXPECT_EQ(test::savePng(shown, "schedule").size(), design * scale);
+    }
+}
+
+TEST_F(ScheduleWindowTest, TheChecksFindANameOverTheNextCellAndANumberOverItsOwn) {
+    openSchedule();
+    core::Element& grid = c().ui.schedule.pctSchedule;
+    ASSERT_TRUE(layoutFaults(grid, schedule().size()).empty());
+    ASSERT_TRUE(clippedGridTexts(grid).empty());
+    // A line printed near the right edge of the cell of hour 3 on Monday, not from its left edge
+    // as the console prints: it runs into the cell of hour 4.
+    const double top = autodj::scheduleCellTop(2);
+    grid.drawing.texts.push_back(
+        {"Hits", autodj::scheduleCellLeft(3) + 30, top + 4, 0xFFFFFF, grid.fontSize, false});
+    EXPECT_EQ(namesRunOver(schedule(), grid, 1.5),
+              std::vector<std::string>{"Hits of hour 3 on day 2"});
+    grid.drawing.texts.pop_back();
+    // An hour's number low enough to stand on its cell.
+    grid.drawing.texts.push_back(
+        {"25", autodj::scheduleCellLeft(5), top - 6, 0, grid.fontSize, false});
+    EXPECT_EQ(clippedGridTexts(grid), std::vector<std::string>{"25"});
+    grid.drawing.texts.pop_back();
+    grid.drawing.fills.push_back({1100, top, autodj::kScheduleCellSize, autodj::kScheduleCellSize,
+                                  core::ImageRole::None, 0xFF});
+    EXPECT_EQ(layoutFaults(grid, schedule().size()),
+              std::vector<std::string>{"a cell at 1100, 67 lies outside the grid"});
 }
 
 }  // namespace
