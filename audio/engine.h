@@ -127,6 +127,12 @@ class Engine {
     virtual DeviceInfo getInfo() = 0;
     virtual std::uint32_t fxGetVersion() = 0;
     virtual int errorGetCode() = 0;  // any thread: the calling thread's last error
+    // The studio output: the name of output device `device` (from 0) that can take the streams
+    // played straight out (previews, studio-only samples), false past the last one or without a
+    // sound card. setStudioDevice routes those streams to it; -1 puts them back on the main
+    // output with the mixer's monitor. The mixer, and with it the air, never goes there.
+    virtual bool getOutputDeviceName(int device, std::string& name) = 0;
+    virtual bool setStudioDevice(int device) = 0;
 
     // --- streams ----------------------------------------------------------------------------
     // A decoding stream with kStreamDecode, else a playing stream straight to the card.

@@ -88,7 +88,10 @@ bool MixEngine::init(int device, std::uint32_t, std::uint32_t) {
 }
 
 void MixEngine::stopThreads() {
-    // The audio thread first, so that nothing consumes the rings while the workers go.
+    // The audio threads first, so that nothing consumes the rings while the workers go; the
+    // studio streams are back on the main output for the next start.
+    core_.setStudio(nullptr);
+    studioOutput_.reset();
     output_.reset();
     audioRunning_.store(false, std::memory_order_release);
     if (readAhead_.joinable()) {

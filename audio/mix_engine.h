@@ -23,6 +23,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -37,6 +38,7 @@
 #include "audio/record_hub.h"
 #include "audio/source.h"
 #include "audio/spsc_ring.h"
+#include "audio/studio_ring.h"
 #include "audio/thread_errors.h"
 
 namespace tw::audio {
@@ -77,6 +79,13 @@ class MixEngine final : public Engine, private AudioProducer {
     bool init(int device, std::uint32_t freq, std::uint32_t flags) override;
     // Stops the output and the workers, frees every stream (free syncs fire on this thread).
     bool free() override;
+    // The cards that can play stereo (device 0 in the silent modes: a silent one of its own).
+    bool getOutputDeviceName(int device, std::string& name) override;
+    // Offline, any device number sends the studio streams to the feed that readStudio() reads;
+    // with the silent device, device 0 is a second timed silent device that pulls them.
+    bool setStudioDevice(int device) override;
+    // Offline only, owner's thread: the studio output's next `frames` frames.
+    void readStudio(float* out, std::size_t frames);
     // Buffer and update period are taken at init; other options are accepted without effect.
     bool setConfig(std::uint32_t option, std::uint32_t value) override;
     DeviceInfo getInfo() override;
@@ -298,7 +307,11 @@ class MixEngine final : public Engine, private AudioProducer {
     std::unique_ptr<CaptureStream> captureStream_;  // declared after the hub it delivers to
     int captureStreamDevice_ = -1;
 
+    // The studio feed lives as long as the engine; its device goes before it.
+    std::unique_ptr<StudioRing> studioRing_ = std::make_unique<StudioRing>(16384);
+    std::optional<std::vector<std::string>> cardNames_;  // read at the first question
     std::unique_ptr<OutputDevice> output_;
+    std::unique_ptr<OutputDevice> studioOutput_;
     // True while an audio thread consumes the command queue; otherwise the thread that finds the
     // queue full (offline: the owner, who is the audio thread) empties it itself.
     std::atomic<bool> audioRunning_{false};

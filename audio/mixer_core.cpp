@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "audio/studio_ring.h"
+
 namespace tw::audio {
 
 std::uint32_t packLevel(float left, float right) {
@@ -199,7 +201,13 @@ void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
     if (bus) {
         std::memcpy(bus, mix_, samples * sizeof(float));
     }
-    mixTarget(Target::Direct, card_, frames);
+    if (StudioRing* studio = studio_.load(std::memory_order_acquire)) {
+        std::fill(studioBlock_, studioBlock_ + samples, 0.0f);
+        mixTarget(Target::Direct, studioBlock_, frames);
+        studio->write(studioBlock_, frames);
+    } else {
+        mixTarget(Target::Direct, card_, frames);
+    }
     std::memcpy(out, card_, samples * sizeof(float));
 }
 

@@ -21,6 +21,8 @@
 
 namespace tw::audio {
 
+class StudioRing;
+
 struct Command {
     enum class Type : std::uint8_t {
         Attach,     // source starts playing from ring, to target, paused as flag, serial as count
@@ -77,6 +79,10 @@ class MixerCore {
     std::uint32_t mixerLevel() const { return mixerLevel_.load(std::memory_order_relaxed); }
     std::int64_t mixerFrames() const { return mixerFrames_.load(std::memory_order_relaxed); }
     Gain& mixerGain() { return mixerGain_; }
+    // Where the sources that play straight out go: into `studio` (the studio card's feed), or,
+    // with nullptr, onto the card with the mixer. Any thread; the ring must outlive the engine's
+    // audio thread.
+    void setStudio(StudioRing* studio) { studio_.store(studio, std::memory_order_release); }
 
     // Audio thread only, wait-free: applies the queued commands. render() starts with this; offline
     // the engine also calls it when the queue is full, being the audio thread itself.
@@ -115,6 +121,8 @@ class MixerCore {
     float peakL_ = 0, peakR_ = 0;
     float mix_[kMaxBlockFrames * kMixChannels] = {};
     float card_[kMaxBlockFrames * kMixChannels] = {};
+    float studioBlock_[kMaxBlockFrames * kMixChannels] = {};
+    std::atomic<StudioRing*> studio_{nullptr};
     float take_[kMaxBlockFrames * kMixChannels] = {};
     FxChain mixerFx_;  // on the mixer's output, before its level and the encoders
     EncoderTap* taps_[kMaxTaps] = {};

@@ -12,6 +12,8 @@ class NullEngine : public Engine {
     bool free() override { return fail(); }
     bool setConfig(std::uint32_t, std::uint32_t) override { return fail(); }
     DeviceInfo getInfo() override { return {}; }
+    bool getOutputDeviceName(int, std::string&) override { return fail(); }
+    bool setStudioDevice(int device) override { return device == -1 || fail(); }
     std::uint32_t fxGetVersion() override { return 0; }
     int errorGetCode() override { return lastError_; }
 

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "audio/engine.h"
 
@@ -28,6 +30,12 @@ class OutputDevice {
 // The card when `tryCard` and one can be opened, else the timed silent device. Starts pulling from
 // `producer` at once. `updateMs` is the period of the pulls.
 std::unique_ptr<OutputDevice> openOutput(bool tryCard, unsigned updateMs, AudioProducer& producer);
+
+// The names of the cards that can play stereo, in the order openCardOutput numbers them; empty
+// when there is none.
+std::vector<std::string> cardOutputNames();
+// Card `index` of cardOutputNames, pulling from `producer`; null when it cannot be opened.
+std::unique_ptr<OutputDevice> openCardOutput(int index, unsigned updateMs, AudioProducer& producer);
 
 // The timed silent device alone (also for tests that must not touch a card).
 std::unique_ptr<OutputDevice> openSilentOutput(unsigned updateMs, AudioProducer& producer);

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 #include "audio/output_device.h"
 #include "audio/portaudio_quiet.h"
@@ -47,13 +49,16 @@ class PortAudioDevice final : public OutputDevice {
         }
     }
 
-    bool open(unsigned updateMs) {
+    // The default output with device paNoDevice.
+    bool open(unsigned updateMs, PaDeviceIndex device = paNoDevice) {
         quietenProbing();
         if (Pa_Initialize() != paNoError) {
             return false;
         }
         initialised_ = true;
-        const PaDeviceIndex device = Pa_GetDefaultOutputDevice();
+        if (device == paNoDevice) {
+            device = Pa_GetDefaultOutputDevice();
+        }
         const PaDeviceInfo* dev = device == paNoDevice ? nullptr : Pa_GetDeviceInfo(device);
         if (!dev) {
             return false;
@@ -99,7 +104,53 @@ class PortAudioDevice final : public OutputDevice {
     DeviceInfo info_;
 };
 
+// The devices that can play stereo, as PortAudio numbers them; PortAudio is initialised by the
+// caller.
+std::vector<PaDeviceIndex> stereoOutputs() {
+    std::vector<PaDeviceIndex> out;
+    const PaDeviceIndex count = Pa_GetDeviceCount();
+    for (PaDeviceIndex i = 0; i < count; ++i) {
+        const PaDeviceInfo* info = Pa_GetDeviceInfo(i);
+        if (info && info->maxOutputChannels >= kMixChannels) {
+            out.push_back(i);
+        }
+    }
+    return out;
+}
+
 }  // namespace
+
+std::vector<std::string> cardOutputNames() {
+    std::vector<std::string> names;
+    quietenProbing();
+    if (Pa_Initialize() != paNoError) {
+        return names;
+    }
+    for (const PaDeviceIndex i : stereoOutputs()) {
+        const PaDeviceInfo* info = Pa_GetDeviceInfo(i);
+        names.emplace_back(info && info->name ? info->name : "");
+    }
+    Pa_Terminate();
+    return names;
+}
+
+std::unique_ptr<OutputDevice> openCardOutput(int index, unsigned updateMs,
+                                             AudioProducer& producer) {
+    quietenProbing();
+    if (index < 0 || Pa_Initialize() != paNoError) {
+        return nullptr;
+    }
+    const std::vector<PaDeviceIndex> outputs = stereoOutputs();
+    Pa_Terminate();
+    if (static_cast<std::size_t>(index) >= outputs.size()) {
+        return nullptr;
+    }
+    auto card = std::make_unique<PortAudioDevice>(producer);
+    if (!card->open(updateMs, outputs[static_cast<std::size_t>(index)])) {
+        return nullptr;
+    }
+    return card;
+}
 
 std::unique_ptr<OutputDevice> openOutput(bool tryCard, unsigned updateMs, AudioProducer& producer) {
     if (tryCard) {

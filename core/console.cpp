@@ -36,6 +36,10 @@ void describeSettingsForm(SettingsForm& s) {
     s.cmdResetPlayed.caption = "Reset Play Times";
     s.frmMicrophone.caption = "Select Microphone or Sound Input Card";
     s.cmdRefreshMicList.caption = "Refresh";
+    s.frmStudioOutput.caption = "Preview Output (Studio)";
+    s.cboStudioOutput.toolTip =
+        "The card the previews and studio samples play on; the air's monitor stays on the main "
+        "card";
     for (Element& box : s.txtCrossfadeSeconds) {
         box.backColor = 0xFFFFFF;
     }

@@ -187,7 +187,9 @@ namespace tw::core {
     X(frmMicrophone, Frame)               \
     X(cboMicDevice, ComboBox)             \
     X(cboMicInput, ComboBox)              \
-    X(cmdRefreshMicList, Button)
+    X(cmdRefreshMicList, Button)          \
+    X(frmStudioOutput, Frame)             \
+    X(cboStudioOutput, ComboBox)
 
 #define TW_SCHEDULE_FORM_ELEMENTS(X, A) \
     X(frmSchedule, Form)                \

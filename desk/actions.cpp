@@ -222,6 +222,8 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
         liveassist::cboMicDevice_Click(c);
     } else if (name == "frmAppSettings.cboMicInput") {
         liveassist::cboMicInput_Click(c);
+    } else if (name == "frmAppSettings.cboStudioOutput") {
+        liveassist::cboStudioOutput_Click(c);
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
+#include <vector>
 
 #include "core/console_ops.h"
 #include "core/format.h"
@@ -66,6 +68,21 @@ void showTrimThreshold(core::Console& c) {
     s.lblTrimThreshold.caption = "-" + std::to_string(s.sldrTrimThreshold.value) + "db";
 }
 
+// The engine's cards that can take the studio streams, by number.
+std::vector<std::string> studioOutputs(core::Console& c) {
+    std::vector<std::string> names;
+    constexpr int kMostCards = 32;
+    std::string name;
+    for (int i = 0; i < kMostCards && c.engine().getOutputDeviceName(i, name); ++i) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::string savedStudioOutput(core::Console& c) {
+    return core::readIni(c, c.appSettingsPath(), "Preview", "Device", "");
+}
+
 void showLog(core::Console& c, const std::string& name) {
     c.svc.prompter->showFile(c.AppFolder + "/" + name, name);
 }
@@ -108,6 +125,7 @@ void frmAppSettings_Load(core::Console& c) {
     } catch (const std::exception& e) {
         core::logError(c, core::failureText("frmAppSettings microphone ", e));
     }
+    fillStudioOutputs(c);
     fillTwoBoxField(c, twoBoxField(c, "txtCrossfadeSeconds"));
     fillTwoBoxField(c, twoBoxField(c, "txtSilenceSeconds"));
     readArtistSeperationTime(c);
@@ -186,6 +204,58 @@ void cmdResetPlayed_Click(core::Console& c) {
     c.svc.settings->dropCache();
     core::moveToRecycle(c, c.playedIniPath(), 0, false);
     c.svc.settings->dropCache();
+}
+
+void fillStudioOutputs(core::Console& c) {
+    auto& combo = c.ui.settings.cboStudioOutput;
+    combo.items.clear();
+    combo.items.push_back({kMainOutput, 0, {}, false});
+    for (std::string& name : studioOutputs(c)) {
+        combo.items.push_back({std::move(name), 0, {}, false});
+    }
+    const std::string saved = savedStudioOutput(c);
+    combo.listIndex = 0;
+    for (int i = 1; i < combo.listCount(); ++i) {
+        if (combo.items[static_cast<std::size_t>(i)].text == saved) {
+            combo.listIndex = i;
+        }
+    }
+    combo.text = combo.items[static_cast<std::size_t>(combo.listIndex)].text;
+}
+
+void cboStudioOutput_Click(core::Console& c) {
+    auto& combo = c.ui.settings.cboStudioOutput;
+    if (combo.listIndex < 0 || combo.listIndex >= combo.listCount()) {
+        return;
+    }
+    const std::string name = combo.items[static_cast<std::size_t>(combo.listIndex)].text;
+    if (combo.listIndex == 0) {
+        c.engine().setStudioDevice(-1);
+        core::writeIniValue(c, c.appSettingsPath(), "Preview", "Device", "");
+    } else if (c.engine().setStudioDevice(combo.listIndex - 1)) {
+        core::writeIniValue(c, c.appSettingsPath(), "Preview", "Device", name);
+    } else {
+        c.engine().setStudioDevice(-1);
+        core::writeIniValue(c, c.appSettingsPath(), "Preview", "Device", "");
+        core::printMessageOnScreen(c, "The preview output " + name +
+                                          " cannot be opened: previews play on the main output");
+        combo.listIndex = 0;
+    }
+    combo.text = combo.items[static_cast<std::size_t>(combo.listIndex)].text;
+}
+
+void applyStudioOutput(core::Console& c) {
+    const std::string saved = savedStudioOutput(c);
+    if (saved.empty()) {
+        return;
+    }
+    const std::vector<std::string> names = studioOutputs(c);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i] == saved && c.engine().setStudioDevice(static_cast<int>(i))) {
+            return;
+        }
+    }
+    core::logError(c, "Preview output " + saved + " not found: previews play on the main output");
 }
 
 }  // namespace tw::liveassist

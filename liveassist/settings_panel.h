@@ -39,4 +39,15 @@ void cmdViewPlayedLog_Click(core::Console& c);
 // played.ini to the trash: every track and artist is new at the next pick.
 void cmdResetPlayed_Click(core::Console& c);
 
+// The studio output for previews and studio-only samples: "[Preview] Device" names the card;
+// empty, or a card the machine no longer has, means the main output.
+inline constexpr const char* kMainOutput = "Main output (with the monitor)";
+// Fills cboStudioOutput: the main output, then the engine's cards; the saved one chosen.
+void fillStudioOutputs(core::Console& c);
+// The operator's choice in cboStudioOutput: the engine routes the studio streams there and the
+// name is saved. A card that cannot be opened leaves the main output, with a message.
+void cboStudioOutput_Click(core::Console& c);
+// At start-up: the saved card, if the machine still has it; else a line in app.log.
+void applyStudioOutput(core::Console& c);
+
 }  // namespace tw::liveassist

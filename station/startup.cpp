@@ -100,6 +100,7 @@ void Form_Load(core::Console& c) {
 
         logError(c, "TarnWave Starting Before Startserver");
         playout::startServer(c);
+        liveassist::applyStudioOutput(c);
 
         c.recordBuffer.clear();
         c.recordLength = 0;

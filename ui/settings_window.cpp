@@ -29,7 +29,7 @@ namespace {
 // 12-pixel margin round them and 14 between the frames of a column. A frame's caption stands
 // on its top edge, so every frame keeps the caption's half height clear above it.
 constexpr double kDesignWidth = 680;
-constexpr double kDesignHeight = 364;
+constexpr double kDesignHeight = 430;
 
 constexpr std::string_view kForm = "frmAppSettings.";
 
@@ -63,6 +63,9 @@ constexpr Place kPlaces[] = {
     {&core::SettingsForm::cboMicDevice, {414, 279, 160, 22}},
     {&core::SettingsForm::cmdRefreshMicList, {582, 278, 72, 24}},
     {&core::SettingsForm::cboMicInput, {414, 315, 240, 22}},
+    // Across both columns.
+    {&core::SettingsForm::frmStudioOutput, {12, 366, 656, 52}},
+    {&core::SettingsForm::cboStudioOutput, {80, 388, 400, 22}},
 };
 
 // The two boxes of the crossfade and of the low-volume field, seconds left of the point and
@@ -96,6 +99,7 @@ constexpr DesignText kTexts[] = {
      kParagraph},
     {"Device", {362, 279, 50, 22}, kLeftLine},
     {"Input", {362, 315, 50, 22}, kLeftLine},
+    {"Device", {28, 388, 50, 22}, kLeftLine},
 };
 
 // The back colour of a button while the mouse is held down on it.

@@ -201,5 +201,53 @@ TEST_F(SettingsPanelTest, AnotherSliderOrNameIsNotTheWindowsToMove) {
     EXPECT_EQ(ini("Crossfade", "time"), "<none>");
 }
 
+TEST_F(SettingsPanelTest, ThePreviewOutputListsTheMainOutputThenTheMachinesCards) {
+    engine.outputDevices = {"USB Headphones", "HDMI"};
+    opened();
+    const auto& combo = form().cboStudioOutput;
+    ASSERT_EQ(combo.listCount(), 3);
+    EXPECT_EQ(combo.items[0].text, liveassist::kMainOutput);
+    EXPECT_EQ(combo.items[2].text, "HDMI");
+    EXPECT_EQ(combo.listIndex, 0);
+    EXPECT_EQ(form().frmStudioOutput.caption, "Preview Output (Studio)");
+}
+
+TEST_F(SettingsPanelTest, ChoosingACardSendsThePreviewsThereAndSavesItsName) {
+    engine.outputDevices = {"USB Headphones", "HDMI"};
+    opened();
+    desk::select(*console, "frmAppSettings.cboStudioOutput", 2);
+    EXPECT_EQ(engine.studioDevice, 1);
+    EXPECT_EQ(ini("Preview", "Device"), "HDMI");
+    EXPECT_EQ(form().cboStudioOutput.text, "HDMI");
+    desk::select(*console, "frmAppSettings.cboStudioOutput", 0);
+    EXPECT_EQ(engine.studioDevice, -1);
+    EXPECT_EQ(ini("Preview", "Device"), "");
+}
+
+TEST_F(SettingsPanelTest, ACardThatCannotBeOpenedLeavesThePreviewsOnTheMainOutput) {
+    engine.outputDevices = {"USB Headphones"};
+    opened();
+    engine.outputDevices.clear();  // unplugged since the list was filled
+    desk::select(*console, "frmAppSettings.cboStudioOutput", 1);
+    EXPECT_EQ(engine.studioDevice, -1);
+    EXPECT_EQ(form().cboStudioOutput.listIndex, 0);
+    EXPECT_EQ(ini("Preview", "Device"), "");
+}
+
+TEST_F(SettingsPanelTest, AtStartTheSavedCardIsChosenAgainOrTheLogSaysItIsGone) {
+    engine.outputDevices = {"USB Headphones", "HDMI"};
+    open();
+    core::writeIniValue(*console, console->appSettingsPath(), "Preview", "Device", "HDMI");
+    liveassist::applyStudioOutput(*console);
+    EXPECT_EQ(engine.studioDevice, 1);
+    engine.outputDevices = {"USB Headphones"};
+    engine.studioDevice = -1;
+    liveassist::applyStudioOutput(*console);
+    EXPECT_EQ(engine.studioDevice, -1);
+    const auto lines = logTexts();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), "Preview output HDMI not found: previews play on the main output");
+}
+
 }  // namespace
 }  // namespace tw::test

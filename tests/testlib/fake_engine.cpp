@@ -81,6 +81,24 @@ audio::DeviceInfo FakeEngine::getInfo() {
     return deviceInfo;
 }
 
+bool FakeEngine::getOutputDeviceName(int device, std::string& name) {
+    if (device < 0 || device >= static_cast<int>(outputDevices.size())) {
+        return fail(false);
+    }
+    name = outputDevices[static_cast<std::size_t>(device)];
+    return true;
+}
+
+bool FakeEngine::setStudioDevice(int device) {
+    if (recordCalls)
+        calls.push_back("setStudioDevice " + std::to_string(device));
+    if (device >= static_cast<int>(outputDevices.size())) {
+        return fail(false);
+    }
+    studioDevice = device;
+    return true;
+}
+
 audio::Handle FakeEngine::streamCreateFile(const std::string& path, std::uint64_t, std::uint64_t,
                                            std::uint32_t flags) {
     if (recordCalls)

@@ -57,6 +57,11 @@ class FakeEngine final : public audio::Engine {
     bool free() override;
     bool setConfig(std::uint32_t option, std::uint32_t value) override;
     audio::DeviceInfo getInfo() override;
+    // The studio outputs the machine offers, by number; the chosen one (-1 the main output).
+    std::vector<std::string> outputDevices;
+    int studioDevice = -1;
+    bool getOutputDeviceName(int device, std::string& name) override;
+    bool setStudioDevice(int device) override;
     std::uint32_t fxGetVersion() override { return 0x02040000; }
     int errorGetCode() override { return lastError_; }
 

@@ -125,6 +125,7 @@ const std::map<std::string, std::string>& frameOf() {
         {"cmdResetPlayed", "frmResetPlayeData"},
         {"cboMicDevice", "frmMicrophone"},
         {"cboMicInput", "frmMicrophone"},
+        {"cboStudioOutput", "frmStudioOutput"},
         {"cmdRefreshMicList", "frmMicrophone"},
     };
     return frames;
