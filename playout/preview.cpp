@@ -17,6 +17,28 @@ constexpr std::uint32_t kRed = 0xFF;
 constexpr std::uint32_t kGreen = 0xC000;
 constexpr std::uint32_t kWhite = 0xFFFFFF;
 
+// While a preview runs, the panel on show says so: on the Playlist Builder its Preview button
+// turns green; on the running list the row of the previewed track is chosen, if it is there.
+void showPreviewOnPanel(core::Console& c) {
+    auto& m = c.form();
+    if (m.frmPlaylistBuilder.visible) {
+        if (m.cmdPreviewSelected.image != core::ImageRole::Green) {
+            core::printOnButton(m.cmdPreviewSelected, core::ImageRole::Green, "Preview");
+        }
+    } else if (m.frmRotationList.visible) {
+        auto& grid = m.lstPlaylist;
+        for (int i = 0; i < grid.rowCount() && i < static_cast<int>(c.trackList.size()); ++i) {
+            if (c.trackList[static_cast<std::size_t>(i)].trackPath == c.previewSong) {
+                grid.row = i;
+                for (int r = 0; r < grid.rowCount(); ++r) {
+                    grid.rows[static_cast<std::size_t>(r)].selected = r == i;
+                }
+                break;
+            }
+        }
+    }
+}
+
 }  // namespace
 
 void previewTrack(core::Console& c, const std::string& file) {
@@ -28,6 +50,9 @@ void previewTrack(core::Console& c, const std::string& file) {
         m.cmdPlayActiveSong.backColor = kWhite;
         m.pctPreviewPlayer.drawing.clear();
         m.pctPreviewMarkers.drawing.clear();
+        if (m.cmdPreviewSelected.image == core::ImageRole::Green) {
+            core::printOnButton(m.cmdPreviewSelected, core::ImageRole::Gray, "Preview");
+        }
         // Muted by the operator before the preview: the press above unmuted it, this one
         // would mute it again; the mixer is never left muted.
         if (m.cmdMute.backColor == kRed) {
@@ -76,6 +101,9 @@ void tmrPreviewUpdate_Timer(core::Console& c) {
         // Its end came through the sync before the beat saw it.
         core::printOnButton(m.cmdVoiceTrack, core::ImageRole::Green, "VoiceTrack", "", 7);
         m.cmdVoiceTrack.tag.clear();
+    }
+    if (c.previewPlayer != 0) {
+        showPreviewOnPanel(c);
     }
     if (c.micChannel != 0) {
         const std::uint32_t level = e.channelGetLevel(c.micChannel);

@@ -15,8 +15,9 @@ void previewTrack(core::Console& c, const std::string& file);
 // cmdPlayActiveSong: the track chosen in lstSongs goes to the preview; a path that is not in the
 // list's collection is ignored.
 void cmdPlayActiveSong_Click(core::Console& c);
-// tmrPreviewUpdate's beat: the voice track's time left on cmdVoiceTrack, and the microphone's
-// meter on picMicLevel.
+// tmrPreviewUpdate's beat: the voice track's time left on cmdVoiceTrack; while a preview runs,
+// the builder's Preview button green or the running list's row of the previewed track chosen;
+// the microphone's meter on picMicLevel.
 void tmrPreviewUpdate_Timer(core::Console& c);
 
 }  // namespace tw::playout

@@ -85,5 +85,33 @@ TEST_F(PreviewTest, ThePlayButtonPreviewsTheChosenTrackAndNothingWithoutAChoice)
     EXPECT_EQ(c.previewSong, track);
 }
 
+TEST_F(PreviewTest, WhileAPreviewRunsTheBuilderShowsItsPreviewButtonGreenUntilTheStop) {
+    auto& c = station();
+    desk::press(c, "cmdPlaylistBuilder");
+    ASSERT_TRUE(c.form().frmPlaylistBuilder.visible);
+    playout::previewTrack(c, track);
+    playout::tmrPreviewUpdate_Timer(c);
+    EXPECT_EQ(c.form().cmdPreviewSelected.image, core::ImageRole::Green);
+    EXPECT_EQ(c.form().cmdPreviewSelected.caption, "Preview");
+    playout::previewTrack(c, track);
+    EXPECT_EQ(c.form().cmdPreviewSelected.image, core::ImageRole::Gray);
+}
+
+TEST_F(PreviewTest, WhileAPreviewRunsTheRunningListChoosesTheRowOfThePreviewedTrack) {
+    auto& c = station();
+    desk::press(c, "cmdRotationList");
+    ASSERT_TRUE(c.form().frmRotationList.visible);
+    auto& grid = c.form().lstPlaylist;
+    grid.rows = {core::GridRow{{"10:00", "Other"}}, core::GridRow{{"10:03", "Queen - Bicycle"}}};
+    c.trackList.assign(17, {});
+    c.trackList[0].trackPath = "/elsewhere/other.mp3";
+    c.trackList[1].trackPath = track;
+    playout::previewTrack(c, track);
+    playout::tmrPreviewUpdate_Timer(c);
+    EXPECT_EQ(grid.row, 1);
+    EXPECT_TRUE(grid.rows[1].selected);
+    EXPECT_FALSE(grid.rows[0].selected);
+}
+
 }  // namespace
 }  // namespace tw::test
