@@ -1,6 +1,5 @@
 #include "autodj/library_jobs.h"
 
-#include <atomic>
 #include <deque>
 #include <filesystem>
 #include <mutex>
@@ -33,7 +32,6 @@ struct ImportState {
     std::vector<std::string> rejected;  // waiting for their message
     std::string error;
     std::unordered_map<std::string, LibraryState::TitleHint> titles;
-    std::atomic<bool> progressQueued{false};
 };
 
 struct RecountCategory {
@@ -51,7 +49,6 @@ struct RecountState {
     std::size_t count = 0;
     std::vector<double> totalMs;  // by category, as measured
     std::int32_t lastTrack = 0;
-    std::atomic<bool> progressQueued{false};
 };
 
 bool isMp3(const std::string& path) {
@@ -133,9 +130,7 @@ void importDoWork(core::Worker& w, const std::shared_ptr<ImportState>& s) {
             s->done = i + 1;
             s->current = file;
         }
-        if (!s->progressQueued.exchange(true)) {
-            w.ReportProgress(percent, true);
-        }
+        w.ReportLatest(percent);
     }
     auto titles = readTitles(s->folder, w);
     const std::lock_guard lock(s->mutex);
@@ -143,7 +138,6 @@ void importDoWork(core::Worker& w, const std::shared_ptr<ImportState>& s) {
 }
 
 void importProgress(core::Console& c, ImportState& s) {
-    s.progressQueued.store(false);
     std::vector<std::string> rejected;
     std::string current;
     double fraction = 0;
@@ -192,21 +186,31 @@ void importCompleted(core::Console& c) {
     }
 }
 
+// A job's worker: its thread runs doWork on the job's state; its progress shows the state the
+// console holds in `current` while the job runs; its end runs completed.
+template <typename State>
+std::unique_ptr<core::Worker> jobWorker(
+    core::Console& c, void (*doWork)(core::Worker&, const std::shared_ptr<State>&),
+    void (*progress)(core::Console&, State&), std::shared_ptr<State> LibraryJobs::*current,
+    void (*completed)(core::Console&)) {
+    return std::make_unique<core::Worker>(
+        *c.svc.loop, core::Worker::Events{[doWork](core::Worker& w, const std::any& param) {
+                                              doWork(w,
+                                                     std::any_cast<std::shared_ptr<State>>(param));
+                                          },
+                                          [&c, progress, current](int) {
+                                              if (c.libraryJobs && c.libraryJobs.get()->*current) {
+                                                  progress(c, *(c.libraryJobs.get()->*current));
+                                              }
+                                          },
+                                          [&c, completed] { completed(c); }});
+}
+
 void startImport(core::Console& c, std::vector<std::string> files, const std::string& folder) {
     LibraryJobs& j = jobs(c);
     if (!j.importer) {
-        j.importer = std::make_unique<core::Worker>(
-            *c.svc.loop,
-            core::Worker::Events{[](core::Worker& w, const std::any& param) {
-                                     importDoWork(
-                                         w, std::any_cast<std::shared_ptr<ImportState>>(param));
-                                 },
-                                 [&c](int) {
-                                     if (c.libraryJobs && c.libraryJobs->import) {
-                                         importProgress(c, *c.libraryJobs->import);
-                                     }
-                                 },
-                                 [&c] { importCompleted(c); }});
+        j.importer =
+            jobWorker(c, &importDoWork, &importProgress, &LibraryJobs::import, &importCompleted);
     }
     auto s = std::make_shared<ImportState>();
     s->files = std::move(files);
@@ -229,9 +233,7 @@ void recountDoWork(core::Worker& w, const std::shared_ptr<RecountState>& s) {
                 s->count = category.paths.size();
                 s->lastTrack = s->track;
             }
-            if (!s->progressQueued.exchange(true)) {
-                w.ReportProgress(static_cast<int>((t + 1) * 100 / category.paths.size()), true);
-            }
+            w.ReportLatest(static_cast<int>((t + 1) * 100 / category.paths.size()));
         }
         const std::lock_guard lock(s->mutex);
         s->totalMs[i] = total;
@@ -239,7 +241,6 @@ void recountDoWork(core::Worker& w, const std::shared_ptr<RecountState>& s) {
 }
 
 void recountProgress(core::Console& c, RecountState& s) {
-    s.progressQueued.store(false);
     const std::lock_guard lock(s.mutex);
     if (s.count == 0) {
         return;
@@ -375,18 +376,8 @@ void cmdCalculate_Click(core::Console& c) {
     }
     s->totalMs.assign(s->categories.size(), 0);
     if (!j.recounter) {
-        j.recounter = std::make_unique<core::Worker>(
-            *c.svc.loop,
-            core::Worker::Events{[](core::Worker& w, const std::any& param) {
-                                     recountDoWork(
-                                         w, std::any_cast<std::shared_ptr<RecountState>>(param));
-                                 },
-                                 [&c](int) {
-                                     if (c.libraryJobs && c.libraryJobs->recount) {
-                                         recountProgress(c, *c.libraryJobs->recount);
-                                     }
-                                 },
-                                 [&c] { recountCompleted(c); }});
+        j.recounter = jobWorker(c, &recountDoWork, &recountProgress, &LibraryJobs::recount,
+                                &recountCompleted);
     }
     j.recount = s;
     core::ShowStatus(c, 0);

@@ -97,6 +97,24 @@ void Worker::raiseProgress(int percent) {
     }
 }
 
+void Worker::ReportLatest(int percent) {
+    latestPercent_.store(percent);
+    if (latestQueued_.exchange(true)) {
+        return;  // the report that waits will read this percent
+    }
+    waitWhilePaused();
+    std::weak_ptr<Shared> weak = shared_;
+    loop_.post([this, weak] {
+        const auto shared = weak.lock();
+        if (!shared || !shared->alive) {
+            return;
+        }
+        // Cleared before the handler reads the job's state: a later update posts again.
+        latestQueued_.store(false);
+        raiseProgress(latestPercent_.load());
+    });
+}
+
 void Worker::ReportProgress(int percent, bool post) {
     waitWhilePaused();
     std::weak_ptr<Shared> weak = shared_;

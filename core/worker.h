@@ -58,6 +58,10 @@ class Worker {
 
     // The job's thread.
     void ReportProgress(int percent, bool post = true);
+    // A posted report that stands in for any still waiting: at most one is queued, and it raises
+    // ProgressChanged with the latest percent. For jobs that report far faster than the console
+    // thread needs to look; the job updates what the handler reads before it calls this.
+    void ReportLatest(int percent);
     bool CancellationPending() const { return cancel_.load(); }
     const std::any& Param() const { return param_; }
     void waitWhilePaused();
@@ -82,6 +86,8 @@ class Worker {
     std::any param_;
     std::thread thread_;
     long long reportsSent_ = 0;  // the job's thread only
+    std::atomic<int> latestPercent_{0};
+    std::atomic<bool> latestQueued_{false};
 };
 
 }  // namespace tw::core

@@ -1,6 +1,5 @@
 #include "reporting/statistics.h"
 
-#include <atomic>
 #include <cmath>
 #include <memory>
 
@@ -35,7 +34,6 @@ struct ReportState {
     };
     std::vector<Track> tracks;
     std::vector<std::string> titles;  // by track
-    std::atomic<bool> progressQueued{false};
 };
 
 struct ReportJob {
@@ -52,9 +50,7 @@ void readTitles(core::Worker& w, ReportState& s) {
     for (std::size_t i = 0; i < count && !w.CancellationPending(); ++i) {
         tag.filename(s.tracks[i].path);
         s.titles[i] = tag.returnID3TitleOnly();
-        if (!s.progressQueued.exchange(true)) {
-            w.ReportProgress(static_cast<int>((i + 1) * 100 / count));
-        }
+        w.ReportLatest(static_cast<int>((i + 1) * 100 / count));
     }
 }
 
@@ -184,7 +180,6 @@ void cmdRunReport_Click(core::Console& c) {
                              },
                              [&c](int percent) {
                                  if (reportRunning(c)) {
-                                     c.reportJob->state->progressQueued.store(false);
                                      paintButton(c, std::to_string(percent) + "%", "");
                                  }
                              },

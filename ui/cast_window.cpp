@@ -5,12 +5,12 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QToolTip>
 
 #include "desk/actions.h"
 #include "ui/box_editor.h"
 #include "ui/console_colors.h"
 #include "ui/element_painter.h"
+#include "ui/element_tool_tip.h"
 
 namespace tw::ui {
 
@@ -94,14 +94,7 @@ bool CastWindow::event(QEvent* event) {
     }
     // The tool tips are the elements' own.
     auto* help = static_cast<QHelpEvent*>(event);
-    const core::Element* e = elementAt(help->pos());
-    if (e && !e->toolTip.empty()) {
-        QToolTip::showText(help->globalPos(), QString::fromStdString(e->toolTip), this);
-    } else {
-        QToolTip::hideText();
-        event->ignore();
-    }
-    return true;
+    return showElementToolTip(*this, *help, elementAt(help->pos()));
 }
 
 void CastWindow::paintEvent(QPaintEvent*) {

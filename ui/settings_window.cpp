@@ -9,7 +9,6 @@
 #include <QResizeEvent>
 #include <QSignalBlocker>
 #include <QSlider>
-#include <QToolTip>
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -20,6 +19,7 @@
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
+#include "ui/element_tool_tip.h"
 
 namespace tw::ui {
 
@@ -295,14 +295,7 @@ bool SettingsWindow::event(QEvent* event) {
     }
     // The tool tips are the elements' own; the sliders show theirs as widgets.
     auto* help = static_cast<QHelpEvent*>(event);
-    const core::Element* e = elementAt(help->pos());
-    if (e && !e->toolTip.empty()) {
-        QToolTip::showText(help->globalPos(), QString::fromStdString(e->toolTip), this);
-    } else {
-        QToolTip::hideText();
-        event->ignore();
-    }
-    return true;
+    return showElementToolTip(*this, *help, elementAt(help->pos()));
 }
 
 void SettingsWindow::resizeEvent(QResizeEvent* event) {

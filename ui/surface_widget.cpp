@@ -13,7 +13,6 @@
 #include <QPainter>
 #include <QSaveFile>
 #include <QStandardPaths>
-#include <QToolTip>
 #include <QUrl>
 #include <string>
 #include <vector>
@@ -27,6 +26,7 @@
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
+#include "ui/element_tool_tip.h"
 #include "ui/row_choice.h"
 #include "ui/visible_elements.h"
 
@@ -156,14 +156,8 @@ bool SurfaceWidget::event(QEvent* event) {
     }
     // Tool tips are the elements' own, looked up where the pointer rests.
     auto* help = static_cast<QHelpEvent*>(event);
-    const core::Element* e = elementAt(console_.form(), help->pos().x(), help->pos().y());
-    if (e && !e->toolTip.empty()) {
-        QToolTip::showText(help->globalPos(), QString::fromStdString(e->toolTip), this);
-    } else {
-        QToolTip::hideText();
-        event->ignore();
-    }
-    return true;
+    return showElementToolTip(*this, *help,
+                              elementAt(console_.form(), help->pos().x(), help->pos().y()));
 }
 
 void SurfaceWidget::paintEvent(QPaintEvent* event) {

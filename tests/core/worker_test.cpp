@@ -184,5 +184,22 @@ TEST_F(WorkerTest, TheParameterIsTheJobsUntilItsEnd) {
     EXPECT_FALSE(w.Param().has_value()) << "cleared at the end";
 }
 
+TEST_F(WorkerTest, LatestReportsStandInForOneAnotherAndCarryTheLastPercent) {
+    std::vector<int> progress;
+    bool completed = false;
+    Worker w(loop, {[&](Worker& self, const std::any&) {
+                        for (int i = 1; i <= 100; ++i) {
+                            self.ReportLatest(i);
+                        }
+                    },
+                    [&](int percent) { progress.push_back(percent); }, [&] { completed = true; }});
+    w.StartWorkAsync({});
+    while (w.IsBusy()) {
+        std::this_thread::sleep_for(1ms);  // the job ends before the console thread looks
+    }
+    ASSERT_TRUE(pumpUntil([&] { return completed; }));
+    EXPECT_EQ(progress, std::vector<int>{100}) << "one event, with the latest percent";
+}
+
 }  // namespace
 }  // namespace tw::core
