@@ -37,13 +37,16 @@ void showCuePoints(core::Console& c, const std::string& owner) {
     auto& m = c.form();
     const bool cue = core::token("~", 1, owner) == "twTag";
     if (cue) {
+        // The refill leaves nothing chosen, so a track never inherits the sweeper of the track
+        // shown before it: "-1" chooses nothing, and a number past the list keeps that.
         tags::fillSweeperList(c);
         const double index = core::val(core::token("~", 2, owner));
-        if (index >= 0 && index < m.cmboSweeperList.listCount()) {
-            m.cmboSweeperList.listIndex = static_cast<int>(index);
+        if (index >= -1 && index < m.cmboSweeperList.listCount()) {
+            tags::chooseSweeperRow(m.cmboSweeperList, static_cast<int>(index));
         }
     } else {
-        m.cmboSweeperList.text.clear();
+        // Clearing the combo's text clears its choice with it.
+        tags::chooseSweeperRow(m.cmboSweeperList, -1);
     }
     for (int i = 0; i < 4; ++i) {
         core::Element& text = m.*kCueFields[i].text;
@@ -87,6 +90,7 @@ void lstSongs_Click(core::Console& c, int row) {
 
     c.detailsSong = files[static_cast<std::size_t>(row)];
     showCuePoints(c, tag.tarnWaveData);
+    c.detailsCue = tags::readCueRecord(c, c.detailsSong);
     m.cmdPlayActiveSong.backColor = kWhite;
     drawDetailsPicture(c);
 }
@@ -144,6 +148,9 @@ void cmdUpdateTag_Click(core::Console& c) {
     }
     // What the tag holds now: a write that failed shows the old points.
     const core::CueRecord cue = tags::readCueRecord(c, c.id3->filename());
+    if (c.id3->filename() == c.detailsSong) {
+        c.detailsCue = cue;
+    }
     media::drawCueMarkers(c, c.previewPlayer, m.pctPreviewMarkers, cue);
     drawDetailsPicture(c);
 }
@@ -164,14 +171,9 @@ void drawDetailsPicture(core::Console& c) {
     auto& m = c.form();
     core::Element& picture = m.pctPreviewMarkers;
     if (c.previewPlayer == 0) {
-        // No preview to measure by: the panel's own points, placed by time on the waveform.
+        // No preview to measure by: the stored points, placed by time on the waveform.
         picture.drawing.clear();
-        core::CueRecord cue;
-        cue.sweepStart = static_cast<float>(core::val(m.txtSweeper.hiddenValue));
-        cue.introUntil = static_cast<float>(core::val(m.txtIntroUntil.hiddenValue));
-        cue.outroUntil = static_cast<float>(core::val(m.txtOutro.hiddenValue));
-        cue.nextStart = static_cast<float>(core::val(m.txtNextStart.hiddenValue));
-        media::drawCueMarkersByTime(m, picture, cue, envelope->seconds);
+        media::drawCueMarkersByTime(m, picture, c.detailsCue, envelope->seconds);
     } else if (c.previewSong != song) {
         return;  // the markers are another track's
     }

@@ -182,6 +182,9 @@ class Console {
     // The details panel's track pictures, measured off the console thread.
     std::shared_ptr<media::WaveformCache> waveforms;
     std::string detailsSong;  // the path of the track the details panel shows
+    // Its cue points as its tag holds them, read when it was chosen and after each write: the
+    // markers show what is stored, not what the panel's boxes say.
+    CueRecord detailsCue;
 
     // --- microphone and effects ------------------------------------------------------------
     audio::Handle micChannel = 0;

@@ -25,6 +25,7 @@
 #include "playout/progress_bars.h"
 #include "reporting/download_sheet.h"
 #include "reporting/statistics.h"
+#include "tags/cue_data.h"
 
 namespace tw::desk {
 
@@ -218,6 +219,8 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
         reporting::lstCatagories_Click(c, row);
     } else if (name == "flSweepers") {
         liveassist::flSweepers_Click(c);
+    } else if (name == "cmboSweeperList") {
+        tags::chooseSweeperRow(c.form().cmboSweeperList, row);
     } else if (name == "frmAppSettings.cboMicDevice") {
         liveassist::cboMicDevice_Click(c);
     } else if (name == "frmAppSettings.cboMicInput") {

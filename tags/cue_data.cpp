@@ -99,6 +99,7 @@ void fillSweeperList(core::Console& c) {
     auto& combo = m.cmboSweeperList;
     const auto& files = m.flSweepers;
     combo.items.clear();
+    chooseSweeperRow(combo, -1);
     std::vector<std::int32_t> numbers;
     for (const auto& item : files.items) {
         numbers.push_back(tags::getSweeperNumber(c, files.path + "/" + item.text));
@@ -113,6 +114,16 @@ void fillSweeperList(core::Console& c) {
             combo.items[static_cast<std::size_t>(numbers[i])].text = files.items[i].text;
         }
     }
+}
+
+void chooseSweeperRow(core::Element& combo, int index) {
+    if (index < 0 || index >= combo.listCount()) {
+        combo.listIndex = -1;
+        combo.text.clear();
+        return;
+    }
+    combo.listIndex = index;
+    combo.text = combo.items[static_cast<std::size_t>(index)].text;
 }
 
 bool logTagWriteError(core::Console& c, const std::string& path) {

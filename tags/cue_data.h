@@ -33,8 +33,11 @@ std::int32_t nextFreeSweeperNumber(core::Console& c);
 std::int32_t findSweeperById(core::Console& c, std::int32_t number);
 
 // Rebuilds cmboSweeperList so that an index is a sweeper number: "No Sweeper" at 0, "Deleted"
-// where no file holds the number, the file's name where one does.
+// where no file holds the number, the file's name where one does. Emptying the list takes its
+// choice with it: afterwards no row is chosen.
 void fillSweeperList(core::Console& c);
+// Chooses row `index` of the sweeper combo (-1: none); the combo's text follows its choice.
+void chooseSweeperRow(core::Element& combo, int index);
 
 // After a write of the console's tag object: a failure goes to app.log as "Error writing the tag
 // of <path>: <reason>". True when there was one.

@@ -8,8 +8,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <ostream>
+#include <vector>
 
 #include "autodj/track_details.h"
+#include "core/text.h"
 #include "desk/actions.h"
 #include "media/waveform_cache.h"
 #include "tags/cue_data.h"
@@ -25,14 +28,60 @@ class CuePointsTest : public StationFixture {
   protected:
     // A track in Music/Rock whose TOWN frame holds owner (none when empty), at tag revision rev.
     std::string addCueTrack(const std::string& owner, int rev = 3, int frames = 40) {
-        std::string body = textFrame(rev == 2 ? "TT2" : "TIT2", "Tune", rev) +
+        return addCueFile("t.mp3", "Tune", owner, mpegFrames(frames), rev);
+    }
+    // The file Music/Rock/name: a tag with the title and owner, then the audio bytes.
+    std::string addCueFile(const std::string& name, const std::string& title,
+                           const std::string& owner, const std::string& audio, int rev = 3) {
+        std::string body = textFrame(rev == 2 ? "TT2" : "TIT2", title, rev) +
                            textFrame(rev == 2 ? "TP1" : "TPE1", "Band", rev);
         if (!owner.empty() && rev != 2) {
             body += textFrame("TOWN", owner, rev);
         }
-        const auto path = dir / "Music/Rock/t.mp3";
-        writeFile(path, id3Tag(rev, body) + mpegFrames(frames));
+        const auto path = dir / "Music/Rock" / name;
+        writeFile(path, id3Tag(rev, body) + audio);
         return path.string();
+    }
+    // A sweeper file holding number n in its tag.
+    void addSweeper(const std::string& name, int n) {
+        writeFile(dir / "Sweepers" / name,
+                  id3Tag(3, textFrame("TOWN", "twSTag~" + std::to_string(n), 3)) + mpegFrames(2));
+    }
+    void showSweepers() {
+        m().flSweepers.path = console->AppFolder + "/Sweepers";
+        core::refreshFileList(m().flSweepers);
+    }
+    // The row of lstSongs that shows the title.
+    int songRow(const std::string& title) {
+        for (int i = 0; i < m().lstSongs.listCount(); ++i) {
+            if (m().lstSongs.items[static_cast<std::size_t>(i)].text.find(title) !=
+                std::string::npos) {
+                return i;
+            }
+        }
+        return -1;
+    }
+    // The cue markers on the details picture (the waveform's columns are one pixel wide).
+    std::vector<core::Fill> markers() {
+        std::vector<core::Fill> out;
+        for (const auto& f : m().pctPreviewMarkers.drawing.fills) {
+            if (f.width == 3) {
+                out.push_back(f);
+            }
+        }
+        return out;
+    }
+    // Runs the event loop until the details picture has its waveform.
+    bool waitForWaveform() {
+        for (int i = 0; i < 1000; ++i) {
+            const auto& fills = m().pctPreviewMarkers.drawing.fills;
+            if (fills.size() > markers().size()) {
+                return true;
+            }
+            usleep(2000);
+            loop.processPending();
+        }
+        return false;
     }
 
     // Opens the console, the Rock category and its first track in the details panel.
@@ -99,18 +148,61 @@ TEST_F(CuePointsTest, AShortFieldCountGivesEmptyTokensWithTheTagPresent) {
     EXPECT_FLOAT_EQ(r.sweepStart, 0.0f);
 }
 
-TEST_F(CuePointsTest, ATokenTwoBeyondTheListLeavesTheSelectionAlone) {
-    writeFile(dir / "Sweepers/a.mp3", id3Tag(3, textFrame("TOWN", "twSTag~1", 3)) + mpegFrames(2));
-    addCueTrack("twTag~ 9~~~~~~~~");
-    open();
-    m().flSweepers.path = console->AppFolder + "/Sweepers";
-    core::refreshFileList(m().flSweepers);
-    m().cmboSweeperList.listIndex = 1;
-    desk::select(*console, "lstPlaylists", 0);
-    desk::select(*console, "lstSongs", 0);
-    ASSERT_EQ(m().cmboSweeperList.listCount(), 2);  // "No Sweeper", "a.mp3"
-    EXPECT_EQ(m().cmboSweeperList.listIndex, 1);
+// What the panel chooses in the sweeper list for the second of two tracks, the first having
+// chosen row 2: the refill empties the list and its choice, the second track's token 2 chooses a
+// row of the new list when it is below its count ("-1" choosing none), and a number past the list
+// leaves the refilled list with no choice. The update then writes the second track's own choice.
+struct SweeperChoice {
+    const char* name;
+    const char* owner;    // the second track's TOWN frame ("" none)
+    int chosen;           // the row chosen for it, -1 none
+    const char* written;  // token 2 as the update writes it
+};
+
+void PrintTo(const SweeperChoice& p, std::ostream* os) {
+    *os << p.name;
 }
+
+class SweeperChoiceTest : public CuePointsTest,
+                          public ::testing::WithParamInterface<SweeperChoice> {};
+
+TEST_P(SweeperChoiceTest, TheNextTrackNeverTakesTheSweeperOfTheTrackShownBefore) {
+    const SweeperChoice& p = GetParam();
+    addSweeper("a.mp3", 1);
+    addSweeper("b.mp3", 2);
+    addCueFile("one.mp3", "One", "twTag~ 2~~~~~~~~", mpegFrames(20));
+    const std::string second = addCueFile("two.mp3", "Two", p.owner, mpegFrames(20));
+    open();
+    showSweepers();
+    desk::select(*console, "lstPlaylists", 0);
+    const int one = songRow("One"), two = songRow("Two");
+    ASSERT_GE(one, 0);
+    ASSERT_GE(two, 0);
+    desk::select(*console, "lstSongs", one);
+    ASSERT_EQ(m().cmboSweeperList.listCount(), 3);  // "No Sweeper", "a.mp3", "b.mp3"
+    ASSERT_EQ(m().cmboSweeperList.listIndex, 2);
+    EXPECT_EQ(m().cmboSweeperList.text, "b.mp3");
+
+    desk::select(*console, "lstSongs", two);
+    EXPECT_EQ(m().cmboSweeperList.listIndex, p.chosen);
+    EXPECT_EQ(m().cmboSweeperList.text,
+              p.chosen < 0 ? std::string()
+                           : m().cmboSweeperList.items[static_cast<std::size_t>(p.chosen)].text);
+    desk::press(*console, "cmdUpdateTag");
+    EXPECT_EQ(core::token("~", 2, storedOwner(second)), p.written) << storedOwner(second);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , SweeperChoiceTest,
+    ::testing::Values(SweeperChoice{"MinusOneChoosesNone", "twTag~-1~~~~~~~~", -1, "-1"},
+                      SweeperChoice{"AnUntaggedTrackChoosesNone", "", -1, "-1"},
+                      SweeperChoice{"ForeignOwnerTextChoosesNone", "bought at a shop", -1, "-1"},
+                      SweeperChoice{"ANumberPastTheListLeavesTheRefilledListUnchosen",
+                                    "twTag~ 9~~~~~~~~", -1, "-1"},
+                      SweeperChoice{"TheListsCountIsPastIt", "twTag~ 3~~~~~~~~", -1, "-1"},
+                      SweeperChoice{"ItsOwnRow", "twTag~ 1~~~~~~~~", 1, " 1"},
+                      SweeperChoice{"RowZeroIsNoSweeper", "twTag~ 0~~~~~~~~", 0, " 0"}),
+    [](const ::testing::TestParamInfo<SweeperChoice>& info) { return info.param.name; });
 
 TEST_F(CuePointsTest, ASweeperIndexInTheTagSelectsItsRowOfTheRefilledList) {
     writeFile(dir / "Sweepers/a.mp3", id3Tag(3, textFrame("TOWN", "twSTag~2", 3)) + mpegFrames(2));
@@ -219,6 +311,34 @@ TEST_F(CuePointsTest, AFailedWriteShowsItsMessageLeavesTheFileAndShowsTheOldPoin
     ASSERT_FALSE(fills.empty());
     const double width = m().pctPreviewMarkers.scaleWidth();
     EXPECT_NEAR(fills.back().x, width * 30 / 240, 1.0);
+}
+
+// With no preview running the markers stand on the waveform by time, as the tag holds them: a
+// write that failed leaves them on the stored point, one that worked moves them.
+TEST_F(CuePointsTest, WithoutAPreviewTheMarkersShowWhatTheTagHoldsAfterAnUpdate) {
+    const auto tone = lameTone(dir.path(), "tone.mp3");  // one second
+    addCueFile("t.mp3", "Tune", "twTag~-1~~~~~~~~0.3", readFile(tone));
+    showFirstTrack();
+    ASSERT_TRUE(waitForWaveform());
+    ASSERT_EQ(console->previewPlayer, 0u);
+    const double width = m().pctPreviewMarkers.scaleWidth();
+    ASSERT_EQ(markers().size(), 1u);
+    EXPECT_NEAR(markers()[0].x, width * 0.3, 2.0);
+
+    console->id3->setWriteHooks(
+        {[](tags::WriteStep s) { return s == tags::WriteStep::Rename ? EACCES : 0; }});
+    m().txtNextStart.hiddenValue = "0.6";
+    desk::press(*console, "cmdUpdateTag");
+    ASSERT_EQ(prompter.shown().size(), 1u) << "the write failed";
+    ASSERT_TRUE(waitForWaveform());
+    ASSERT_EQ(markers().size(), 1u);
+    EXPECT_NEAR(markers()[0].x, width * 0.3, 2.0) << "the stored 0.3 s, not the panel's 0.6 s";
+
+    console->id3->setWriteHooks({});
+    desk::press(*console, "cmdUpdateTag");
+    ASSERT_TRUE(waitForWaveform());
+    ASSERT_EQ(markers().size(), 1u);
+    EXPECT_NEAR(markers()[0].x, width * 0.6, 2.0);
 }
 
 TEST_F(CuePointsTest, ACueTagInARevisionTwoTagIsLostSilently) {
