@@ -113,10 +113,11 @@ void flSweepers_DragDrop(core::Console& c, const std::vector<std::string>& files
     auto& list = c.form().flSweepers;
     try {
         for (const auto& file : files) {
-            // The list is refreshed only after all of them: the numbers taken are those of the
-            // files it showed, read from what they hold now (a replaced file's old number is gone
-            // with it).
+            // The free number is taken from the files the list shows, so the list takes in each
+            // copy before the next one is numbered: files dropped together get a number each.
+            // A replaced file is read as it is now, its old number gone with it.
             tags::setSweeperNumber(c, core::copyIntoFolder(file, sweeperFolder(c)));
+            core::refreshFileList(list);
         }
     } catch (const std::exception& e) {
         core::logError(c, "Error in file drop: " + core::describeFailure(e).description);

@@ -172,6 +172,23 @@ TEST_F(SweepersTest, ADroppedFileWithTheNameOfASweeperReplacesItAndIsNumberedAne
     EXPECT_EQ(console->form().flSweepers.listCount(), 3);
 }
 
+TEST_F(SweepersTest, FilesDroppedTogetherTakeANumberEach) {
+    addSweeper("a.mp3", 1);
+    openWithSweepers();
+    const auto outside = dir / "outside";
+    std::filesystem::create_directories(outside);
+    std::vector<std::string> dropped;
+    for (const char* name : {"x.mp3", "y.mp3", "z.mp3"}) {
+        writeFile(outside / name, mpegFrames(3));
+        dropped.push_back((outside / name).string());
+    }
+    desk::dropFiles(*console, "flSweepers", dropped);
+    EXPECT_EQ(tags::getSweeperNumber(*console, sweeperPath("x.mp3")), 2);
+    EXPECT_EQ(tags::getSweeperNumber(*console, sweeperPath("y.mp3")), 3);
+    EXPECT_EQ(tags::getSweeperNumber(*console, sweeperPath("z.mp3")), 4);
+    EXPECT_EQ(console->form().flSweepers.listCount(), 4);
+}
+
 TEST_F(SweepersTest, AClickShowsTheNumberAndDeleteSendsTheFileToTheTrash) {
     addSweeper("a.mp3", 5);
     openWithSweepers();
