@@ -28,6 +28,13 @@ audio::SyncProc freeSync(core::Console& c) {
     };
 }
 
+// A mixer source held by the mixer's pause flag. A stream outside the mixer (or gone) answers
+// with all bits set, which is no pause.
+bool pausedInMixer(audio::Engine& e, audio::Handle stream) {
+    const std::uint32_t flags = e.mixerChannelFlags(stream, 0, 0);
+    return flags != 0xFFFFFFFFu && (flags & audio::kMixerPause) != 0;
+}
+
 }  // namespace
 
 void startNExt(core::Console& c) {
@@ -68,6 +75,13 @@ void startNExt(core::Console& c) {
         }
         if (!e.mixerAddChannel(c.mixerStream, in, audio::kStreamAutoFree)) {
             return;
+        }
+        // A paused track stays in the mixer, held, after its hand-over, and the start has just
+        // cleared its paused look: the next press on its button would put it back on the air
+        // beside the new track. It goes now, as a faded track goes at its end, and its free sync
+        // loads the player again.
+        if (out != 0 && pausedInMixer(e, out)) {
+            e.streamFree(out);
         }
         const std::string path = incoming == 2 ? c.nextSong2 : c.nextSong1;
         autodj::stampStartedTrack(c, path);

@@ -7,6 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "audio/engine.h"
+#include "core/console.h"
 #include "core/dates.h"
 #include "tests/app/station_run.h"
 #include "tests/testlib/temp_dir.h"
@@ -72,6 +74,35 @@ TEST_F(TransportScenario, PauseOnTheAirInAutomatedModeIsDeadAirAndTheWatchStarts
     EXPECT_EQ(run_->console().activePlayer, waiting_);
     EXPECT_EQ(played(), before + 1);
     EXPECT_EQ(pauseButton(onAir_).backColor, 0u);
+}
+
+// The paused track that the dead-air watch replaced is stopped and freed, and its player loaded
+// again: three presses on its pause button later, one track sounds in the mix.
+TEST_F(TransportScenario, APausedTrackReplacedByTheDeadAirWatchNeverComesBackBesideTheNext) {
+    core::Console& c = run_->console();
+    audio::Engine& e = c.engine();
+    const audio::Handle paused = onAir_ == 1 ? c.player1Stream : c.player2Stream;
+    ASSERT_EQ(run_->exec("press " + name("cmdPausePlay", onAir_)), "");
+    run_->advance(3.0, 0.06);
+    ASSERT_EQ(c.activePlayer, waiting_) << "the watch started the next track";
+    EXPECT_EQ(e.channelIsActive(paused), audio::kStopped);
+    EXPECT_EQ(e.errorGetCode(), audio::kErrorHandle) << "the paused stream is freed";
+    // A source sounds when it is in the mix and not held by the pause flag.
+    auto sounding = [&] {
+        int n = 0;
+        for (const audio::Handle h : {c.player1Stream, c.player2Stream}) {
+            const std::uint32_t flags = e.mixerChannelFlags(h, 0, 0);
+            n += flags != 0xFFFFFFFFu && (flags & audio::kMixerPause) == 0;
+        }
+        return n;
+    };
+    EXPECT_EQ(sounding(), 1);
+    for (int press = 1; press <= 3; ++press) {
+        ASSERT_EQ(run_->exec("press " + name("cmdPausePlay", onAir_)), "");
+        run_->advance(1.0, 0.06);
+        EXPECT_EQ(sounding(), 1) << "after press " << press;
+        EXPECT_EQ(c.activePlayer, waiting_);
+    }
 }
 
 TEST_F(TransportScenario, PauseOnTheAirInManualModeHoldsTheTrackUntilOnePressResumesIt) {

@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "broadcast/cast_form.h"
 #include "core/console_ops.h"
+#include "desk/actions.h"
+#include "playout/position_monitor.h"
 #include "tests/autodj/station_fixture.h"
 
 namespace tw::playout {
@@ -132,6 +136,80 @@ TEST_F(PlayerStartTest, ASecondStartInTheSameCrossfadeStopsAtTheStaleHandle) {
     EXPECT_EQ(c().activePlayer, 1);
     EXPECT_EQ(test::readFile(dir / "Played.log"), "Bob Brown - Beta,11/22/2026 10:00:00 AM\n");
     EXPECT_TRUE(appLogLines().empty()) << "a failed add is silent";
+}
+
+// Whatever starts the next track while the one on the air is paused in the mixer, the paused
+// track leaves the mix for good: presses on its pause button afterwards never bring it back
+// beside the new one.
+enum class Starter { Direct, NextInManualMode, DeadAirWatch };
+
+struct PausedHandOver {
+    const char* name;
+    Starter starter;
+};
+
+void PrintTo(const PausedHandOver& p, std::ostream* os) {
+    *os << p.name;
+}
+
+class PausedHandOverTest : public PlayerStartTest,
+                           public ::testing::WithParamInterface<PausedHandOver> {
+  protected:
+    void start() {
+        switch (GetParam().starter) {
+            case Starter::Direct:
+                startNExt(c());
+                break;
+            case Starter::NextInManualMode:
+                c().form().cmdAutoManual.caption = core::kManual;
+                desk::press(c(), "cmdSkipNow");
+                break;
+            case Starter::DeadAirWatch:
+                // The mixer's level is 0: twenty ticks per unit of silence time.
+                c().tmrCheckPositionBool = true;
+                c().silenceTime = 1;
+                for (int i = 0; i < 30 && c().activePlayer == 1; ++i) {
+                    tmrCheckPosition_Timer(c());
+                }
+                break;
+        }
+    }
+};
+
+TEST_P(PausedHandOverTest, APausedTrackHandedOverIsFreedAndItsPauseButtonCannotBringItBack) {
+    const audio::Handle a = load(1, pathA, 200);
+    load(2, pathB, 200);
+    c().activePlayer = 1;
+    engine.channel(a).mixer = c().mixerStream;  // player 1 on the air
+    desk::press(c(), "cmdPausePlay1");
+    ASSERT_EQ(engine.soundingSources(c().mixerStream), 0);
+    start();
+    ASSERT_EQ(c().activePlayer, 2);
+    EXPECT_EQ(engine.count("streamFree " + h(a)), 1);
+    EXPECT_FALSE(engine.has(a)) << "the paused track is gone from the mix";
+    EXPECT_EQ(engine.soundingSources(c().mixerStream), 1);
+    for (int press = 1; press <= 3; ++press) {
+        desk::press(c(), "cmdPausePlay1");
+        EXPECT_EQ(engine.soundingSources(c().mixerStream), 1) << "after press " << press;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , PausedHandOverTest,
+    ::testing::Values(PausedHandOver{"StartNExt", Starter::Direct},
+                      PausedHandOver{"NextInManualMode", Starter::NextInManualMode},
+                      PausedHandOver{"DeadAirWatch", Starter::DeadAirWatch}),
+    [](const ::testing::TestParamInfo<PausedHandOver>& info) { return info.param.name; });
+
+TEST_F(PlayerStartTest, AnOutgoingTrackThatPlaysStaysInTheMixToFade) {
+    const audio::Handle a = load(1, pathA, 200);
+    load(2, pathB, 200);
+    c().activePlayer = 1;
+    engine.channel(a).mixer = c().mixerStream;
+    startNExt(c());
+    EXPECT_TRUE(engine.has(a));
+    EXPECT_EQ(engine.count("streamFree"), 0);
+    EXPECT_EQ(engine.soundingSources(c().mixerStream), 2) << "the crossfade";
 }
 
 TEST_F(PlayerStartTest, NothingToStartAndNothingRunningReturnsAtOnce) {

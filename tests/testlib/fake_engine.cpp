@@ -283,6 +283,14 @@ int FakeEngine::syncCount(audio::Handle h) const {
     return n;
 }
 
+int FakeEngine::soundingSources(audio::Handle mixer) const {
+    int n = 0;
+    for (const auto& [h, c] : channels_) {
+        n += c.mixer == mixer && !c.paused && c.state != audio::kStopped;
+    }
+    return n;
+}
+
 audio::Handle FakeEngine::mixerStreamCreate(std::uint32_t, std::uint32_t, std::uint32_t) {
     if (recordCalls)
         calls.push_back("mixerStreamCreate");
@@ -323,10 +331,15 @@ std::uint32_t FakeEngine::mixerChannelFlags(audio::Handle h, std::uint32_t flags
     if (!c) {
         return fail(0xFFFFFFFFu);
     }
+    if (c->mixer == 0) {
+        // Only a mixer source has mixer flags, as in the engine.
+        lastError_ = audio::kErrorNotAvailable;
+        return 0xFFFFFFFFu;
+    }
     if (mask & audio::kMixerPause) {
         c->paused = (flags & audio::kMixerPause) != 0;
     }
-    return flags;
+    return c->paused ? audio::kMixerPause : 0u;
 }
 
 bool FakeEngine::mixerChannelRemove(audio::Handle h) {

@@ -41,6 +41,8 @@ class FakeEngine final : public audio::Engine {
     // fire (on the calling thread, standing in for the engine's own).
     void finish(audio::Handle h);
     int syncCount(audio::Handle h) const;
+    // The sources of the mixer that sound now: in it, neither paused nor stopped.
+    int soundingSources(audio::Handle mixer) const;
 
     std::vector<std::string> calls;  // "encodeStop 7", "mixerStreamCreate", ...
     bool recordCalls = true;         // off for long runs, where the list would only grow
