@@ -7,6 +7,8 @@
 
 #include "autodj/rotations.h"
 #include "core/console_ops.h"
+#include "desk/actions.h"
+#include "playout/player_start.h"
 #include "tags/id3_tag.h"
 #include "tests/autodj/station_fixture.h"
 
@@ -246,6 +248,33 @@ TEST_F(PlannerTest, ARepickPressOnTheFourthColumnRepicksRetimesAndReloads) {
     lstPlaylist_MouseUp(c());
     EXPECT_FALSE(c().redrawPending);
     EXPECT_EQ(cell(1, 3), "ClickToRepick");
+}
+
+// Until the outgoing track is gone the selection stands on the row on the air, and a Re-Pick
+// reloads the selected row. After an Eject of the fading player, whose free sync would have
+// loaded the next row, a Re-Pick therefore puts the track on the air on the other player too,
+// and the next start plays it a second time.
+TEST_F(PlannerTest, ARepickAfterAnEjectOfTheFadingPlayerReloadsTheRowOnTheAirAsPrescribed) {
+    rotation("day.rot", {"Rock", "Pop", "Jazz"});
+    selectRotation("day.rot");
+    playout::startNExt(c());  // row 0 on player 1
+    loadNextSong(c(), 0);     // row 1 waits on player 2
+    playout::startNExt(c());  // row 1 on the air, player 1 fading out
+    ASSERT_EQ(c().activePlayer, 2);
+    const std::string onAir = c().nextSong2;
+    ASSERT_EQ(onAir, c().trackList[1].trackPath);
+    ASSERT_EQ(c().form().lstRotation.row, 1);
+    desk::press(c(), "cmdEject1");
+    EXPECT_EQ(c().activePlayer, 2);
+    c().form().lstPlaylist.row = 2;
+    lstPlaylist_MouseDown(c(), 3);
+    lstPlaylist_MouseUp(c());
+    EXPECT_EQ(c().rotationPosition, 1);
+    EXPECT_EQ(c().nextSong1, onAir) << "the track on the air, loaded on the other player";
+    EXPECT_NE(c().player1Stream, 0u);
+    playout::startNExt(c());
+    EXPECT_EQ(c().activePlayer, 1);
+    EXPECT_EQ(c().currentTitle, c().trackList[1].trackName) << "the same track again";
 }
 
 TEST_F(PlannerTest, APressOnTheNameShowsTheHistoryBalloon) {
