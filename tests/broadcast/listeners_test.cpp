@@ -4,7 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "autodj/history.h"
+#include "core/dates.h"
+#include "playout/position_monitor.h"
 #include "tests/broadcast/cast_fixture.h"
 
 namespace tw::test {
@@ -24,6 +30,28 @@ class ListenersTest : public CastFixture {
     }
     std::string outs(const std::string& track = "Band - Tune") {
         return autodj::readHistory(*console, track, autodj::kTunedOut, "<none>");
+    }
+    std::string lastTuneOut() {
+        return autodj::readHistory(*console, "Band - Tune", autodj::kLastTimeTunedOut, "<none>");
+    }
+    // The poll of the position monitor, with the servers' answers given: encoder i reports
+    // counts[i] listeners.
+    void pollEvery(std::initializer_list<std::int32_t> counts) {
+        auto calls = std::make_unique<RecordingTickCalls>();
+        tick = calls.get();
+        console->tickCalls = std::move(calls);
+        int i = 0;
+        for (const std::int32_t n : counts) {
+            tick->encoderEnabled[i] = true;
+            tick->answers[i] = "<listeners>" + std::to_string(n) + "</listeners>";
+            tick->listeners[i] = n;
+            ++i;
+        }
+        console->tmrCheckPositionBool = true;
+    }
+    void poll() {
+        console->statsTicks = 99;
+        playout::tmrCheckPosition_Timer(*console);
     }
 };
 
@@ -71,6 +99,61 @@ TEST_F(ListenersTest, ADoubleClickResetsThePeakToZeroAndStoresIt) {
     EXPECT_EQ(core::readIni(*console, appSettingsFile(), "tarnWave", "lastPeak", ""), "0");
     listeners(26);
     EXPECT_EQ(console->form().lblPeakListeners.caption, " 26");
+}
+
+// Two encoders with 10 and 5 listeners: each poll writes 10, then 15, so from the second poll on
+// the track is charged +5 (15 to 10) and -5 (10 to 15), and the time of the charge is renewed
+// although the sum never moved.
+TEST_F(ListenersTest, TwoSteadyEncodersChargePlusFiveAndMinusFiveAtEachPollAndRenewTheTime) {
+    pollEvery({10, 5});
+    std::vector<std::string> betweenTheTwo;
+    tick->onCheckStats = [&](int i) {
+        if (i == 1) {
+            betweenTheTwo.push_back(outs());
+        }
+    };
+    poll();
+    EXPECT_EQ(betweenTheTwo, (std::vector<std::string>{"-10"}));
+    EXPECT_EQ(outs(), "-15") << "the whole audience, against 0 at the start";
+    for (int p = 2; p <= 4; ++p) {
+        clock.advanceSeconds(6);
+        const std::string now = core::generalDate(console->now());
+        poll();
+        ASSERT_EQ(betweenTheTwo.size(), static_cast<std::size_t>(p));
+        EXPECT_EQ(betweenTheTwo.back(), "-10") << "poll " << p << ": +5 as the caption fell to 10";
+        EXPECT_EQ(outs(), "-15") << "poll " << p << ": -5 as it rose to 15 again";
+        EXPECT_EQ(lastTuneOut(), now) << "poll " << p;
+    }
+    EXPECT_EQ(console->form().lblListerners.caption, "15");
+}
+
+TEST_F(ListenersTest, OneSteadyEncoderChargesNothingAndRenewsNoTime) {
+    pollEvery({8});
+    poll();
+    const std::string first = lastTuneOut();
+    clock.advanceSeconds(6);
+    poll();
+    EXPECT_EQ(outs(), "-8");
+    EXPECT_EQ(lastTuneOut(), first);
+}
+
+// The peak's reset stands until the caption changes: a steady count writes nothing, so step 6
+// never runs and the peak stays 0.
+TEST_F(ListenersTest, ASteadyCountAfterTheResetOfThePeakLeavesItAtZero) {
+    pollEvery({25});
+    poll();
+    ASSERT_EQ(console->form().lblPeakListeners.caption, " 25");
+    lblPeakListeners_DblClick(*console);
+    for (int p = 0; p < 3; ++p) {
+        clock.advanceSeconds(6);
+        poll();
+    }
+    EXPECT_EQ(console->form().lblPeakListeners.caption, "0");
+    EXPECT_EQ(core::readIni(*console, appSettingsFile(), "tarnWave", "lastPeak", ""), "0");
+    tick->listeners[0] = 26;
+    tick->answers[0] = "<listeners>26</listeners>";
+    poll();
+    EXPECT_EQ(console->form().lblPeakListeners.caption, " 26") << "a change raises it again";
 }
 
 TEST_F(ListenersTest, BeforeAnythingHasPlayedTheEmptyKeyIsUsedAsItIs) {

@@ -5,9 +5,16 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <ostream>
+
+#include "audio/capture_device.h"
+#include "audio/mix_engine.h"
+#include "core/settings_store.h"
 #include "desk/actions.h"
 #include "tests/autodj/station_fixture.h"
 #include "tests/tags/tag_test_util.h"
+#include "tests/testlib/temp_dir.h"
 
 namespace tw::test {
 namespace {
@@ -210,6 +217,73 @@ TEST_F(MicrophoneTest, SliderPastTheBarsEndSetsTheVolumeButDoesNotRedraw) {
     EXPECT_EQ(bar.drawing.texts[0].text, "50") << "not redrawn";
     EXPECT_EQ(engine.count("recordSetInput 0 0 1.05"), 1) << "the volume is set all the same";
 }
+
+// The gain bar on the engine itself, offline, with a capture device that records silence: a
+// move first to the middle, then to X. Up to the width less 2 the bar is drawn again; past that
+// only the volume moves, and past the width the value is above full, which the engine refuses
+// like any volume above 1, so the input keeps the volume it had.
+struct GainMove {
+    const char* name;
+    double x;           // on a bar 162 wide
+    const char* shown;  // the figure on the bar afterwards
+    double drawnTo;     // the width of its gradient
+    float volume;       // the input's volume afterwards
+};
+
+void PrintTo(const GainMove& p, std::ostream* os) {
+    *os << p.name;
+}
+
+class GainBarOnTheEngineTest : public ::testing::TestWithParam<GainMove> {
+  protected:
+    GainBarOnTheEngineTest() {
+        engine.useCapture(audio::silentCapture());
+        engine.init(-1, 44100, 0);
+        engine.recordInit(0);
+        core::Services s;
+        s.engine = &engine;
+        s.settings = &settings;
+        console = std::make_unique<core::Console>(dir.str(), s);
+        console->ui.settings.cboMicDevice.listIndex = 0;
+        auto& bar = console->form().pctMainVolume;
+        bar.rect.width = 162;
+        bar.rect.height = 12;
+    }
+    float inputVolume() {
+        float volume = -1;
+        EXPECT_EQ(engine.recordGetInput(0, volume), 0);
+        return volume;
+    }
+
+    TempDir dir;
+    core::SettingsStore settings;
+    audio::MixEngine engine{audio::EngineMode::Offline};
+    std::unique_ptr<core::Console> console;
+};
+
+TEST_P(GainBarOnTheEngineTest, AMoveRedrawsOnlyUpToTheBarsEndAndSetsTheVolume) {
+    const GainMove& p = GetParam();
+    auto& bar = console->form().pctMainVolume;
+    ASSERT_TRUE(desk::press(*console, "pctMainVolume", desk::MouseButton::Left, 81));
+    ASSERT_EQ(bar.drawing.texts.size(), 1u);
+    ASSERT_EQ(bar.drawing.texts[0].text, "50");
+    ASSERT_FLOAT_EQ(inputVolume(), 0.5f);
+    ASSERT_TRUE(desk::press(*console, "pctMainVolume", desk::MouseButton::Left, p.x));
+    ASSERT_EQ(bar.drawing.texts.size(), 1u);
+    EXPECT_EQ(bar.drawing.texts[0].text, p.shown);
+    ASSERT_EQ(bar.drawing.fills.size(), 1u);
+    EXPECT_DOUBLE_EQ(bar.drawing.fills[0].width, p.drawnTo);
+    EXPECT_FLOAT_EQ(inputVolume(), p.volume);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , GainBarOnTheEngineTest,
+    ::testing::Values(GainMove{"TheLastDrawnPlace", 160, "99", 160, 160.0f / 162},
+                      GainMove{"PastTheBarsEndSetsTheVolumeButDoesNotRedraw", 161, "50", 81,
+                               161.0f / 162},
+                      GainMove{"AtTheBarsWidthFullVolumeWithoutARedraw", 162, "50", 81, 1.0f},
+                      GainMove{"BeyondTheWidthTheEngineRefusesMoreThanFull", 170, "50", 81, 0.5f}),
+    [](const ::testing::TestParamInfo<GainMove>& info) { return info.param.name; });
 
 TEST_F(MicrophoneTest, SliderFallsBackToTheMasterInputAndSetsTheTakesVolume) {
     auto& c = station();

@@ -7,10 +7,12 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <ostream>
 #include <set>
 
 #include "core/console_ops.h"
 #include "desk/actions.h"
+#include "playout/position_monitor.h"
 #include "tags/cue_data.h"
 #include "tests/autodj/station_fixture.h"
 #include "tests/tags/tag_test_util.h"
@@ -114,6 +116,54 @@ TEST_F(SweepersTest, ANumberThatNoFileHoldsGivesTheFirstFile) {
     EXPECT_EQ(liveassist::findSweeperIndex(*console, 7), 0);
     EXPECT_EQ(liveassist::findSweeperIndex(*console, 2), 1);
 }
+
+// The tick's own choice at the sweep start, through the console's tick calls: the track's number
+// finds its file, a number that no file holds gives the first file of the list, and no number
+// the default sweeper.
+struct TickSweeper {
+    const char* name;
+    std::int32_t number;  // the track's sweeper number
+    const char* fired;    // the file that sounds
+};
+
+void PrintTo(const TickSweeper& p, std::ostream* os) {
+    *os << p.name;
+}
+
+class TickSweeperTest : public SweepersTest, public ::testing::WithParamInterface<TickSweeper> {};
+
+TEST_P(TickSweeperTest, TheTickFiresTheFileOfTheTracksNumber) {
+    // The first file of the list holds 2, so the first file and number 1 are not the same.
+    addSweeper("a.mp3", 2);
+    addSweeper("b.mp3", 1);
+    addSweeper("c.mp3", 3);
+    for (const char* name : {"a.mp3", "b.mp3", "c.mp3"}) {
+        engine.fileSeconds[sweeperPath(name)] = 4;
+    }
+    auto& c = openWithSweepers();
+    c.defaultSweeper = "c.mp3";
+    c.mixerStream = engine.mixerStreamCreate(44100, 2, 0);
+    c.player1Stream = engine.addStream(200);
+    engine.setPositionSeconds(c.player1Stream, 6);
+    c.activePlayer = 1;
+    c.cueRecord1.sweeperAllowed = true;
+    c.cueRecord1.sweepStart = 5;
+    c.cueRecord1.sweeperIndex = GetParam().number;
+    c.tmrCheckPositionBool = true;
+    playout::tmrCheckPosition_Timer(c);
+    EXPECT_TRUE(c.cueRecord1.sweepFired);
+    for (const char* name : {"a.mp3", "b.mp3", "c.mp3"}) {
+        EXPECT_EQ(streamsOpened(name), name == std::string(GetParam().fired) ? 1 : 0) << name;
+    }
+    EXPECT_NE(c.sweeperStream, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , TickSweeperTest,
+    ::testing::Values(TickSweeper{"ANumberNoFileHoldsFiresTheFirstFile", 7, "a.mp3"},
+                      TickSweeper{"ANumberFiresItsOwnFile", 1, "b.mp3"},
+                      TickSweeper{"NoNumberFiresTheDefault", 0, "c.mp3"}),
+    [](const ::testing::TestParamInfo<TickSweeper>& info) { return info.param.name; });
 
 TEST_F(SweepersTest, TwoFilesWithTheSameNumberFindTheFirst) {
     addSweeper("a.mp3", 1);

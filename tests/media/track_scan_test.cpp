@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
 
 #include "audio/mix_engine.h"
 #include "core/console.h"
@@ -80,6 +81,50 @@ TEST_F(TrackScanTest, ThresholdFiftyNineStartsAtTheLastZeroBeforeTheSoundAndEnds
     // The player starts at the first sound: the frame that holds the scan's byte.
     EXPECT_EQ(engine.channelGetPosition(h), start / 4 * 4);
 }
+
+// A track whose lead-in and tail are a whisper (level 1) around the music (level 8000): only a
+// threshold of 0 takes the whisper for sound. The setting maps to |setting - 59| * 546, so 59
+// alone gives 0; its neighbours give 546, and the default of 1 gives 31668, above the music.
+struct TrimSetting {
+    const char* name;
+    std::int32_t setting;
+    std::int64_t startByte;  // the first sound walked back one sample; the end without sound
+    std::int32_t nextStart;  // the last sound less the crossfade of 2 s
+};
+
+void PrintTo(const TrimSetting& p, std::ostream* os) {
+    *os << p.name;
+}
+
+class TrimSettingTest : public TrackScanTest, public ::testing::WithParamInterface<TrimSetting> {};
+
+TEST_P(TrimSettingTest, TheSettingGivesTheThresholdOfTheScan) {
+    Pcm pcm{kRate, 2, {}};
+    auto add = [&pcm](double seconds, std::int16_t v) {
+        pcm.samples.insert(pcm.samples.end(), static_cast<std::size_t>(seconds * kRate) * 2, v);
+    };
+    add(2, 0);
+    add(3, 1);
+    add(55, 8000);
+    add(3, 1);
+    add(1, 0);
+    const auto path = (dir / "whisper.wav").string();
+    audio::test::writeWav(path, pcm);
+    console->autoTrimThreshold = GetParam().setting;
+    const audio::Handle h = open(path);
+    EXPECT_EQ(SetTrackStart(*console, path, h), GetParam().nextStart);
+    // The player starts at the frame that holds the scan's byte.
+    EXPECT_EQ(engine.channelGetPosition(h), GetParam().startByte / 4 * 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , TrimSettingTest,
+    // Interleaved sample 2 s * 88200 is the first whisper, 5 s * 88200 the first of the music.
+    ::testing::Values(TrimSetting{"FiftyNineIsThresholdZero", 59, 2 * (2 * 88200 - 1), 61},
+                      TrimSetting{"FiftyEightIs546", 58, 2 * (5 * 88200 - 1), 58},
+                      TrimSetting{"SixtyIs546", 60, 2 * (5 * 88200 - 1), 58},
+                      TrimSetting{"TheDefaultOfOneIsAboveTheMusic", 1, 64 * 4 * kRate, 62}),
+    [](const ::testing::TestParamInfo<TrimSetting>& info) { return info.param.name; });
 
 TEST_F(TrackScanTest, TheDefaultThresholdScaleTakesALevelBelowItAsSilence) {
     console->autoTrimThreshold = 60;  // 546: a level of 500 is no sound

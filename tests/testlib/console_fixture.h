@@ -31,7 +31,8 @@ class RecordingTrash final : public core::Trash {
 class RecordingTickCalls final : public core::TickCalls {
   public:
     std::vector<std::string> calls;
-    std::function<void()> onStartNExt;  // what a start does to the console, if anything
+    std::function<void()> onStartNExt;      // what a start does to the console, if anything
+    std::function<void(int)> onCheckStats;  // runs as encoder i is asked, before its answer
     bool encoderEnabled[12] = {};
     bool autoReconnect[12] = {};
     std::string answers[12];
@@ -60,6 +61,9 @@ class RecordingTickCalls final : public core::TickCalls {
     bool getStationAutoReConnect(int i) override { return autoReconnect[i]; }
     std::string checkStats(int i, std::int32_t& l) override {
         calls.push_back("checkStats " + std::to_string(i));
+        if (onCheckStats) {
+            onCheckStats(i);
+        }
         if (!answers[i].empty()) {
             l = listeners[i];
         }
