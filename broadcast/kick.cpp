@@ -23,14 +23,10 @@ void kickSource(core::Console& c, const std::string& url, const std::string& use
             if (!*alive) {
                 return;
             }
-            const auto user = c.svc.prompter->askName(
-                "Kick and Connect", "The server asks for a log-in. User:", "admin");
-            if (!user) {
-                return;
-            }
-            const auto password = c.svc.prompter->askName("Kick and Connect", "Password:", "");
-            if (password) {
-                kickSource(c, url, *user + ":" + *password);
+            const auto login = c.svc.prompter->askLogIn("Kick and Connect",
+                                                        "The server asks for a log-in.", "admin");
+            if (login) {
+                kickSource(c, url, login->user + ":" + login->password);
             }
         });
     });

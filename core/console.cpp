@@ -99,6 +99,9 @@ Console::Console(std::string appFolder, Services services)
     m.optSamplerMode[2].caption = "Move to Player";
     m.optSamplerMode[0].value = 1;
     m.frmMoreInfo.visible = false;
+    // The track list's menu, popped up by the right button; it stands nowhere on the form.
+    m.clkDelTrack.caption = "Move Selected Tracks to the Trash";
+    m.clkDelTrack.visible = false;
     m.fadeTimer.interval = 1;
     m.fadeTimer.enabled = false;
     m.tmrPreviewUpdate.interval = 100;

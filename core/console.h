@@ -142,6 +142,9 @@ class Console {
     bool muted = false;
     std::string previewSong;
     CueRecord previewCue;  // the cue points of the track in the preview
+    // The operator closed "Library Update": the jobs under way go on without showing it again,
+    // until he starts another (an import, a recount).
+    bool statusDismissed = false;
 
     // --- the position monitor --------------------------------------------------------------
     std::int32_t silenceTicks = 0;

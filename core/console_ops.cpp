@@ -158,7 +158,7 @@ int moveToRecycle(Console& c, const std::string& path, int flags, bool confirm) 
 
 void ShowStatus(Console& c, double thePercentage) {
     Element& form = c.ui.status.frmStatus;
-    form.visible = true;
+    form.visible = !c.statusDismissed;
     Element& bar = c.ui.status.pctStatus;
     bar.drawing.clear();
     bar.drawing.fills.push_back(
@@ -166,12 +166,21 @@ void ShowStatus(Console& c, double thePercentage) {
 }
 
 void setStatusText(Console& c, const std::string& text) {
-    c.ui.status.frmStatus.visible = true;
+    c.ui.status.frmStatus.visible = !c.statusDismissed;
     c.ui.status.lblProgress.caption = text;
 }
 
 void closeStatus(Console& c) {
     c.ui.status.frmStatus.visible = false;
+}
+
+void dismissStatus(Console& c) {
+    c.statusDismissed = true;
+    closeStatus(c);
+}
+
+void reopenStatus(Console& c) {
+    c.statusDismissed = false;
 }
 
 void refreshFileList(Element& list) {

@@ -57,6 +57,10 @@ int moveToRecycle(Console& c, const std::string& path, int flags, bool confirm);
 void ShowStatus(Console& c, double thePercentage);
 void setStatusText(Console& c, const std::string& text);
 void closeStatus(Console& c);
+// The operator closed "Library Update" with its close box: it stays closed for the jobs under
+// way. reopenStatus: he started a job of his own, whose progress shows again.
+void dismissStatus(Console& c);
+void reopenStatus(Console& c);
 
 // fadeTimer and tmrPreviewUpdate: enabling starts the loop's timer behind them.
 void setFadeTimerEnabled(Console& c, bool enabled);

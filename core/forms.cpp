@@ -74,6 +74,8 @@ const char* elementKindName(ElementKind k) {
             return "frame";
         case ElementKind::Timer:
             return "timer";
+        case ElementKind::Menu:
+            return "menu";
     }
     return "";
 }

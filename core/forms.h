@@ -122,6 +122,7 @@ namespace tw::core {
     X(frmPlaylistBuilder, Frame)          \
     X(frmNameTitleArtist, Frame)          \
     X(frmMoreInfo, Frame)                 \
+    X(clkDelTrack, Menu)                  \
     X(fadeTimer, Timer)                   \
     X(tmrPreviewUpdate, Timer)
 

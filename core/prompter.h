@@ -14,6 +14,12 @@ enum class MessageButtons { Ok, OkCancel, YesNo, YesNoCancel };
 enum class MessageIcon { None, Critical, Question, Exclamation, Information };
 enum class Answer { Ok = 1, Cancel = 2, Yes = 6, No = 7 };
 
+// A user name and password the operator typed for a server's log-in.
+struct LogIn {
+    std::string user;
+    std::string password;
+};
+
 struct FileDialog {
     std::string title;
     std::string folder;
@@ -35,6 +41,11 @@ class Prompter {
     virtual std::optional<std::string> askName(const std::string& caption,
                                                const std::string& explanation,
                                                const std::string& initial) = 0;
+    // A server's log-in: the user (offered as `user`) and a password typed in a field that shows
+    // no characters; nothing for Cancel.
+    virtual std::optional<LogIn> askLogIn(const std::string& caption,
+                                          const std::string& explanation,
+                                          const std::string& user) = 0;
     // Shows a text file (a log) to the operator: in the desktop's own viewer where there is one,
     // else in a window of the view's own. Returns at once; nothing waits for the viewer.
     virtual void showFile(const std::string& path, const std::string& title) = 0;

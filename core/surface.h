@@ -32,6 +32,7 @@ enum class ElementKind {
     Slider,
     Frame,
     Timer,
+    Menu,  // an entry of a menu the window pops up; never drawn on the form
 };
 
 // The pictures a button or bar is painted from.

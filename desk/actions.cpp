@@ -10,6 +10,7 @@
 #include "autodj/rotations.h"
 #include "autodj/schedule.h"
 #include "autodj/track_details.h"
+#include "core/console_ops.h"
 #include "core/settings_store.h"
 #include "desk/cast_actions.h"
 #include "desk/console_layout.h"
@@ -112,9 +113,15 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
              autodj::createCatagory(c);
          }},
         {"cmdCalculate",
-         [](core::Console& c, MouseButton, double) { autodj::cmdCalculate_Click(c); }},
+         [](core::Console& c, MouseButton, double) {
+             core::reopenStatus(c);
+             autodj::cmdCalculate_Click(c);
+         }},
         {"pctAddSongs",
-         [](core::Console& c, MouseButton, double) { autodj::pctAddSongs_Click(c); }},
+         [](core::Console& c, MouseButton, double) {
+             core::reopenStatus(c);
+             autodj::pctAddSongs_Click(c);
+         }},
         {"cmdSearch", [](core::Console& c, MouseButton, double) { autodj::cmdSearch_Click(c); }},
         {"cmdPlayOver",
          [](core::Console& c, MouseButton, double) { liveassist::cmdPlayOver_Click(c); }},
@@ -162,6 +169,14 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
                  liveassist::pctMainVolume_MouseMove(c, x);
              }
          }},
+        {"pctPreviewPlayer",
+         [](core::Console& c, MouseButton b, double x) {
+             if (b == MouseButton::Left) {
+                 playout::seekPreview(c, x);
+             }
+         }},
+        {"clkDelTrack",
+         [](core::Console& c, MouseButton, double) { autodj::deleteSelectedTracks(c); }},
         {"cmdRecord",
          [](core::Console& c, MouseButton, double) { liveassist::cmdRecord_Click(c); }},
         {"cmdVoiceTrack",
@@ -260,6 +275,33 @@ bool press(core::Console& c, std::string_view name, MouseButton button, double x
     return true;
 }
 
+bool move(core::Console& c, std::string_view name, double x, double y) {
+    (void)y;
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    // The gain bar and the level bars follow the pointer while the button is held; every other
+    // element ignores a move.
+    if (name == "pctMainVolume") {
+        liveassist::pctMainVolume_MouseMove(c, x);
+    } else if (name == "picLevelBar(0)" || name == "picLevelBar(1)") {
+        playout::picLevelBar_MouseDown(c, name == "picLevelBar(0)" ? 0 : 1, x);
+    }
+    return true;
+}
+
+bool release(core::Console& c, std::string_view name) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    if (name == "cmdPreviewSelected") {
+        playout::cmdPreviewSelected_MouseUp(c);
+    }
+    return true;
+}
+
 bool select(core::Console& c, std::string_view name, int row) {
     core::Element* e = c.ui.find(name);
     if (!e) {
@@ -279,6 +321,10 @@ bool select(core::Console& c, std::string_view name, int row) {
             return false;
         }
         e->listIndex = row;
+        // A combo box shows the entry chosen in it.
+        if (e->kind == core::ElementKind::ComboBox && row >= 0) {
+            e->text = e->items[static_cast<std::size_t>(row)].text;
+        }
     }
     if (!castSelect(c, name, row) && !playlistSelect(c, name, row)) {
         afterSelect(c, name, row);
@@ -317,6 +363,7 @@ bool dropFiles(core::Console& c, std::string_view name, const std::vector<std::s
     if (name == "fileList") {
         autodj::fileList_DragDrop(c, files);
     } else if (name == "lstSongs") {
+        core::reopenStatus(c);
         autodj::lstSongs_DragDrop(c, files);
     } else if (name == "flSweepers") {
         liveassist::flSweepers_DragDrop(c, files);

@@ -21,6 +21,12 @@ enum class MouseButton { Left = 1, Right = 2 };
 // of the schedule.
 bool press(core::Console& c, std::string_view name, MouseButton button = MouseButton::Left,
            double x = 0, double y = 0);
+// The mouse moved over an element with the left button held (held: true), x and y across it as
+// for press. The window sends the moves to the element the button went down on, also when the
+// pointer has left it. False for no such element.
+bool move(core::Console& c, std::string_view name, double x, double y = 0);
+// The left button let go over the element it went down on. False for no such element.
+bool release(core::Console& c, std::string_view name);
 // Selects an item or row (-1 for none) and runs the selection's action. False for no such element
 // or a row out of range.
 bool select(core::Console& c, std::string_view name, int row);

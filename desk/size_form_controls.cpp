@@ -22,6 +22,7 @@ bool hasFont(const Element& e) {
         case ElementKind::Picture:
         case ElementKind::Slider:
         case ElementKind::Timer:
+        case ElementKind::Menu:
             return false;
         default:
             return true;
@@ -36,7 +37,8 @@ double whole(double v) {
 }  // namespace
 
 bool resizesWithWindow(const Element& e) {
-    return e.kind != ElementKind::Form && e.kind != ElementKind::Timer;
+    return e.kind != ElementKind::Form && e.kind != ElementKind::Timer &&
+           e.kind != ElementKind::Menu;
 }
 
 clsSizeFormControls::clsSizeFormControls(core::Console& c, Record& record)

@@ -4,6 +4,7 @@
 #include "autodj/track_details.h"
 #include "core/console_ops.h"
 #include "core/settings_store.h"
+#include "core/text.h"
 #include "media/stream_time.h"
 #include "media/track_scan.h"
 #include "playout/manual_transport.h"
@@ -51,7 +52,7 @@ void previewTrack(core::Console& c, const std::string& file) {
         m.pctPreviewPlayer.drawing.clear();
         m.pctPreviewMarkers.drawing.clear();
         if (m.cmdPreviewSelected.image == core::ImageRole::Green) {
-            core::printOnButton(m.cmdPreviewSelected, core::ImageRole::Gray, "Preview");
+            cmdPreviewSelected_MouseUp(c);  // back to the idle face
         }
         // Muted by the operator before the preview: the press above unmuted it, this one
         // would mute it again; the mixer is never left muted.
@@ -81,6 +82,21 @@ void cmdPlayActiveSong_Click(core::Console& c) {
         return;
     }
     previewTrack(c, files[static_cast<std::size_t>(list.listIndex)]);
+}
+
+void seekPreview(core::Console& c, double x) {
+    audio::Engine& e = c.engine();
+    const double width = c.form().pctPreviewPlayer.scaleWidth();
+    if (width <= 0) {
+        return;
+    }
+    // A stale handle reads a length of -1; the seek that follows fails without effect.
+    c.barScale = core::cLng(static_cast<double>(e.channelGetLength(c.previewPlayer)) / width);
+    media::seekStream(e, c.previewPlayer, static_cast<std::int64_t>(core::cLng(x)) * c.barScale, 0);
+}
+
+void cmdPreviewSelected_MouseUp(core::Console& c) {
+    core::printOnButton(c.form().cmdPreviewSelected, core::ImageRole::Green, "Preview", "Selected");
 }
 
 void tmrPreviewUpdate_Timer(core::Console& c) {

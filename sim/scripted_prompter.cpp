@@ -68,6 +68,20 @@ std::optional<std::string> ScriptedPrompter::askName(const std::string& caption,
     return a;
 }
 
+std::optional<core::LogIn> ScriptedPrompter::askLogIn(const std::string& caption,
+                                                      const std::string& explanation,
+                                                      const std::string& user) {
+    (void)user;
+    core::LogIn given;
+    if (!take(given.user) || given.user == "<cancel>" || !take(given.password) ||
+        given.password == "<cancel>") {
+        shown_.push_back({"login", explanation, caption, "<cancel>"});
+        return std::nullopt;
+    }
+    shown_.push_back({"login", explanation, caption, given.user});
+    return given;
+}
+
 void ScriptedPrompter::showFile(const std::string& path, const std::string& title) {
     shown_.push_back({"file", path, title, ""});
 }

@@ -14,7 +14,7 @@ namespace tw::sim {
 class ScriptedPrompter final : public core::Prompter {
   public:
     struct Shown {
-        std::string kind;  // "message", "open", "save", "name", "file"
+        std::string kind;  // "message", "open", "save", "name", "login", "file"
         std::string text;
         std::string title;
         std::string answer;
@@ -30,6 +30,9 @@ class ScriptedPrompter final : public core::Prompter {
     std::optional<std::string> saveFile(const core::FileDialog& dialog) override;
     std::optional<std::string> askName(const std::string& caption, const std::string& explanation,
                                        const std::string& initial) override;
+    // Takes two answers, the user and the password; the password is not kept in what was shown.
+    std::optional<core::LogIn> askLogIn(const std::string& caption, const std::string& explanation,
+                                        const std::string& user) override;
     // Kept as shown, with the path as its text.
     void showFile(const std::string& path, const std::string& title) override;
 

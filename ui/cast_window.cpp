@@ -2,7 +2,6 @@
 
 #include <QCloseEvent>
 #include <QHelpEvent>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -11,6 +10,7 @@
 #include "ui/console_colors.h"
 #include "ui/element_painter.h"
 #include "ui/element_tool_tip.h"
+#include "ui/item_list.h"
 
 namespace tw::ui {
 
@@ -33,10 +33,14 @@ bool inside(const core::Element& e, const QPointF& at) {
            at.y() < e.rect.top + e.rect.height;
 }
 
+bool onComboArrow(const core::Element& box, const QPointF& at) {
+    return comboArrowPlace(box).contains(at);
+}
+
 }  // namespace
 
 CastWindow::CastWindow(core::Console& console, QWidget* owner, int beatMs)
-    : QWidget(owner, Qt::Dialog), console_(console), editor_(this) {
+    : QWidget(owner, Qt::Dialog), console_(console), editor_(this), items_(*this) {
     QObject::connect(editor_.lineEdit(), &QLineEdit::textEdited, this, [this](const QString& text) {
         if (!editor_.editing().empty()) {
             desk::type(console_, "frmCast." + editor_.editing(), text.toStdString());
@@ -144,7 +148,12 @@ void CastWindow::mousePressEvent(QMouseEvent* event) {
             editor_.open(*e, e == &console_.ui.cast.txtPassword);
             break;
         case core::ElementKind::ComboBox:
-            chooseFrom(*e);
+            // The bit rate is stored as typed: its box takes text left of its arrow.
+            if (e == &console_.ui.cast.cmbBitrate && !onComboArrow(*e, event->position())) {
+                editor_.open(*e);
+            } else {
+                chooseFrom(*e);
+            }
             break;
         case core::ElementKind::Button:
         case core::ElementKind::PictureButton:
@@ -158,6 +167,7 @@ void CastWindow::mousePressEvent(QMouseEvent* event) {
 }
 
 void CastWindow::closeEvent(QCloseEvent* event) {
+    items_.close();
     // The window's close box is the Close button: the form stays loaded and only hides.
     event->ignore();
     auto& f = console_.ui.cast;
@@ -172,19 +182,16 @@ void CastWindow::closeEditor() {
     }
 }
 
+QMenu* CastWindow::openList() const {
+    return items_.menu();
+}
+
 void CastWindow::chooseFrom(core::Element& list) {
-    QMenu menu(this);
-    for (int i = 0; i < list.listCount(); ++i) {
-        QAction* a =
-            menu.addAction(QString::fromStdString(list.items[static_cast<std::size_t>(i)].text));
-        a->setData(i);
-    }
-    const QPoint at(static_cast<int>(list.rect.left),
-                    static_cast<int>(list.rect.top + list.rect.height));
-    if (QAction* chosen = menu.exec(mapToGlobal(at))) {
-        desk::select(console_, "frmCast." + list.name, chosen->data().toInt());
+    const std::string name = list.name;
+    items_.open(list, list.fontSize, [this, name](int row) {
+        desk::select(console_, "frmCast." + name, row);
         update();
-    }
+    });
 }
 
 }  // namespace tw::ui

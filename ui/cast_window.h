@@ -12,7 +12,10 @@
 
 #include "core/console.h"
 #include "ui/box_editor.h"
+#include "ui/item_list.h"
 #include "ui/visible_beat.h"
+
+class QMenu;
 
 namespace tw::ui {
 
@@ -24,6 +27,8 @@ class CastWindow final : public QWidget {
     void follow();
     // The element under a point of the window (nullptr for none).
     core::Element* elementAt(const QPointF& at);
+    // The item list of a combo box while it is open, else nullptr.
+    QMenu* openList() const;
 
   protected:
     bool event(QEvent* event) override;
@@ -39,6 +44,7 @@ class CastWindow final : public QWidget {
     core::Console& console_;
     std::unique_ptr<VisibleBeat> beat_;  // follows while the console window is shown
     BoxEditor editor_;                   // over the text box being edited, hidden otherwise
+    ItemList items_;                     // the open list of a combo box
 };
 
 }  // namespace tw::ui

@@ -271,6 +271,16 @@ void paintGrid(QPainter& p, const Element& e) {
         [&](int i) { return i == e.row || e.rows[static_cast<std::size_t>(i)].selected; });
 }
 
+}  // namespace
+
+QRectF comboArrowPlace(const Element& e) {
+    const QRectF r = rectOf(e);
+    const double arrow = std::min(r.height(), 18.0);
+    return QRectF(r.right() - arrow, r.top(), arrow, r.height());
+}
+
+namespace {
+
 void paintTextBox(QPainter& p, const Element& e) {
     const QRectF r = rectOf(e);
     paintBox(p, r, consoleColor(e.backColor));
@@ -278,8 +288,7 @@ void paintTextBox(QPainter& p, const Element& e) {
     p.setPen(textColor(e));
     QRectF textArea = r.adjusted(3, 0, -3, 0);
     if (e.kind == ElementKind::ComboBox) {
-        const double arrow = std::min(r.height(), 18.0);
-        const QRectF button(r.right() - arrow, r.top(), arrow, r.height());
+        const QRectF button = comboArrowPlace(e);
         p.fillRect(button.adjusted(1, 1, -1, -1), QColor(0xE0, 0xE0, 0xE0));
         const QPointF c = button.center();
         const QPointF tri[] = {{c.x() - 4, c.y() - 2}, {c.x() + 4, c.y() - 2}, {c.x(), c.y() + 3}};
@@ -427,6 +436,7 @@ void paintElement(QPainter& p, const Element& e, double textScale) {
             break;
         case ElementKind::Form:
         case ElementKind::Timer:
+        case ElementKind::Menu:
             break;
     }
     p.restore();

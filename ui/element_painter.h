@@ -27,6 +27,8 @@ int rowAt(const core::Element& e, double y);
 // The column of a grid painted at x (window pixels), or -1 outside its columns or for anything
 // but a grid.
 int columnAt(const core::Element& e, double x);
+// The arrow button at the right end of a combo box, in window pixels.
+QRectF comboArrowPlace(const core::Element& e);
 // Whether a grid shows its rows' ticks (GridRow::checked) as boxes in its first column.
 bool hasTickColumn(const core::Element& e);
 

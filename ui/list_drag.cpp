@@ -4,6 +4,8 @@
 #include "autodj/rotations.h"
 #include "core/settings_store.h"
 #include "desk/actions.h"
+#include "liveassist/sampler.h"
+#include "liveassist/voice_tracks.h"
 
 namespace tw::ui {
 
@@ -14,6 +16,20 @@ bool travellingRows(const std::string& name) {
     return name == "lstRotation" || name == "lstPlaylist" || name == "lstPlayListBuilder";
 }
 
+bool trackList(const std::string& name) {
+    return name == "lstSongs" || name == "lstBuilderCatagoryList";
+}
+
+bool playerButton(const std::string& name) {
+    return name == "lblplayer1" || name == "lblPlayer2";
+}
+
+// The buttons that carry their file to a player while the mode is "Move to Player".
+bool carriesFile(const core::Console& c, const std::string& name) {
+    return liveassist::samplerMode(c) == 2 &&
+           (name == "cmdVoiceTrack" || liveassist::samplerButton(name) != 0);
+}
+
 }  // namespace
 
 void ListDrag::press(const std::string& name, int row) {
@@ -21,13 +37,17 @@ void ListDrag::press(const std::string& name, int row) {
     moved_ = false;
     row_ = row;
     auto& m = console_.form();
+    if (carriesFile(console_, name)) {
+        source_ = name;
+        return;
+    }
     if (row < 0) {
         return;
     }
     if (name == "lstPlaylists" && row < m.lstPlaylists.listCount()) {
         source_ = name;
         category_ = m.lstPlaylists.items[static_cast<std::size_t>(row)].text;
-    } else if (travellingRows(name) || name == "lstSongs" || name == "lstBuilderCatagoryList") {
+    } else if (travellingRows(name) || trackList(name)) {
         source_ = name;
     }
 }
@@ -67,9 +87,11 @@ void ListDrag::release(const std::string& name, int row) {
         // The category goes in at the row it lands on, or after the last row.
         console_.form().lstRotation.row = row;
         autodj::dropCategoryOnRotation(console_, category_);
-    } else if ((source == "lstSongs" || source == "lstBuilderCatagoryList") &&
-               (name == "lblplayer1" || name == "lblPlayer2")) {
-        // A track taken from a list onto a player that is not on the air.
+    } else if ((trackList(source) || carriesFile(console_, source)) && playerButton(name)) {
+        // A track taken from a list, or the file of a button, onto a player that is not on the
+        // air.
+        desk::dragElement(console_, source, name);
+    } else if (trackList(source) && liveassist::samplerButton(name) != 0) {
         desk::dragElement(console_, source, name);
     } else if (source == "lstBuilderCatagoryList" && name == "lstPlayListBuilder") {
         // The track lands where the mark stands under the pointer, even when the last move was

@@ -1,10 +1,15 @@
 #include "ui/qt_prompter.h"
 
 #include <QDesktopServices>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
 #include <QFontDatabase>
+#include <QFormLayout>
 #include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QStringList>
@@ -151,6 +156,32 @@ std::optional<std::string> QtPrompter::askName(const std::string& caption,
         return std::nullopt;
     }
     return dialog.textValue().toStdString();
+}
+
+std::optional<core::LogIn> QtPrompter::askLogIn(const std::string& caption,
+                                                const std::string& explanation,
+                                                const std::string& user) {
+    QDialog dialog(parent_.data());
+    dialog.setWindowTitle(qs(caption));
+    auto* form = new QFormLayout(&dialog);
+    form->addRow(new QLabel(qs(explanation)));
+    auto* userBox = new QLineEdit(qs(user));
+    userBox->setObjectName(QStringLiteral("user"));
+    auto* passwordBox = new QLineEdit;
+    passwordBox->setObjectName(QStringLiteral("password"));
+    // The password is never shown on the screen, not even while it is typed.
+    passwordBox->setEchoMode(QLineEdit::Password);
+    form->addRow(QStringLiteral("User:"), userBox);
+    form->addRow(QStringLiteral("Password:"), passwordBox);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    form->addRow(buttons);
+    passwordBox->setFocus();
+    if (dialog.exec() != QDialog::Accepted) {
+        return std::nullopt;
+    }
+    return core::LogIn{userBox->text().toStdString(), passwordBox->text().toStdString()};
 }
 
 void QtPrompter::showFile(const std::string& path, const std::string& title) {

@@ -25,6 +25,9 @@ class QtPrompter final : public core::Prompter {
     std::optional<std::string> saveFile(const core::FileDialog& dialog) override;
     std::optional<std::string> askName(const std::string& caption, const std::string& explanation,
                                        const std::string& initial) override;
+    // One dialog with the user and a masked password field.
+    std::optional<core::LogIn> askLogIn(const std::string& caption, const std::string& explanation,
+                                        const std::string& user) override;
     // The desktop's viewer when it takes the file, else a read-only window of our own showing
     // the file's last four mebibytes.
     void showFile(const std::string& path, const std::string& title) override;

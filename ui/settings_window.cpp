@@ -3,7 +3,6 @@
 #include <QCloseEvent>
 #include <QHelpEvent>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QResizeEvent>
@@ -134,7 +133,7 @@ int tickInterval(const core::Element& slider) {
 }  // namespace
 
 SettingsWindow::SettingsWindow(core::Console& console, QWidget* owner, int beatMs)
-    : QWidget(owner, Qt::Dialog), console_(console) {
+    : QWidget(owner, Qt::Dialog), console_(console), items_(*this) {
     core::SettingsForm& f = console_.ui.settings;
     for (core::Element* e : {&f.sldCrossfadeSeconds, &f.sldrSilenceValue, &f.sldrArtistSeperation,
                              &f.sldrTrimThreshold}) {
@@ -208,7 +207,7 @@ QSlider* SettingsWindow::sliderFor(std::string_view name) const {
 }
 
 QMenu* SettingsWindow::openList() const {
-    return openList_.data();
+    return items_.menu();
 }
 
 void SettingsWindow::syncSliders() {
@@ -247,9 +246,7 @@ void SettingsWindow::follow() {
     const core::SettingsForm& f = console_.ui.settings;
     const bool wanted = f.frmAppSettings.visible && console_.loaded && !console_.unloaded;
     if (!wanted) {
-        if (openList_) {
-            openList_->close();
-        }
+        items_.close();
         if (isVisible()) {
             hide();
         }
@@ -397,40 +394,18 @@ void SettingsWindow::keyPressEvent(QKeyEvent* event) {
 }
 
 void SettingsWindow::openItems(core::Element& list) {
-    if (openList_) {
-        openList_->close();
-    }
-    auto* menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setFont(consoleFont(grownFont(list.fontSize, textScale()), false));
-    menu->setMinimumWidth(static_cast<int>(list.rect.width));
-    for (int i = 0; i < list.listCount(); ++i) {
-        const core::ListItem& item = list.items[static_cast<std::size_t>(i)];
-        QAction* a = menu->addAction(QString::fromStdString(item.text));
-        a->setData(i);
-        a->setCheckable(true);
-        a->setChecked(list.listIndex >= 0 ? i == list.listIndex : item.text == list.text);
-    }
-    if (list.items.empty()) {
-        menu->addAction(QStringLiteral("(none found)"))->setEnabled(false);
-    }
     // The list is held by name: the console may have filled it anew before the choice.
     const std::string name = list.name;
-    QObject::connect(menu, &QMenu::triggered, this, [this, name](QAction* chosen) {
-        desk::select(console_, std::string(kForm) + name, chosen->data().toInt());
+    items_.open(list, grownFont(list.fontSize, textScale()), [this, name](int row) {
+        desk::select(console_, std::string(kForm) + name, row);
         syncSliders();
         update();
     });
-    openList_ = menu;
-    menu->popup(mapToGlobal(QPoint(static_cast<int>(list.rect.left),
-                                   static_cast<int>(list.rect.top + list.rect.height))));
 }
 
 void SettingsWindow::closeEvent(QCloseEvent* event) {
     // The form stays loaded and only hides; the console's Options button shows it again.
-    if (openList_) {
-        openList_->close();
-    }
+    items_.close();
     pressed_.clear();
     console_.ui.settings.frmAppSettings.visible = false;
     event->accept();

@@ -16,7 +16,6 @@
 // Thread contract: console thread only (a widget, and it reads and places the console's form).
 
 #include <QPointF>
-#include <QPointer>
 #include <QRectF>
 #include <QSize>
 #include <QString>
@@ -28,6 +27,7 @@
 #include <vector>
 
 #include "core/console.h"
+#include "ui/item_list.h"
 #include "ui/visible_beat.h"
 
 class QMenu;
@@ -95,7 +95,7 @@ class SettingsWindow final : public QWidget {
     core::Console& console_;
     std::vector<SliderWidget> sliders_;  // children of the window, one per slider of the form
     std::unique_ptr<VisibleBeat> beat_;  // follows while the console window is shown
-    QPointer<QMenu> openList_;           // the open item list of a microphone box
+    ItemList items_;                     // the open item list of a microphone box
     std::string pressed_;                // the element the mouse went down on, "" for none
     std::size_t lastLook_ = 0;           // fingerprint of the form as last painted
 };

@@ -1,8 +1,10 @@
 #include "ui/status_window.h"
 
+#include <QCloseEvent>
 #include <QFontMetricsF>
 #include <QPainter>
 
+#include "core/console_ops.h"
 #include "ui/console_colors.h"
 #include "ui/element_painter.h"
 
@@ -38,6 +40,11 @@ void StatusWindow::follow() {
         raise();
     }
     update();
+}
+
+void StatusWindow::closeEvent(QCloseEvent* event) {
+    core::dismissStatus(console_);
+    event->accept();
 }
 
 void StatusWindow::paintEvent(QPaintEvent*) {

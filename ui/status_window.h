@@ -2,6 +2,7 @@
 // The console's progress window (frmStatus): shown while the model says it is visible, in front
 // of the console and without blocking it, with its bar (pctStatus) and text (lblProgress) drawn
 // from the model. It looks at the model on its own beat; nothing in the console waits for it.
+// The operator may close it: it then stays closed for the jobs under way, until he starts one.
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
@@ -24,6 +25,7 @@ class StatusWindow final : public QWidget {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
   private:
     core::Console& console_;

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QHelpEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -15,6 +16,7 @@
 #include <QStandardPaths>
 #include <QUrl>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "autodj/rotations.h"
@@ -22,6 +24,7 @@
 #include "desk/actions.h"
 #include "desk/console_layout.h"
 #include "desk/size_form_controls.h"
+#include "liveassist/sampler.h"
 #include "ui/box_editor.h"
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
@@ -37,7 +40,9 @@ SurfaceWidget::SurfaceWidget(core::Console& console, int repaintMs, QWidget* par
       console_(console),
       drag_(console),
       openUrl_([](const QUrl& url) { QDesktopServices::openUrl(url); }),
-      editor_(this) {
+      editor_(this),
+      items_(*this),
+      keys_(*this, [this](int keyCode) { functionKeyReleased(keyCode); }) {
     QLineEdit* edit = editor_.lineEdit();
     QObject::connect(edit, &QLineEdit::textEdited, this, [this](const QString& text) {
         if (editor_.editing().empty()) {
@@ -227,6 +232,8 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     const QPointF at = event->position();
     const Target t = targetAt(at);
     closeEditor();
+    items_.close();
+    held_ = {};
     if (!t.element) {
         return;
     }
@@ -241,6 +248,20 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     const core::ElementKind k = t.element->kind;
     const bool list = k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
                       k == core::ElementKind::DirList || k == core::ElementKind::Grid;
+    if (k == core::ElementKind::ComboBox && button == desk::MouseButton::Left &&
+        t.element->enabled) {
+        keyTarget_.clear();
+        items_.open(*t.element, t.element->fontSize, [this, name](int row) {
+            desk::select(console_, name, row);
+            afterAction("select", name);
+        });
+        return;
+    }
+    if (name == "lstSongs" && button == desk::MouseButton::Right) {
+        keyTarget_ = name;
+        trackMenu(event->globalPosition().toPoint(), t.row);
+        return;
+    }
     if (list && button == desk::MouseButton::Left) {
         keyTarget_ = name;
         // Ctrl and Shift choose several rows where the grid allows it; such a click starts no
@@ -267,14 +288,46 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
         drag_.press(name, many ? -1 : t.row);
         afterAction("select", name);
     } else {
-        keyTarget_.clear();  // the focus went to something else than a list
+        // The focus goes with the press: a sampler button keeps it for the Delete key, anything
+        // else that is not a list takes it from the list.
+        keyTarget_ = liveassist::samplerButton(name) != 0 ? name : std::string();
+        if (button == desk::MouseButton::Left) {
+            // Like the original's controls, the element the button went down on gets the moves
+            // and the release, wherever the pointer goes meanwhile.
+            held_ = {name, t.element->rect.left, t.element->rect.top};
+            drag_.press(name, -1);
+        }
         // The pointer's place across the element, for the bars that seek.
-        desk::press(console_, name, button, at.x() - t.element->rect.left);
+        desk::press(console_, name, button, at.x() - t.element->rect.left,
+                    at.y() - t.element->rect.top);
         if (name == "cmdHelp" && button == desk::MouseButton::Left) {
             openUrl_(helpPage());
         }
         afterAction("press", name);
     }
+}
+
+void SurfaceWidget::trackMenu(const QPoint& globalAt, int row) {
+    auto& songs = console_.form().lstSongs;
+    // A press on a row that is not among the chosen ones chooses it alone, as the left button
+    // would; on a chosen row the choice stays for the menu to act on.
+    if (row >= 0 && row < songs.listCount() &&
+        !songs.items[static_cast<std::size_t>(row)].selected && songs.listIndex != row) {
+        desk::select(console_, "lstSongs", row);
+        afterAction("select", "lstSongs");
+    }
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const core::Element& entry = console_.form().clkDelTrack;
+    QAction* remove = menu->addAction(QString::fromStdString(entry.caption));
+    remove->setObjectName(QString::fromStdString(entry.name));
+    remove->setShortcut(QKeySequence::Delete);
+    QObject::connect(remove, &QAction::triggered, this, [this] {
+        desk::press(console_, "clkDelTrack");
+        afterAction("press", "clkDelTrack");
+    });
+    trackMenu_ = menu;
+    menu->popup(globalAt);
 }
 
 void SurfaceWidget::mouseDoubleClickEvent(QMouseEvent* event) {
@@ -289,7 +342,19 @@ void SurfaceWidget::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void SurfaceWidget::mouseMoveEvent(QMouseEvent* event) {
-    if (!drag_.active() || !(event->buttons() & Qt::LeftButton)) {
+    if (!(event->buttons() & Qt::LeftButton)) {
+        QWidget::mouseMoveEvent(event);
+        return;
+    }
+    if (!held_.name.empty() && !drag_.active()) {
+        // The bars that follow the pointer: the place across the element the button went down
+        // on, past its ends too.
+        const QPointF at = event->position();
+        desk::move(console_, held_.name, at.x() - held_.left, at.y() - held_.top);
+        afterAction("move", held_.name);
+        return;
+    }
+    if (!drag_.active()) {
         QWidget::mouseMoveEvent(event);
         return;
     }
@@ -300,6 +365,11 @@ void SurfaceWidget::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void SurfaceWidget::mouseReleaseEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton && !held_.name.empty()) {
+        const std::string name = std::exchange(held_, {}).name;
+        desk::release(console_, name);
+        afterAction("letGo", name);
+    }
     if (event->button() != Qt::LeftButton || !drag_.active()) {
         QWidget::mouseReleaseEvent(event);
         return;
@@ -321,8 +391,8 @@ void SurfaceWidget::keyPressEvent(QKeyEvent* event) {
 
 const core::Element* SurfaceWidget::fileDropTarget(const QPointF& at) {
     const core::Element* e = elementAt(console_.form(), at.x(), at.y());
-    if (e && (e->name == "lstSongs" || e->name == "fileList" || e->name == "flSweepers" ||
-              e->name == "lstPlayListBuilder")) {
+    if (e && (e->name == "lstSongs" || e->name == "flSweepers" || e->name == "lstPlayListBuilder" ||
+              liveassist::samplerButton(e->name) != 0)) {
         return e;
     }
     return nullptr;
@@ -366,23 +436,23 @@ void SurfaceWidget::dropEvent(QDropEvent* event) {
         event->ignore();
         return;
     }
-    // The track list takes files into its category; the sweeper list into the sweepers; the
-    // Playlist Builder loads the first as a playlist.
-    const std::string name = target->name == "lstSongs" ? "fileList" : target->name;
+    // The track list imports the files into its category (on the import worker, with its
+    // messages and progress); the sweeper list takes them into the sweepers; the Playlist
+    // Builder loads the first as a playlist; a sampler button takes the first.
+    const std::string name = target->name;
     desk::dropFiles(console_, name, files);
     event->acceptProposedAction();
     afterAction("drop", name);
 }
 
 void SurfaceWidget::keyReleaseEvent(QKeyEvent* event) {
-    // The console's key codes: F1 is 112 ... F12 is 123.
-    const int key = event->key();
-    if (key >= Qt::Key_F1 && key <= Qt::Key_F12) {
-        desk::keyUp(console_, 112 + (key - Qt::Key_F1));
-        afterAction("keyUp", std::to_string(112 + (key - Qt::Key_F1)));
-        return;
-    }
+    // The function keys come through the station's key filter, from every window of the console.
     QWidget::keyReleaseEvent(event);
+}
+
+void SurfaceWidget::functionKeyReleased(int keyCode) {
+    desk::keyUp(console_, keyCode);
+    afterAction("keyUp", std::to_string(keyCode));
 }
 
 }  // namespace tw::ui

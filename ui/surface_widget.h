@@ -6,7 +6,9 @@
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
+#include <QMenu>
 #include <QPointF>
+#include <QPointer>
 #include <QRect>
 #include <QRegion>
 #include <QTimer>
@@ -20,6 +22,8 @@
 
 #include "core/console.h"
 #include "ui/box_editor.h"
+#include "ui/function_keys.h"
+#include "ui/item_list.h"
 #include "ui/list_drag.h"
 #include "ui/visible_beat.h"
 
@@ -53,6 +57,13 @@ class SurfaceWidget final : public QWidget {
     void setUrlOpener(UrlOpener opener) { openUrl_ = std::move(opener); }
     static QUrl helpPage();
 
+    // The item list of a combo box while it is open, else nullptr.
+    QMenu* openList() const { return items_.menu(); }
+    // The track list's menu (the right button on lstSongs) while it is open, else nullptr.
+    QMenu* openTrackMenu() const { return trackMenu_.data(); }
+    // F1 to F10 let go anywhere in the console's windows (key codes 112 to 121).
+    void functionKeyReleased(int keyCode);
+
   protected:
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
@@ -82,6 +93,8 @@ class SurfaceWidget final : public QWidget {
     const core::Element* fileDropTarget(const QPointF& at);
     // Tells the observer, retitles the window and repaints what the action changed.
     void afterAction(const std::string& action, const std::string& name);
+    // The track list's menu, at a point of the screen, for the row under the pointer (-1 none).
+    void trackMenu(const QPoint& globalAt, int row);
     // A text box is edited in a line editor laid over it while it has the focus; each change
     // goes to the console as the box's text at once. Closing it leaves the painted box.
     void closeEditor();
@@ -90,8 +103,18 @@ class SurfaceWidget final : public QWidget {
     ListDrag drag_;
     ActionObserver observer_;
     UrlOpener openUrl_;
-    std::string keyTarget_;                 // the list last clicked: the Delete key goes to it
+    // The list or sampler button last clicked: the Delete key goes to it.
+    std::string keyTarget_;
+    // The element the left button went down on (not a list): it gets the moves and the release.
+    struct Held {
+        std::string name;
+        double left = 0, top = 0;  // its place at the press
+    };
+    Held held_;
     BoxEditor editor_;                      // over the text box being edited, hidden otherwise
+    ItemList items_;                        // the open list of a combo box
+    QPointer<QMenu> trackMenu_;             // the track list's menu while it is open
+    FunctionKeys keys_;                     // F1 to F10 from every window of the console
     std::unique_ptr<VisibleBeat> repaint_;  // beats while the window is shown
     // The last look, in the order of the form's element list (a fixed order).
     std::vector<std::size_t> fingerprints_;

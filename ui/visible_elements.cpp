@@ -38,8 +38,9 @@ std::vector<const Element*> drawnElements(core::MainForm& form) {
     const std::vector<Element*> all = form.all();
     std::vector<const Element*> frames, others;
     for (const Element* e : all) {
-        if (e->kind == ElementKind::Form || e->kind == ElementKind::Timer || !e->visible ||
-            e->rect.width <= 0 || e->rect.height <= 0 || !containersVisible(form, *e, all.size())) {
+        if (e->kind == ElementKind::Form || e->kind == ElementKind::Timer ||
+            e->kind == ElementKind::Menu || !e->visible || e->rect.width <= 0 ||
+            e->rect.height <= 0 || !containersVisible(form, *e, all.size())) {
             continue;
         }
         (e->kind == ElementKind::Frame ? frames : others).push_back(e);

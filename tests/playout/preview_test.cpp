@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "desk/actions.h"
 #include "playout/manual_transport.h"
 #include "tests/autodj/station_fixture.h"
@@ -85,7 +87,7 @@ TEST_F(PreviewTest, ThePlayButtonPreviewsTheChosenTrackAndNothingWithoutAChoice)
     EXPECT_EQ(c.previewSong, track);
 }
 
-TEST_F(PreviewTest, WhileAPreviewRunsTheBuilderShowsItsPreviewButtonGreenUntilTheStop) {
+TEST_F(PreviewTest, WhileAPreviewRunsTheBuilderShowsItsPreviewButtonAloneUntilTheStop) {
     auto& c = station();
     desk::press(c, "cmdPlaylistBuilder");
     ASSERT_TRUE(c.form().frmPlaylistBuilder.visible);
@@ -93,8 +95,36 @@ TEST_F(PreviewTest, WhileAPreviewRunsTheBuilderShowsItsPreviewButtonGreenUntilTh
     playout::tmrPreviewUpdate_Timer(c);
     EXPECT_EQ(c.form().cmdPreviewSelected.image, core::ImageRole::Green);
     EXPECT_EQ(c.form().cmdPreviewSelected.caption, "Preview");
+    EXPECT_EQ(c.form().cmdPreviewSelected.caption2, "");
+    // The stop brings back the idle face: "Preview" over "Selected".
     playout::previewTrack(c, track);
-    EXPECT_EQ(c.form().cmdPreviewSelected.image, core::ImageRole::Gray);
+    EXPECT_EQ(c.form().cmdPreviewSelected.image, core::ImageRole::Green);
+    EXPECT_EQ(c.form().cmdPreviewSelected.caption, "Preview");
+    EXPECT_EQ(c.form().cmdPreviewSelected.caption2, "Selected");
+}
+
+TEST_F(PreviewTest, ALetGoOnThePreviewButtonPaintsTheIdleFace) {
+    auto& c = station();
+    desk::release(c, "cmdPreviewSelected");
+    EXPECT_EQ(c.form().cmdPreviewSelected.image, core::ImageRole::Green);
+    EXPECT_EQ(c.form().cmdPreviewSelected.caption, "Preview");
+    EXPECT_EQ(c.form().cmdPreviewSelected.caption2, "Selected");
+}
+
+TEST_F(PreviewTest, APressOnThePreviewBarSeeksWithTheBarsOwnWidthAsTheReference) {
+    auto& c = station();
+    playout::previewTrack(c, track);
+    ASSERT_NE(c.previewPlayer, 0u);
+    auto& bar = c.form().pctPreviewPlayer;
+    bar.rect.width = 125;  // half the player bars' reference width: the bar's own width counts
+    const std::int64_t length = c.engine().channelGetLength(c.previewPlayer);
+    ASSERT_GT(length, 0);
+    desk::press(c, "pctPreviewPlayer", desk::MouseButton::Left, 50);
+    const std::int64_t scale = static_cast<std::int64_t>(std::llround(length / 125.0));
+    EXPECT_EQ(c.engine().channelGetPosition(c.previewPlayer), 50 * scale);
+    // The right button does not seek.
+    desk::press(c, "pctPreviewPlayer", desk::MouseButton::Right, 100);
+    EXPECT_EQ(c.engine().channelGetPosition(c.previewPlayer), 50 * scale);
 }
 
 TEST_F(PreviewTest, WhileAPreviewRunsTheRunningListChoosesTheRowOfThePreviewedTrack) {
