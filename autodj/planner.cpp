@@ -284,9 +284,7 @@ void lstPlaylist_MouseDown(core::Console& c, int column) {
                 "lastPlayed: " + lastPlayed + "\n" + "  TuneOutPercentage: " + percentage;
             m.lblShowData.visible = true;
         }
-        if (column == 0 && selected) {
-            // The preview player comes with its own part of the console; until then no preview
-            // is running after the call.
+        if (column == 0 && selected && !c.tickCalls->togglePreview(record(c, row).trackPath)) {
             auto& cells = m.lstPlaylist.rows[static_cast<std::size_t>(row)].cells;
             cells.resize(std::max<std::size_t>(cells.size(), 4));
             cells[3] = "ClickToRepick";

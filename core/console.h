@@ -73,6 +73,9 @@ class TickCalls {
     // The server's answer ("" when not connected); writes listeners only on an answer.
     virtual std::string checkStats(int index, std::int32_t& listeners) = 0;
     virtual void castStart() = 0;
+    // The preview player toggled on a file (the running list's time column): true when a
+    // preview runs after the call.
+    virtual bool togglePreview(const std::string& path) = 0;
 };
 
 // Mode captions of cmdAutoManual.

@@ -123,7 +123,9 @@ const Place kPlaces[] = {
     {"cmdAddPlayList", 484, 532, 40, 28, "frmPlaylistBuilder"},
     {"lblLastPlayed", 528, 536, 360, 20, "frmPlaylistBuilder"},
 
-    {"lblShowData", 176, 232, 712, 330, ""},
+    // The history balloon: two lines over the top of the running list's titles, so that the
+    // list stays in sight while it shows.
+    {"lblShowData", 380, 250, 300, 36, ""},
     {"lblListInfo", 8, 578, 410, 16, ""},
     {"optSamplerMode(0)", 424, 578, 150, 16, ""},
     {"optSamplerMode(1)", 578, 578, 150, 16, ""},

@@ -6,6 +6,7 @@
 #include "broadcast/cast_session.h"
 #include "liveassist/sweepers.h"
 #include "playout/player_start.h"
+#include "playout/preview.h"
 
 namespace tw::station {
 
@@ -29,6 +30,10 @@ class ConsoleTickCalls final : public core::TickCalls {
         return broadcast::checkStats(c_, i, listeners);
     }
     void castStart() override { broadcast::start(c_); }
+    bool togglePreview(const std::string& path) override {
+        playout::previewTrack(c_, path);
+        return c_.previewPlayer != 0;
+    }
 
   private:
     core::Console& c_;

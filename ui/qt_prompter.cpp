@@ -22,6 +22,26 @@ QString qs(const std::string& s) {
     return QString::fromStdString(s);
 }
 
+// The name dialog's field starts with a hint ("Enter Name Here") that a click in the field
+// clears, so that the operator types his name on an empty line.
+class ClearHintOnClick final : public QObject {
+  public:
+    ClearHintOnClick(QLineEdit& field, QString hint)
+        : QObject(&field), field_(field), hint_(std::move(hint)) {}
+
+  protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::MouseButtonPress && field_.text() == hint_) {
+            field_.clear();
+        }
+        return false;
+    }
+
+  private:
+    QLineEdit& field_;
+    QString hint_;
+};
+
 QMessageBox::Icon toQtIcon(core::MessageIcon icon) {
     switch (icon) {
         case core::MessageIcon::Critical:
@@ -152,6 +172,9 @@ std::optional<std::string> QtPrompter::askName(const std::string& caption,
     dialog.setTextValue(qs(initial));
     dialog.setOkButtonText(qs(caption));
     dialog.setCancelButtonText(QStringLiteral("Cancel"));
+    if (auto* field = dialog.findChild<QLineEdit*>()) {
+        field->installEventFilter(new ClearHintOnClick(*field, qs(initial)));
+    }
     if (dialog.exec() != QDialog::Accepted) {
         return std::nullopt;
     }

@@ -56,7 +56,9 @@ const Element* elementAt(core::MainForm& form, double x, double y) {
     const std::vector<const Element*> drawn = drawnElements(form);
     const Element* frame = nullptr;
     for (auto it = drawn.rbegin(); it != drawn.rend(); ++it) {
-        if (!contains(**it, x, y)) {
+        // The history balloon only shows: a press on it reaches the row under it, so that the
+        // operator can go on dragging and picking while it stands there.
+        if (!contains(**it, x, y) || (*it)->name == "lblShowData") {
             continue;
         }
         if ((*it)->kind != ElementKind::Frame) {

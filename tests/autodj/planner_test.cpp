@@ -289,5 +289,20 @@ TEST_F(PlannerTest, APressOnTheNameShowsTheHistoryBalloon) {
         << c().form().lblShowData.caption;
 }
 
+TEST_F(PlannerTest, APressOnTheTimeTogglesThePreviewOfTheRowAndItsStopOffersTheRePick) {
+    rotation("day.rot", {"Rock", "Pop"});
+    selectRotation("day.rot");
+    auto& row = c().form().lstPlaylist.rows[1].cells;
+    row[3] = "Repicking Song";
+    c().form().lstPlaylist.row = 1;
+    lstPlaylist_MouseDown(c(), 0);
+    ASSERT_NE(c().previewPlayer, 0u) << "the row's track in the preview";
+    EXPECT_EQ(c().previewSong, c().trackList[1].trackPath);
+    EXPECT_EQ(cell(1, 3), "Repicking Song") << "a preview runs: the row keeps its text";
+    lstPlaylist_MouseDown(c(), 0);
+    EXPECT_EQ(c().previewPlayer, 0u);
+    EXPECT_EQ(cell(1, 3), "ClickToRepick");
+}
+
 }  // namespace
 }  // namespace tw::autodj

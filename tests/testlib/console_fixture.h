@@ -58,6 +58,11 @@ class RecordingTickCalls final : public core::TickCalls {
         return false;
     }
     bool getEncoderEnabled(int i) override { return encoderEnabled[i]; }
+    bool previewRuns = false;  // what togglePreview answers
+    bool togglePreview(const std::string& path) override {
+        calls.push_back("togglePreview " + path);
+        return previewRuns;
+    }
     bool getStationAutoReConnect(int i) override { return autoReconnect[i]; }
     std::string checkStats(int i, std::int32_t& l) override {
         calls.push_back("checkStats " + std::to_string(i));

@@ -89,13 +89,13 @@ TEST_F(VisibleElementsTest, PointOnAHiddenElementFindsNothingThere) {
     EXPECT_EQ(elementAt(form, 120, 120), nullptr);
 }
 
-TEST_F(VisibleElementsTest, ShownDataStandsInFrontOfThePanels) {
+TEST_F(VisibleElementsTest, ShownDataStandsInFrontOfThePanelsAndAPressReachesTheRowUnderIt) {
     form.lblShowData.rect = {100, 100, 300, 200};
     form.lblShowData.visible = true;
     const auto order = drawnElements(form);
     ASSERT_FALSE(order.empty());
     EXPECT_EQ(order.back(), &form.lblShowData);
-    EXPECT_EQ(elementAt(form, 150, 150), &form.lblShowData);
+    EXPECT_EQ(elementAt(form, 150, 150), &form.lstSongs);
     form.lblShowData.visible = false;
     EXPECT_EQ(elementAt(form, 150, 150), &form.lstSongs);
 }
