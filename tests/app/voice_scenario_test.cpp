@@ -92,6 +92,9 @@ TEST_F(VoiceScenario, TheMicrophoneDucksTheMusicToHalfWithinOneSecondAndBringsIt
 }
 
 TEST_F(VoiceScenario, AVoiceTrackRecordedFromTheMicrophoneBecomesATrackOfItsCategory) {
+    // The library screen is up, where the category list acts on what is chosen in it.
+    ASSERT_EQ(run_->exec("press cmdTrackList"), "");
+    ASSERT_EQ(c().screenMode, 1);
     ASSERT_EQ(run_->exec("press cmdRecord"), "");
     run_->advance(3.0, 0.06);
     ASSERT_EQ(run_->exec("answer Drive Time Link"), "");
@@ -108,6 +111,18 @@ TEST_F(VoiceScenario, AVoiceTrackRecordedFromTheMicrophoneBecomesATrackOfItsCate
         listed = listed || item.text == "VoiceTracks";
     }
     EXPECT_TRUE(listed) << "the category list shows the new category";
+    // The new category is up on the library screen with the new track in it, and the save left
+    // no failure line behind.
+    const auto& categories = c().form().lstPlaylists;
+    ASSERT_GE(categories.listIndex, 0);
+    EXPECT_EQ(categories.items[static_cast<std::size_t>(categories.listIndex)].text, "VoiceTracks");
+    const auto& songs = c().form().lstSongs.items;
+    EXPECT_TRUE(std::any_of(songs.begin(), songs.end(), [](const auto& item) {
+        return item.text == "VoiceTrack - Drive Time Link";
+    }));
+    for (const auto& line : lines(station_ / "app.log")) {
+        EXPECT_EQ(line.find("Error in Playlist:"), std::string::npos) << line;
+    }
     tags::clsID3 tag;
     tag.filename(mp3.string());
     tag.RefreshID3Tags();
