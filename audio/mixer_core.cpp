@@ -74,6 +74,9 @@ void MixerCore::apply(const Command& c) {
             mixerRunning_ = c.flag;
             break;
         case Command::Type::AddTap:
+            if (tapCount_ == 0) {
+                tapLimiter_.reset();  // it holds the end of the last time an encoder listened
+            }
             if (tapCount_ < kMaxTaps) {
                 taps_[tapCount_++] = c.tap;
             }
@@ -215,8 +218,10 @@ void MixerCore::feedTaps(std::size_t frames) {
     if (tapCount_ == 0) {
         return;
     }
+    std::memcpy(tapBlock_, mix_, frames * kMixChannels * sizeof(float));
+    tapLimiter_.process(tapBlock_, frames);
     for (std::size_t i = 0; i < frames * kMixChannels; ++i) {
-        pcm_[i] = toPcm16(mix_[i]);
+        pcm_[i] = toPcm16(tapBlock_[i]);
     }
     for (std::size_t t = 0; t < tapCount_; ++t) {
         taps_[t]->offer(pcm_, frames);

@@ -16,6 +16,7 @@
 #include "audio/encoder_tap.h"
 #include "audio/engine.h"
 #include "audio/gain.h"
+#include "audio/peak_limiter.h"
 #include "audio/source.h"
 #include "audio/spsc_ring.h"
 
@@ -107,7 +108,8 @@ class MixerCore {
     // Mixes every voice bound for `target` into dst, retiring those that ended.
     void mixTarget(Target target, float* dst, std::size_t frames);
     void renderChunk(float* out, float* bus, std::size_t frames);
-    // Hands the block of the mix (before the mixer's volume) to every encoder.
+    // Hands the block of the mix (before the mixer's volume) to every encoder, through the
+    // limiter: what the master effects lift past full scale is brought under it, not cut flat.
     void feedTaps(std::size_t frames);
 
     SpscRing<Command>& commands_;
@@ -127,6 +129,10 @@ class MixerCore {
     FxChain mixerFx_;  // on the mixer's output, before its level and the encoders
     EncoderTap* taps_[kMaxTaps] = {};
     std::size_t tapCount_ = 0;
+    // Only the encoders' copy of the mix goes through it (1.5 ms late): the bus, the level and
+    // the card keep the mix as it is, to the sample.
+    PeakLimiter tapLimiter_{kEncoderCeilingDb};
+    float tapBlock_[kMaxBlockFrames * kMixChannels] = {};
     std::int16_t pcm_[kMaxBlockFrames * kMixChannels] = {};
     std::atomic<std::uint64_t> done_{0};
     std::atomic<std::uint32_t> mixerLevel_{0};

@@ -108,9 +108,13 @@ void RecordHub::captured(const float* stereo, std::size_t frames) {
 void RecordHub::deliver(Channel& ch, float* block, std::size_t frames) {
     ch.fx.run(block, frames);
     const float g = ch.source->gain.published();
+    for (std::size_t i = 0; i < frames * kMixChannels; ++i) {
+        block[i] *= g;
+    }
+    ch.limiter.process(block, frames);
     float pl = 0, pr = 0;
     for (std::size_t i = 0; i < frames; ++i) {
-        const float l = block[2 * i] * g, r = block[2 * i + 1] * g;
+        const float l = block[2 * i], r = block[2 * i + 1];
         pl = std::max(pl, std::fabs(l));
         pr = std::max(pr, std::fabs(r));
         pcm_[2 * i] = toPcm16(l);

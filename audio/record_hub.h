@@ -4,9 +4,11 @@
 // A record channel is a stream of the engine whose decoder reads what the capture delivered
 // (LiveFeed). The hub hands every captured block, after the input volume, to each channel that
 // records: into its feed while the channel is in a mix (the mixer then applies its effects and
-// volume like any stream's), and through its own effects and volume to its callback when it has
-// one (a take being recorded). A channel that is neither in a mix nor has a callback keeps no
-// audio at all, so that channels left open cost next to nothing.
+// volume like any stream's), and through its own effects, volume and limiter to its callback when
+// it has one (a take being recorded). The limiter is what keeps a take whose effects lift it past
+// full scale from being cut flat in its 16-bit form; it holds the last 1.5 ms of a take back. A
+// channel that is neither in a mix nor has a callback keeps no audio at all, so that channels left
+// open cost next to nothing.
 //
 // Thread contract: captured() runs on the capture thread (or offline on the thread calling the
 // engine's render()); every other member on the engine's console side. One mutex guards the
@@ -25,6 +27,7 @@
 #include "audio/decoder.h"
 #include "audio/effects.h"
 #include "audio/engine.h"
+#include "audio/peak_limiter.h"
 #include "audio/source.h"
 
 namespace tw::audio {
@@ -61,7 +64,8 @@ class RecordHub final : public CaptureSink {
         std::shared_ptr<Source> source;
         std::shared_ptr<LiveFeed> feed;
         RecordProc proc;
-        FxChain fx;  // with a callback: its effects, run here before it
+        FxChain fx;                              // with a callback: its effects, run here before it
+        PeakLimiter limiter{kEncoderCeilingDb};  // with a callback: after the volume
         State state = State::Paused;
         bool inMix = false;
     };
@@ -92,7 +96,8 @@ class RecordHub final : public CaptureSink {
     // mutex_ held: the channel of `h`, or only one with a callback; null when there is none.
     Channel* findLocked(Handle h);
     Channel* withCallbackLocked(Handle h);
-    // Runs the channel's effects and volume on `block` (work_) and hands it to its callback.
+    // Runs the channel's effects, volume and limiter on `block` (work_) and hands it to its
+    // callback.
     void deliver(Channel& ch, float* block, std::size_t frames);
 
     std::function<void()> fed_;

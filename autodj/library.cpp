@@ -74,6 +74,15 @@ void renewRepeatTime(core::Console& c) {
     lib.lapsPerCatagory.assign(size, 0);
 }
 
+void fitRepeatTime(core::Console& c) {
+    // A new category may sort in between: the figures of those after it would then stand at the
+    // wrong item numbers, so they start again from 0 like the rest.
+    const auto size = static_cast<std::size_t>(c.form().lstPlaylist1.listCount()) + 1;
+    if (c.library->repeatTime.size() != size) {
+        renewRepeatTime(c);
+    }
+}
+
 void lstPlaylist1_Click(core::Console& c, int index) {
     auto& list = c.form().lstPlaylist1;
     if (index < 0 || index >= list.listCount()) {

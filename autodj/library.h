@@ -18,6 +18,9 @@ namespace tw::autodj {
 void showplayLists(core::Console& c);
 // Resizes the per-category figures to the number of categories; every figure starts at 0.
 void renewRepeatTime(core::Console& c);
+// renewRepeatTime when the number of categories is not the one the figures were sized for (a
+// category came or went since); otherwise the figures counted so far stay.
+void fitRepeatTime(core::Console& c);
 
 // The item action of lstPlaylist1 (index from 0): selects it and points fileList1 and
 // activeDirectory at its folder. Nothing else.

@@ -34,6 +34,14 @@ void voiceTrackButton(core::Console& c) {
                         kVoiceTrackFont);
 }
 
+// The category lists read again, and VoiceTracks brought up on them. The first take makes the
+// category, and its item action needs the per-category figures to have a place for it.
+void showVoiceTracksCategory(core::Console& c) {
+    autodj::showplayLists(c);
+    autodj::fitRepeatTime(c);
+    autodj::pickActivePlaylist(c);
+}
+
 }  // namespace
 
 std::string voiceTrackPath(const core::Console& c) {
@@ -242,16 +250,12 @@ void saveVoiceTrack(core::Console& c, const std::string& name) {
     c.programs->start({"lame", "--tt", name, "--ta", "VoiceTrack", "--add-id3v2", "-b", "320",
                        voiceTrackPath(c), target},
                       c.AppFolder, [&c](int status) {
-                          // The new track shows in its category once it is whole, with the
-                          // category's figures counted anew.
+                          // The new track shows in its category once it is whole.
                           if (status == 0) {
-                              autodj::showplayLists(c);
-                              autodj::renewRepeatTime(c);
-                              autodj::pickActivePlaylist(c);
+                              showVoiceTracksCategory(c);
                           }
                       });
-    autodj::showplayLists(c);
-    autodj::pickActivePlaylist(c);
+    showVoiceTracksCategory(c);
 }
 
 }  // namespace tw::liveassist

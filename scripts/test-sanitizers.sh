@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Builds the tests with AddressSanitizer and UndefinedBehaviorSanitizer and runs them.
+# Builds the tests with AddressSanitizer and UndefinedBehaviorSanitizer and runs them; a run that
+# touched the user's trash fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DTW_SANITIZE=ON -DTW_BUILD_BENCH=OFF
 export QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-ctest --test-dir build-asan -j"$(nproc)" --output-on-failure --timeout 900
+scripts/trash-guard.sh run ctest --test-dir build-asan -j"$(nproc)" --output-on-failure --timeout 900

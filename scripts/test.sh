@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and runs every test.
+# Installs what is missing, builds, and runs every test; a run that touched the user's trash fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 export QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null
-ctest --test-dir build -j"$(nproc)" --output-on-failure --timeout 600
+scripts/trash-guard.sh run ctest --test-dir build -j"$(nproc)" --output-on-failure --timeout 600

@@ -48,6 +48,7 @@ std::int16_t sampleAt(const std::string& wav, std::size_t index) {
 }
 
 TEST(SimulatorStationCommands, RotationWritesOneRecordPerCategoryAndLeavesTheGridAsItWas) {
+    test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
     sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
@@ -73,6 +74,7 @@ TEST(SimulatorStationCommands, RotationWritesOneRecordPerCategoryAndLeavesTheGri
 }
 
 TEST(SimulatorStationCommands, RotationKeepsAGivenExtensionAndNeedsACategory) {
+    test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
     sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
@@ -83,6 +85,7 @@ TEST(SimulatorStationCommands, RotationKeepsAGivenExtensionAndNeedsACategory) {
 }
 
 TEST(SimulatorStationCommands, CategoryMakesTheFolderThroughTheCreateAction) {
+    test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
     sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
@@ -99,6 +102,7 @@ TEST(SimulatorStationCommands, CategoryMakesTheFolderThroughTheCreateAction) {
 }
 
 TEST(SimulatorStationCommands, RecordNeedsAnEngineThatRendersOffline) {
+    test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
     sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
@@ -107,6 +111,7 @@ TEST(SimulatorStationCommands, RecordNeedsAnEngineThatRendersOffline) {
 }
 
 TEST(SimulatorStationCommands, RecordWritesTheMixersBusAsSixteenBitStereo) {
+    test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
     // The track comes from a library of its own: a station with a library and a rotation puts
     // its first track on the air by itself, and this mixer is to start empty.

@@ -12,6 +12,7 @@
 
 #include "core/dates.h"
 #include "sim/simulator.h"
+#include "tests/testlib/temp_dir.h"
 
 // Under a sanitizer memory and time figures mean nothing: the scenarios measure less then.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -58,6 +59,8 @@ class StationRun {
     StationRun(const std::string& station, core::DateValue start, const std::string& mic = {});
 
     sim::Simulator& sim() { return sim_; }
+    // The home the run has to itself: the simulator's desktop trash is in it.
+    const ScopedHome& home() const { return home_; }
     core::Console& console() { return sim_.console(); }
 
     // One scenario line; the message of a bad one, or empty.
@@ -80,6 +83,7 @@ class StationRun {
   private:
     void onBus(const float* bus, std::size_t frames);
 
+    ScopedHome home_;  // before the simulator, which deletes into its trash
     sim::Simulator sim_;
     int starts_ = 0;
     struct Watched {

@@ -231,6 +231,8 @@ TEST_F(StationScenario, ADeletedCategoryLeavesTheRotationAndTheStationOnTheAir) 
     ASSERT_EQ(run_->exec("answer ok"), "");
     ASSERT_EQ(run_->exec("key lstPlaylists Delete"), "");
     ASSERT_FALSE(fs::exists(station_ / "Music" / category));
+    EXPECT_TRUE(fs::is_directory(run_->home().trash() / "files" / category))
+        << "in the trash of the run's own home, never in the user's";
     // The rotation file was saved without the category's rows.
     const std::string rot = test::readFile(station_ / "Rotations" / "Demo.rot");
     ASSERT_EQ(rot.size() % 300, 0u);

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -38,9 +40,7 @@ class VoiceScenario : public ::testing::Test {
         station_ = dir_ / "station";
         ASSERT_EQ(test::makeScenarioStation(station_), "");
         mic_ = dir_ / "voice.wav";
-        const std::string cmd =
-            "sox -q -n -r 44100 -c 1 -b 16 '" + mic_.string() + "' synth 3 sine 700 vol 0.5";
-        ASSERT_EQ(std::system(cmd.c_str()), 0);
+        ASSERT_NO_FATAL_FAILURE(makeMicrophone(mic_));
         run_ = std::make_unique<test::StationRun>(
             station_.string(), core::dateSerial(2026, 3, 2) + 10.0 / 24, mic_.string());
         ASSERT_EQ(run_->exec("load"), "");
@@ -49,6 +49,13 @@ class VoiceScenario : public ::testing::Test {
             run_->advance(0.06, 0.06);
         }
         ASSERT_NE(c().activePlayer, 0);
+    }
+
+    // What the simulated microphone plays, over and over.
+    virtual void makeMicrophone(const fs::path& wav) {
+        const std::string cmd =
+            "sox -q -n -r 44100 -c 1 -b 16 '" + wav.string() + "' synth 3 sine 700 vol 0.5";
+        ASSERT_EQ(std::system(cmd.c_str()), 0);
     }
 
     core::Console& c() { return run_->console(); }
@@ -92,6 +99,9 @@ TEST_F(VoiceScenario, TheMicrophoneDucksTheMusicToHalfWithinOneSecondAndBringsIt
 }
 
 TEST_F(VoiceScenario, AVoiceTrackRecordedFromTheMicrophoneBecomesATrackOfItsCategory) {
+    // The library screen is up, where the category list acts on what is chosen in it.
+    ASSERT_EQ(run_->exec("press cmdTrackList"), "");
+    ASSERT_EQ(c().screenMode, 1);
     ASSERT_EQ(run_->exec("press cmdRecord"), "");
     run_->advance(3.0, 0.06);
     ASSERT_EQ(run_->exec("answer Drive Time Link"), "");
@@ -108,6 +118,18 @@ TEST_F(VoiceScenario, AVoiceTrackRecordedFromTheMicrophoneBecomesATrackOfItsCate
         listed = listed || item.text == "VoiceTracks";
     }
     EXPECT_TRUE(listed) << "the category list shows the new category";
+    // The new category is up on the library screen with the new track in it, and the save left
+    // no failure line behind.
+    const auto& categories = c().form().lstPlaylists;
+    ASSERT_GE(categories.listIndex, 0);
+    EXPECT_EQ(categories.items[static_cast<std::size_t>(categories.listIndex)].text, "VoiceTracks");
+    const auto& songs = c().form().lstSongs.items;
+    EXPECT_TRUE(std::any_of(songs.begin(), songs.end(), [](const auto& item) {
+        return item.text == "VoiceTrack - Drive Time Link";
+    }));
+    for (const auto& line : lines(station_ / "app.log")) {
+        EXPECT_EQ(line.find("Error in Playlist:"), std::string::npos) << line;
+    }
     tags::clsID3 tag;
     tag.filename(mp3.string());
     tag.RefreshID3Tags();
@@ -198,6 +220,130 @@ TEST_F(VoiceScenario, AHundredMicrophoneOpeningsAndTwentyVoiceTracksKeepTheStati
     }
     std::cout << "[ figures  ] 100 microphone openings, 20 voice tracks, " << run_->starts()
               << " starts, VmRSS " << before << " kB, then " << after << " kB\n";
+}
+
+// The figures of a file's 16-bit samples that tell a clip: the peak, the samples at full scale
+// (32767 or -32768) and the longest run of one value at the file's own peak.
+struct ClipFigures {
+    double peakDb = -200;
+    std::size_t fullScale = 0;
+    std::size_t longestRunAtPeak = 0;
+    double soxFlatFactor = -1;  // sox's "Flat factor" of the same file
+};
+
+std::ostream& operator<<(std::ostream& out, const ClipFigures& f) {
+    return out << "peak " << f.peakDb << " dBFS, " << f.fullScale << " samples at full scale, "
+               << "longest run at the peak " << f.longestRunAtPeak << ", sox flat factor "
+               << f.soxFlatFactor;
+}
+
+// sox's "Flat factor" of a file sox reads; -1 when it cannot be had.
+double soxFlatFactor(const fs::path& file) {
+    const std::string cmd = "sox '" + file.string() + "' -n stats 2>&1";
+    FILE* pipe = popen(cmd.c_str(), "r");
+    if (!pipe) {
+        return -1;
+    }
+    double flat = -1;
+    char line[256];
+    while (std::fgets(line, sizeof line, pipe)) {
+        const std::string text(line);
+        if (text.rfind("Flat factor", 0) == 0) {
+            flat = std::stod(text.substr(11));
+        }
+    }
+    pclose(pipe);
+    return flat;
+}
+
+class LoudVoiceScenario : public VoiceScenario {
+  protected:
+    // Speech and bursts of 80 Hz and 10 kHz (what the voice chain lifts) after silence, the whole
+    // brought to a peak of -2 dBFS.
+    void makeMicrophone(const fs::path& wav) override {
+        const fs::path speech = dir_ / "speech.wav";
+        const fs::path bursts = dir_ / "bursts.wav";
+        const std::string say = "espeak-ng -w '" + speech.string() +
+                                "' 'Good evening, this is the late show. Stay with us for the "
+                                "news, the weather and the best music all night long.'";
+        ASSERT_EQ(std::system(say.c_str()), 0);
+        const std::string tones = "sox -q -n -r 22050 -c 1 -b 16 '" + bursts.string() +
+                                  "' synth 0.3 sine 80 synth 0.3 sine mix 10000 pad 0.4 0 "
+                                  "repeat 4";
+        ASSERT_EQ(std::system(tones.c_str()), 0);
+        const std::string join = "sox -q '" + speech.string() + "' '" + bursts.string() +
+                                 "' -r 44100 -b 16 '" + wav.string() + "' norm -2";
+        ASSERT_EQ(std::system(join.c_str()), 0);
+    }
+
+    // Decodes a WAV or MP3 file through the engine, as the players would, and measures it.
+    ClipFigures measure(const fs::path& file) {
+        ClipFigures f;
+        audio::Engine& e = c().engine();
+        const audio::Handle h = e.streamCreateFile(file.string(), 0, 0, audio::kStreamDecode);
+        EXPECT_NE(h, 0u) << file;
+        std::vector<std::int16_t> all;
+        std::vector<std::int16_t> block(8192);
+        for (;;) {
+            const std::int64_t got = e.channelGetData(h, block.data(), 2 * 8192);
+            if (got <= 0) {
+                break;
+            }
+            all.insert(all.end(), block.begin(), block.begin() + got / 2);
+        }
+        e.streamFree(h);
+        int peak = 0;
+        for (const std::int16_t v : all) {
+            peak = std::max(peak, std::abs(static_cast<int>(v)));
+            f.fullScale += v >= 32767 || v <= -32768 ? 1 : 0;
+        }
+        f.peakDb = peak > 0 ? 20 * std::log10(peak / 32768.0) : -200;
+        for (std::size_t ch = 0; ch < 2; ++ch) {
+            std::size_t run = 0;
+            for (std::size_t i = ch; i < all.size(); i += 2) {
+                run = std::abs(static_cast<int>(all[i])) == peak ? run + 1 : 0;
+                f.longestRunAtPeak = std::max(f.longestRunAtPeak, run);
+            }
+        }
+        f.soxFlatFactor = file.extension() == ".wav" ? soxFlatFactor(file) : -1;
+        return f;
+    }
+};
+
+TEST_F(LoudVoiceScenario, ATakeFromAMicrophonePeakingAtMinusTwoDbfsIsNotClippedInTheWavOrTheMp3) {
+    const ClipFigures mic = measure(mic_);
+    ASSERT_NEAR(mic.peakDb, -2.0, 0.1);
+    ASSERT_EQ(run_->exec("press cmdRecord"), "");
+    run_->advance(12.0, 0.06);
+    ASSERT_EQ(run_->exec("answer Loud Link"), "");
+    ASSERT_EQ(run_->exec("press cmdRecord"), "");
+    const fs::path wav = station_ / "VoiceTrack1.wav";
+    const ClipFigures take = measure(wav);
+    EXPECT_EQ(take.fullScale, 0u) << take;
+    EXPECT_LE(take.longestRunAtPeak, 2u) << take;
+    EXPECT_EQ(take.soxFlatFactor, 0.0) << take;
+    EXPECT_GT(take.peakDb, -6.0) << "the take is still loud: " << take;
+    const fs::path mp3 = station_ / "Music/VoiceTracks/Loud Link.mp3";
+    ASSERT_TRUE(waitFor([&] { return c().programs && c().programs->running() == 0; }));
+    ASSERT_TRUE(fs::exists(mp3));
+    const ClipFigures encoded = measure(mp3);
+    EXPECT_EQ(encoded.fullScale, 0u) << encoded;
+    EXPECT_LE(encoded.longestRunAtPeak, 2u) << encoded;
+    std::cout << "[ figures  ] microphone: " << mic << "\n[ figures  ] take: " << take
+              << "\n[ figures  ] mp3: " << encoded << "\n";
+}
+
+TEST_F(LoudVoiceScenario, TheLiveMicrophonePeakingAtMinusTwoDbfsOverTheMusicIsNotClippedOnAir) {
+    ASSERT_EQ(run_->exec("press cmdMic left"), "");
+    run_->advance(1.5, 0.06);
+    const fs::path air = dir_ / "air.wav";
+    ASSERT_EQ(run_->exec("record " + air.string() + " 12"), "");
+    ASSERT_EQ(run_->exec("press cmdMic left"), "");
+    const ClipFigures mix = measure(air);
+    EXPECT_EQ(mix.fullScale, 0u) << mix;
+    EXPECT_LE(mix.longestRunAtPeak, 2u) << mix;
+    EXPECT_EQ(mix.soxFlatFactor, 0.0) << mix;
+    std::cout << "[ figures  ] the air with the microphone open: " << mix << "\n";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <thread>
 
@@ -85,6 +86,46 @@ TEST_F(CastTest, AnEncoderIsFedTheMixInRealTimeAndGivesMp3) {
     EXPECT_TRUE(engine.encodeStop(enc));
     EXPECT_EQ(engine.encodeIsActive(enc), kStopped);
     EXPECT_FALSE(engine.encodeStop(enc)) << "the handle is gone";
+}
+
+TEST_F(CastTest, AnEncoderGetsAMixPastFullScaleBroughtUnderItNotCutFlat) {
+    // Bursts of loud noise after silence on top of the tone: the mix goes well past full scale.
+    Pcm bursts{44100, 2, {}};
+    std::uint32_t seed = 1;
+    for (int burst = 0; burst < 20; ++burst) {
+        bursts.samples.insert(bursts.samples.end(), 2 * 2205, 0);
+        for (int i = 0; i < 2 * 2205; ++i) {
+            seed = seed * 1664525u + 1013904223u;
+            bursts.samples.push_back(
+                static_cast<std::int16_t>(static_cast<std::uint16_t>(seed >> 16)));
+        }
+    }
+    writeWav(dir / "bursts.wav", bursts);
+    const Handle loud = engine.streamCreateFile((dir / "bursts.wav").string(), 0, 0, kStreamDecode);
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, loud, 0));
+    const auto raw = dir / "air.raw";
+    const Handle enc = engine.encodeStart(mixer, "tee " + raw.string(), kEncodeNoHead);
+    ASSERT_NE(enc, 0u) << engine.errorGetCode();
+    std::this_thread::sleep_for(2000ms);
+    EXPECT_TRUE(engine.encodeStop(enc));
+    std::string bytes;
+    ASSERT_TRUE(eventually([&] {
+        const std::string now = tw::test::readFile(raw);
+        const bool settled = !now.empty() && now.size() == bytes.size();
+        bytes = now;
+        return settled;
+    }));
+    ASSERT_GT(bytes.size(), 176400u) << "a second of the mix at least";
+    std::size_t fullScale = 0;
+    int peak = 0;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const auto v = static_cast<std::int16_t>(static_cast<unsigned char>(bytes[i]) |
+                                                 static_cast<unsigned char>(bytes[i + 1]) << 8);
+        fullScale += v == 32767 || v == -32768 ? 1 : 0;
+        peak = std::max(peak, std::abs(static_cast<int>(v)));
+    }
+    EXPECT_EQ(fullScale, 0u);
+    EXPECT_NEAR(20 * std::log10(peak / 32768.0), -1.0, 0.1) << "at the ceiling, a dB under";
 }
 
 TEST_F(CastTest, AProgramThatCannotStartGivesNoEncoder) {

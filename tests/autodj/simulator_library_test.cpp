@@ -31,6 +31,7 @@ class SimulatorLibraryTest : public ::testing::Test {
         err.str("");
         return sim->run(in, out, err);
     }
+    ScopedHome home;  // the simulator's desktop trash is in it
     TempDir station;
     std::unique_ptr<sim::Simulator> sim;
     std::ostringstream out, err;

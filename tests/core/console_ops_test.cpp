@@ -165,15 +165,24 @@ TEST_F(ConsoleOpsTest, RecycleSendsToTheTrashWithTheFlagsOfTheCall) {
 }
 
 TEST(DesktopTrashTest, MovesAFileIntoTheTrashFolder) {
-    test::TempDir home;
+    test::ScopedHome home;
     test::TempDir station;
-    test::ScopedSurroundings inHome(home.path(), "XDG_DATA_HOME", (home.path() / "data").string());
     writeFile(station / "song.mp3", "abc");
     DesktopTrash trash;
     EXPECT_TRUE(trash.moveToTrash((station / "song.mp3").string()));
     EXPECT_FALSE(fs::exists(station / "song.mp3"));
-    EXPECT_TRUE(fs::exists(home.path() / "data" / "Trash" / "files" / "song.mp3"));
-    EXPECT_FALSE(fs::exists(home.path() / "files"));
+    EXPECT_TRUE(fs::exists(home.trash() / "files" / "song.mp3"));
+    EXPECT_TRUE(fs::exists(home.trash() / "info" / "song.mp3.trashinfo"));
+}
+
+TEST(DesktopTrashTest, AMissingDataFolderIsMadeBeforeTheTrashIsUsed) {
+    test::ScopedHome home;
+    test::TempDir station;
+    fs::remove_all(home.home() / ".local");
+    writeFile(station / "song.mp3", "abc");
+    DesktopTrash trash;
+    EXPECT_TRUE(trash.moveToTrash((station / "song.mp3").string()));
+    EXPECT_TRUE(fs::exists(home.trash() / "files" / "song.mp3"));
 }
 
 TEST_F(ConsoleOpsTest, StatusWindowShowsItsBarToTheFraction) {

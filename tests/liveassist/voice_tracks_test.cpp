@@ -202,6 +202,86 @@ TEST_F(VoiceTracksTest, ANamedTakeIsEncodedWithoutAShellIntoTheCategoryAndTagged
     EXPECT_EQ(categories.items[static_cast<std::size_t>(categories.listIndex)].text, "VoiceTracks");
 }
 
+std::vector<std::string> playlistErrors(const std::vector<std::string>& log) {
+    std::vector<std::string> out;
+    for (const auto& line : log) {
+        if (line.find("Error in Playlist:") != std::string::npos) {
+            out.push_back(line);
+        }
+    }
+    return out;
+}
+
+std::string selectedCategory(const core::Console& c) {
+    const auto& list = c.ui.main.lstPlaylists;
+    if (list.listIndex < 0 || list.listIndex >= list.listCount()) {
+        return "<none>";
+    }
+    return list.items[static_cast<std::size_t>(list.listIndex)].text;
+}
+
+TEST_F(VoiceTracksTest, TheFirstTakeSavedMakesItsCategoryWithoutAPlaylistErrorAndShowsIn) {
+    addCategory("Jazz");
+    addTrack("Jazz", "a.mp3", "Artist", "Song");
+    addCategory("Rock");
+    auto& c = station();
+    ASSERT_EQ(c.form().lstPlaylists.listCount(), 2);
+    recordBytes(44100 * 4);
+    prompter.queueAnswer("Drive Link");
+    desk::press(c, "cmdRecord");
+    // At once, with the encoder still at work: the new category is up and selected.
+    EXPECT_EQ(playlistErrors(logTexts()), std::vector<std::string>{});
+    EXPECT_EQ(selectedCategory(c), "VoiceTracks");
+    EXPECT_EQ(c.activeDirectory, "/Music/VoiceTracks/");
+    EXPECT_NE(c.form().lblListInfo.caption.find("| Approxiamate Repeat Time: 00 Hours 00 Minutes"),
+              std::string::npos)
+        << c.form().lblListInfo.caption;
+    // Once the encoder has ended, the track shows in it.
+    auto listed = [&c] {
+        for (const auto& item : c.form().lstSongs.items) {
+            if (item.text == "VoiceTrack - Drive Link") {
+                return true;
+            }
+        }
+        return false;
+    };
+    for (int i = 0; i < 500 && !listed(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        loop.processPending();
+    }
+    EXPECT_TRUE(listed());
+    EXPECT_EQ(selectedCategory(c), "VoiceTracks");
+    EXPECT_EQ(c.form().lblListInfo.caption.rfind("1 Tracks |", 0), 0u)
+        << c.form().lblListInfo.caption;
+    EXPECT_EQ(playlistErrors(logTexts()), std::vector<std::string>{});
+    // Every category has its figure again, the new one included.
+    EXPECT_EQ(c.library->repeatTime.size(), 4u);
+}
+
+TEST_F(VoiceTracksTest, ATakeSavedIntoTheExistingCategoryKeepsTheLibraryFigures) {
+    addCategory("Jazz");
+    addCategory("VoiceTracks");
+    addTrack("VoiceTracks", "Old Link.mp3", "VoiceTrack", "Old Link");
+    auto& c = station();
+    // Counted before: two hours and five minutes until VoiceTracks repeats.
+    c.library->repeatTime.at(2) = 2 * 3600 + 5 * 60;
+    c.library->averageSong.at(1) = 200;
+    recordBytes(44100 * 4);
+    prompter.queueAnswer("New Link");
+    desk::press(c, "cmdRecord");
+    auto listed = [&c] { return c.form().lstSongs.listCount() == 2; };
+    for (int i = 0; i < 500 && !listed(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        loop.processPending();
+    }
+    ASSERT_TRUE(listed());
+    EXPECT_EQ(selectedCategory(c), "VoiceTracks");
+    EXPECT_NE(c.form().lblListInfo.caption.find("02 Hours 05 Minutes"), std::string::npos)
+        << c.form().lblListInfo.caption;
+    EXPECT_EQ(c.library->averageSong.at(1), 200);
+    EXPECT_EQ(playlistErrors(logTexts()), std::vector<std::string>{});
+}
+
 TEST_F(VoiceTracksTest, LiveModeDucksAndAddsTheTakeToTheMixUntilItIsFreed) {
     auto& c = station();
     writeFile(wavPath(), "x");

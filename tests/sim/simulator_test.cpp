@@ -101,6 +101,7 @@ class SimulatorTest : public ::testing::Test {
         EXPECT_TRUE(sim.execute(line, out, error)) << line << ": " << error;
         return out.str();
     }
+    test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir station;
     Simulator sim;
 };

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace tw::test {
 
@@ -42,6 +43,31 @@ ScopedSurroundings::~ScopedSurroundings() {
         setenv(variable_, oldValue_.c_str(), 1);
     } else {
         unsetenv(variable_);
+    }
+}
+
+ScopedHome::ScopedHome() {
+    const std::pair<const char*, std::filesystem::path> places[] = {
+        {"HOME", folder_.path()},
+        {"XDG_DATA_HOME", folder_ / ".local/share"},
+        {"XDG_CACHE_HOME", folder_ / ".cache"},
+        {"XDG_CONFIG_HOME", folder_ / ".config"},
+    };
+    for (const auto& [variable, place] : places) {
+        std::filesystem::create_directories(place);
+        const char* old = std::getenv(variable);
+        saved_.push_back({variable, old != nullptr, old ? old : ""});
+        setenv(variable, place.c_str(), 1);
+    }
+}
+
+ScopedHome::~ScopedHome() {
+    for (const Saved& s : saved_) {
+        if (s.hadValue) {
+            setenv(s.variable, s.value.c_str(), 1);
+        } else {
+            unsetenv(s.variable);
+        }
     }
 }
 

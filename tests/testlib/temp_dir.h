@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tw::test {
 
@@ -37,6 +38,32 @@ class ScopedSurroundings {
     const char* variable_;
     bool hadValue_ = false;
     std::string oldValue_;
+};
+
+// Gives the rest of a scope a home of its own in a fresh temporary folder: HOME and the XDG data,
+// cache and config folders point there, so that the desktop trash, Qt's caches and a library's
+// settings stay in the test's folder and go with it. Each variable is put back when the scope
+// ends. The test programs' launcher gives every run such a home already; this gives one to each
+// test, also when a program runs by hand.
+class ScopedHome {
+  public:
+    ScopedHome();
+    ~ScopedHome();
+    ScopedHome(const ScopedHome&) = delete;
+    ScopedHome& operator=(const ScopedHome&) = delete;
+
+    const std::filesystem::path& home() const { return folder_.path(); }
+    // $XDG_DATA_HOME/Trash: where the desktop trash puts what the test deletes.
+    std::filesystem::path trash() const { return folder_ / ".local/share/Trash"; }
+
+  private:
+    struct Saved {
+        const char* variable;
+        bool hadValue;
+        std::string value;
+    };
+    TempDir folder_;
+    std::vector<Saved> saved_;
 };
 
 // Whole contents of a file as bytes; empty when it cannot be read.

@@ -402,6 +402,8 @@ TEST_F(ConsoleHandsTest, TheDeleteKeyOnTheCategoriesAsksAndDeletesTheCategory) {
     QTest::keyClick(&window(), Qt::Key_Delete);
     EXPECT_FALSE(asked.isEmpty()) << "no confirmation was asked";
     EXPECT_FALSE(fs::exists(dir / "Music" / category));
+    // In the trash of the test's own home, never in the user's.
+    EXPECT_TRUE(fs::is_directory(qt.home().trash() / "files" / category));
     EXPECT_EQ(actions.back(), std::make_pair(std::string("key"), std::string("lstPlaylists")));
 }
 
@@ -458,6 +460,8 @@ TEST_F(ConsoleHandsTest, HelpOpensTheHelpPageInTheBrowser) {
     EXPECT_TRUE(fs::is_regular_file(page));
     // The page is the program's own, not a file of the source tree.
     EXPECT_EQ(page.find(TW_SOURCE_DIR), std::string::npos) << page;
+    // It is written to the cache of the test's own home, never to the user's.
+    EXPECT_EQ(page.rfind(qt.home().home().string() + "/.cache/", 0), 0u) << page;
     EXPECT_NE(test::readFile(page).find("<html"), std::string::npos);
     // Other buttons open nothing.
     QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(c().form().cmdMute));
