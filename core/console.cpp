@@ -90,6 +90,11 @@ Console::Console(std::string appFolder, Services services)
         "Default Sweeper That will play if none is selected in the song. Select sweeper, then "
         "press here to set.";
     m.lblSweepId.toolTip = "Sweeper ID Number";
+    // The cue marks: a press marks the preview's place, the right button clears it.
+    m.lblSweepStart.caption = "Sweep Start";
+    m.lblIntroUntil.caption = "Intro Until";
+    m.lblOutroUntil.caption = "Outro Until";
+    m.lblNextStart.caption = "Next Start";
     m.cmboSweeperList.toolTip = "Sweeper List";
     for (auto& b : m.cmdSampler) {
         b.toolTip = "Drag and Drop Sample Files Here, Use F1 to F8 on Keyboard for shortcuts.";

@@ -19,9 +19,12 @@ void BoxEditor::open(const core::Element& box, bool password) {
     editing_ = box.name;
     edit_->setEchoMode(password ? QLineEdit::Password : QLineEdit::Normal);
     edit_->setFont(consoleFont(box.fontSize, box.fontBold));
-    edit_->setGeometry(QRectF(box.rect.left, box.rect.top, box.rect.width, box.rect.height)
-                           .toAlignedRect()
-                           .adjusted(1, 1, -1, -1));
+    QRectF area(box.rect.left, box.rect.top, box.rect.width, box.rect.height);
+    if (box.kind == core::ElementKind::ComboBox) {
+        // A box that takes text keeps its arrow free: the list stays a click away.
+        area.setRight(comboArrowPlace(box).left());
+    }
+    edit_->setGeometry(area.toAlignedRect().adjusted(1, 1, -1, -1));
     edit_->setText(QString::fromStdString(box.text));
     edit_->selectAll();
     edit_->show();

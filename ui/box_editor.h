@@ -26,7 +26,8 @@ class BoxEditor {
     // The name of the box being edited, empty while the editor is closed.
     const std::string& editing() const { return editing_; }
     // Puts the editor over the box with its font and text, all of it selected (typing replaces a
-    // hint such as "Type Search Here"), shown and focused; a password shows no characters.
+    // hint such as "Type Search Here"), shown and focused; a password shows no characters. Over
+    // a combo box it leaves the arrow uncovered.
     void open(const core::Element& box, bool password = false);
     // Hides it; false when it was not open.
     bool close();

@@ -143,9 +143,18 @@ void paintButton(QPainter& p, const Element& e) {
 void paintLabel(QPainter& p, const Element& e) {
     const QRectF r = rectOf(e);
     p.fillRect(r, consoleColor(e.backColor));
-    p.setFont(consoleFont(e.fontSize, e.fontBold));
-    p.setPen(textColor(e));
-    p.drawText(r, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, qs(e.caption));
+    QFont font = consoleFont(e.fontSize, e.fontBold);
+    // The cue marks turn black when set: their captions stay readable.
+    p.setPen(legibleTextColor(e));
+    const QString text = qs(e.caption);
+    if (r.height() < 2 * QFontMetricsF(font).height()) {
+        const FittedLine line = fitOneLine(text, font, r.width());
+        p.setFont(line.font);
+        p.drawText(r, Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, line.text);
+        return;
+    }
+    p.setFont(font);
+    p.drawText(r, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, text);
 }
 
 void paintPicture(QPainter& p, const Element& e) {
@@ -272,6 +281,14 @@ void paintGrid(QPainter& p, const Element& e) {
 }
 
 }  // namespace
+
+FittedLine fitOneLine(const QString& text, QFont font, double width) {
+    const int full = font.pixelSize();
+    while (QFontMetricsF(font).horizontalAdvance(text) > width && font.pixelSize() > full * 2 / 3) {
+        font.setPixelSize(font.pixelSize() - 1);
+    }
+    return {font, QFontMetricsF(font).elidedText(text, Qt::ElideRight, width)};
+}
 
 QRectF comboArrowPlace(const Element& e) {
     const QRectF r = rectOf(e);

@@ -7,6 +7,7 @@
 #include <QFont>
 #include <QPainter>
 #include <QRectF>
+#include <QString>
 
 #include "core/forms.h"
 
@@ -27,6 +28,14 @@ int rowAt(const core::Element& e, double y);
 // The column of a grid painted at x (window pixels), or -1 outside its columns or for anything
 // but a grid.
 int columnAt(const core::Element& e, double x);
+// A label of one line (the category's facts, the track's history) never wraps into a line that
+// its height cuts off: a long text is set smaller, down to two thirds of its size, and then
+// shortened at its end.
+struct FittedLine {
+    QFont font;
+    QString text;
+};
+FittedLine fitOneLine(const QString& text, QFont font, double width);
 // The arrow button at the right end of a combo box, in window pixels.
 QRectF comboArrowPlace(const core::Element& e);
 // Whether a grid shows its rows' ticks (GridRow::checked) as boxes in its first column.

@@ -212,5 +212,25 @@ TEST_F(ElementPainterTest, AButtonPaintedAtAnOlderSizeIsStretchedToItsPresentOne
     EXPECT_NEAR(sumY / n, 10 + 22.5, 8);
 }
 
+TEST_F(ElementPainterTest, AOneLineLabelsLongTextIsSetSmallerThenShortenedNeverWrapped) {
+    const QFont font = consoleFont(8, false);
+    const QString facts = "Tune Outs:0 | Play Count:12 | TuneOut Percentage:0% | Last Played:11/25";
+    const double width = QFontMetricsF(font).horizontalAdvance(facts) * 0.8;
+    const FittedLine smaller = fitOneLine(facts, font, width);
+    EXPECT_EQ(smaller.text, facts) << "a fifth too long: set smaller, all of it";
+    EXPECT_LT(smaller.font.pixelSize(), font.pixelSize());
+    EXPECT_GE(smaller.font.pixelSize(), font.pixelSize() * 2 / 3);
+    EXPECT_LE(QFontMetricsF(smaller.font).horizontalAdvance(smaller.text), width);
+
+    const FittedLine shortened = fitOneLine(facts + facts, font, width);
+    EXPECT_EQ(shortened.font.pixelSize(), font.pixelSize() * 2 / 3);
+    EXPECT_TRUE(shortened.text.endsWith(QChar(0x2026))) << shortened.text.toStdString();
+    EXPECT_LE(QFontMetricsF(shortened.font).horizontalAdvance(shortened.text), width);
+
+    const FittedLine fits = fitOneLine("Tune Outs:0", font, width);
+    EXPECT_EQ(fits.font.pixelSize(), font.pixelSize());
+    EXPECT_EQ(fits.text, QString("Tune Outs:0"));
+}
+
 }  // namespace
 }  // namespace tw::ui

@@ -180,6 +180,13 @@ std::vector<GestureRow> windowGestures() {
         {"TheBitRateListOpensAndTheChoiceShows", "frmCast.cmbBitrate", Gesture::Choice,
          castEncoderTwo, [](B& b) { b.choose("frmCast.cmbBitrate", 13); },
          [](B& b) { EXPECT_EQ(b.c().ui.cast.cmbBitrate.text, "320"); }},
+        {"TheBitRateListOpensWhileItsTextIsBeingTyped", "frmCast.cmbBitrate", Gesture::Choice,
+         castEncoderTwo,
+         [](B& b) {
+             b.type("frmCast.cmbBitrate", "15");
+             b.choose("frmCast.cmbBitrate", 0);
+         },
+         [](B& b) { EXPECT_EQ(b.c().ui.cast.cmbBitrate.text, "32"); }},
         {"TheBitRateIsStoredAsTyped", "frmCast.cmbBitrate", Gesture::Typing, castEncoderTwo,
          [](B& b) {
              b.type("frmCast.cmbBitrate", "150");

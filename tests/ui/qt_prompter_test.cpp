@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -118,6 +119,51 @@ TEST_F(QtPrompterTest, NameDialogGivesTheTextEntered) {
 TEST_F(QtPrompterTest, NameDialogCancelledGivesNothing) {
     whenShown<QInputDialog>(&context, [](QInputDialog& d) { d.reject(); });
     EXPECT_FALSE(prompter.askName("New Rotation", "Name the rotation", "x").has_value());
+}
+
+TEST_F(QtPrompterTest, NameDialogsHintIsClearedByAClickInItsField) {
+    QString afterClick;
+    whenShown<QInputDialog>(&context, [&](QInputDialog& d) {
+        auto* field = d.findChild<QLineEdit*>();
+        ASSERT_NE(field, nullptr);
+        QTest::mouseClick(field, Qt::LeftButton, {}, field->rect().center());
+        afterClick = field->text();
+        QTest::keyClicks(field, "Evening");
+        QTest::mouseClick(field, Qt::LeftButton, {}, field->rect().center());
+        QTest::keyClick(field, Qt::Key_Return);  // Return is the create button
+    });
+    EXPECT_EQ(prompter.askName("Create Rotation", "Name it", "Enter Name Here"), "Evening");
+    EXPECT_EQ(afterClick, QString()) << "the hint goes with the first click";
+}
+
+TEST_F(QtPrompterTest, TheLogInAsksForTheUserAndAPasswordThatIsNeverShown) {
+    QLineEdit::EchoMode userEcho = QLineEdit::Password, passwordEcho = QLineEdit::Normal;
+    QString offered;
+    whenShown<QDialog>(&context, [&](QDialog& d) {
+        auto* user = d.findChild<QLineEdit*>("user");
+        auto* password = d.findChild<QLineEdit*>("password");
+        ASSERT_NE(user, nullptr);
+        ASSERT_NE(password, nullptr);
+        offered = user->text();
+        userEcho = user->echoMode();
+        passwordEcho = password->echoMode();
+        user->setText("dj");
+        QTest::keyClicks(password, "s3cret");
+        QTest::keyClick(password, Qt::Key_Return);
+    });
+    const auto login =
+        prompter.askLogIn("Kick and Connect", "The server asks for a log-in.", "admin");
+    ASSERT_TRUE(login.has_value());
+    EXPECT_EQ(login->user, "dj");
+    EXPECT_EQ(login->password, "s3cret");
+    EXPECT_EQ(offered, QString("admin"));
+    EXPECT_EQ(userEcho, QLineEdit::Normal);
+    EXPECT_EQ(passwordEcho, QLineEdit::Password);
+}
+
+TEST_F(QtPrompterTest, TheLogInCancelledGivesNothing) {
+    whenShown<QDialog>(&context, [](QDialog& d) { d.reject(); });
+    EXPECT_FALSE(prompter.askLogIn("Kick and Connect", "Log in", "admin").has_value());
 }
 
 TEST_F(QtPrompterTest, AFileTheDesktopTakesOpensThereAndNoWindowOfOurOwn) {
