@@ -216,6 +216,17 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
     return actions;
 }
 
+// An element's action as one console event; false when there is no such element.
+template <typename Act>
+bool onElement(core::Console& c, std::string_view name, Act act) {
+    if (!c.ui.find(name)) {
+        return false;
+    }
+    core::EventScope event(*c.svc.settings);
+    act();
+    return true;
+}
+
 void afterSelect(core::Console& c, std::string_view name, int row) {
     if (name == "flRotations") {
         autodj::flRotations_Click(c);
@@ -277,29 +288,23 @@ bool press(core::Console& c, std::string_view name, MouseButton button, double x
 
 bool move(core::Console& c, std::string_view name, double x, double y) {
     (void)y;
-    if (!c.ui.find(name)) {
-        return false;
-    }
-    core::EventScope event(*c.svc.settings);
-    // The gain bar and the level bars follow the pointer while the button is held; every other
-    // element ignores a move.
-    if (name == "pctMainVolume") {
-        liveassist::pctMainVolume_MouseMove(c, x);
-    } else if (name == "picLevelBar(0)" || name == "picLevelBar(1)") {
-        playout::picLevelBar_MouseDown(c, name == "picLevelBar(0)" ? 0 : 1, x);
-    }
-    return true;
+    return onElement(c, name, [&] {
+        // The gain bar and the level bars follow the pointer while the button is held; every
+        // other element ignores a move.
+        if (name == "pctMainVolume") {
+            liveassist::pctMainVolume_MouseMove(c, x);
+        } else if (name == "picLevelBar(0)" || name == "picLevelBar(1)") {
+            playout::picLevelBar_MouseDown(c, name == "picLevelBar(0)" ? 0 : 1, x);
+        }
+    });
 }
 
 bool release(core::Console& c, std::string_view name) {
-    if (!c.ui.find(name)) {
-        return false;
-    }
-    core::EventScope event(*c.svc.settings);
-    if (name == "cmdPreviewSelected") {
-        playout::cmdPreviewSelected_MouseUp(c);
-    }
-    return true;
+    return onElement(c, name, [&] {
+        if (name == "cmdPreviewSelected") {
+            playout::cmdPreviewSelected_MouseUp(c);
+        }
+    });
 }
 
 bool select(core::Console& c, std::string_view name, int row) {
@@ -448,23 +453,15 @@ bool type(core::Console& c, std::string_view name, const std::string& text) {
 }
 
 bool doubleClick(core::Console& c, std::string_view name) {
-    if (!c.ui.find(name)) {
-        return false;
-    }
-    core::EventScope event(*c.svc.settings);
-    castDoubleClick(c, name);
-    return true;
+    return onElement(c, name, [&] { castDoubleClick(c, name); });
 }
 
 bool enter(core::Console& c, std::string_view name) {
-    if (!c.ui.find(name)) {
-        return false;
-    }
-    core::EventScope event(*c.svc.settings);
-    if (name == "txtSearch") {
-        autodj::cmdSearch_Click(c);
-    }
-    return true;
+    return onElement(c, name, [&] {
+        if (name == "txtSearch") {
+            autodj::cmdSearch_Click(c);
+        }
+    });
 }
 
 }  // namespace tw::desk

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include "desk/actions.h"
@@ -58,6 +59,23 @@ class VoiceTracksTest : public StationFixture {
                                                            samples.size()));
     }
     std::string wavPath() const { return (dir / "VoiceTrack1.wav").string(); }
+    // The console hears of the encoder's end through its loop: waits (half a minute at most, for a
+    // loaded machine) until the category's list holds a track the test looks for.
+    bool waitUntilListed(core::Console& c, const std::function<bool(const std::string&)>& wanted) {
+        const auto listed = [&] {
+            for (const auto& item : c.form().lstSongs.items) {
+                if (wanted(item.text)) {
+                    return true;
+                }
+            }
+            return false;
+        };
+        for (int i = 0; i < 1500 && !listed(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            loop.processPending();
+        }
+        return listed();
+    }
 };
 
 TEST_F(VoiceTracksTest, RecordStartsAPausedTakeWithTheVoiceChainAndItsCaption) {
@@ -178,19 +196,8 @@ TEST_F(VoiceTracksTest, ANamedTakeIsEncodedWithoutAShellIntoTheCategoryAndTagged
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     // The console hears of the end through its loop and shows the new track.
-    auto listed = [&c] {
-        for (const auto& item : c.form().lstSongs.items) {
-            if (item.text.find("Morning") != std::string::npos) {
-                return true;
-            }
-        }
-        return false;
-    };
-    for (int i = 0; i < 500 && !listed(); ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        loop.processPending();
-    }
-    EXPECT_TRUE(listed());
+    EXPECT_TRUE(waitUntilListed(
+        c, [](const std::string& text) { return text.find("Morning") != std::string::npos; }));
     ASSERT_TRUE(fs::exists(mp3));
     EXPECT_FALSE(fs::exists(dir / "x")) << "nothing reached a shell";
     tags::clsID3 tag;
@@ -237,19 +244,8 @@ TEST_F(VoiceTracksTest, TheFirstTakeSavedMakesItsCategoryWithoutAPlaylistErrorAn
               std::string::npos)
         << c.form().lblListInfo.caption;
     // Once the encoder has ended, the track shows in it.
-    auto listed = [&c] {
-        for (const auto& item : c.form().lstSongs.items) {
-            if (item.text == "VoiceTrack - Drive Link") {
-                return true;
-            }
-        }
-        return false;
-    };
-    for (int i = 0; i < 500 && !listed(); ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        loop.processPending();
-    }
-    EXPECT_TRUE(listed());
+    EXPECT_TRUE(waitUntilListed(
+        c, [](const std::string& text) { return text == "VoiceTrack - Drive Link"; }));
     EXPECT_EQ(selectedCategory(c), "VoiceTracks");
     EXPECT_EQ(c.form().lblListInfo.caption.rfind("1 Tracks |", 0), 0u)
         << c.form().lblListInfo.caption;

@@ -252,9 +252,7 @@ void GestureBench::click(const std::string& name, Qt::MouseButton button,
                          Qt::KeyboardModifiers modifiers) {
     const QPointF at = placeOf(name).center();
     QWidget& w = windowOf(name);
-    send(w, QEvent::MouseButtonPress, at, button, button, modifiers);
-    send(w, QEvent::MouseButtonRelease, at, button, Qt::NoButton, modifiers);
-    settle();
+    pressAndLetGo(w, at, button, modifiers);
 }
 
 void GestureBench::clickAt(const std::string& name, double across, double down,
@@ -262,17 +260,13 @@ void GestureBench::clickAt(const std::string& name, double across, double down,
     const QRectF r = placeOf(name);
     const QPointF at(r.left() + r.width() * across, r.top() + r.height() * down);
     QWidget& w = windowOf(name);
-    send(w, QEvent::MouseButtonPress, at, button, button);
-    send(w, QEvent::MouseButtonRelease, at, button, Qt::NoButton);
-    settle();
+    pressAndLetGo(w, at, button);
 }
 
 void GestureBench::clickIn(const std::string& name, const QPointF& inside) {
     const QPointF at = placeOf(name).topLeft() + inside;
     QWidget& w = windowOf(name);
-    send(w, QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton);
-    send(w, QEvent::MouseButtonRelease, at, Qt::LeftButton, Qt::NoButton);
-    settle();
+    pressAndLetGo(w, at, Qt::LeftButton);
 }
 
 void GestureBench::doubleClick(const std::string& name) {
@@ -294,26 +288,14 @@ void GestureBench::slide(const std::string& name, double from, double to) {
                                                        slider->value(), slider->width() - handle);
         from = (slider->mapTo(&w, QPoint(at + handle / 2, 0)).x() - r.left()) / r.width();
     }
-    send(w, QEvent::MouseButtonPress, QPointF(r.left() + r.width() * from, y), Qt::LeftButton,
-         Qt::LeftButton);
-    constexpr int kSteps = 8;
-    for (int i = 1; i <= kSteps; ++i) {
-        const double share = from + (to - from) * i / kSteps;
-        send(w, QEvent::MouseMove, QPointF(r.left() + r.width() * share, y), Qt::NoButton,
-             Qt::LeftButton);
-    }
-    send(w, QEvent::MouseButtonRelease, QPointF(r.left() + r.width() * to, y), Qt::LeftButton,
-         Qt::NoButton);
-    settle();
+    carry(w, QPointF(r.left() + r.width() * from, y), QPointF(r.left() + r.width() * to, y));
 }
 
 void GestureBench::clickRow(const std::string& name, int row, Qt::MouseButton button,
                             Qt::KeyboardModifiers modifiers, int column) {
     QWidget& w = windowOf(name);
     const QPoint at = rowPoint(name, row, column);
-    send(w, QEvent::MouseButtonPress, at, button, button, modifiers);
-    send(w, QEvent::MouseButtonRelease, at, button, Qt::NoButton, modifiers);
-    settle();
+    pressAndLetGo(w, at, button, modifiers);
 }
 
 void GestureBench::dragRow(const std::string& from, int row, const std::string& to, int toRow) {
@@ -324,20 +306,21 @@ void GestureBench::dragRow(const std::string& from, int row, const std::string& 
     const int column = e && e->kind == core::ElementKind::Grid ? 1 : -1;
     const QPointF start = rowPoint(from, row, column);
     const QPointF end = toRow >= 0 ? QPointF(rowPoint(to, toRow, column)) : placeOf(to).center();
-    send(w, QEvent::MouseButtonPress, start, Qt::LeftButton, Qt::LeftButton);
-    constexpr int kSteps = 8;
-    for (int i = 1; i <= kSteps; ++i) {
-        send(w, QEvent::MouseMove, start + (end - start) * i / kSteps, Qt::NoButton,
-             Qt::LeftButton);
-    }
-    send(w, QEvent::MouseButtonRelease, end, Qt::LeftButton, Qt::NoButton);
-    settle();
+    carry(w, start, end);
 }
 
 void GestureBench::dragElement(const std::string& from, const std::string& to) {
-    QWidget& w = windowOf(from);
-    const QPointF start = placeOf(from).center();
-    const QPointF end = placeOf(to).center();
+    carry(windowOf(from), placeOf(from).center(), placeOf(to).center());
+}
+
+void GestureBench::pressAndLetGo(QWidget& w, const QPointF& at, Qt::MouseButton button,
+                                 Qt::KeyboardModifiers modifiers) {
+    send(w, QEvent::MouseButtonPress, at, button, button, modifiers);
+    send(w, QEvent::MouseButtonRelease, at, button, Qt::NoButton, modifiers);
+    settle();
+}
+
+void GestureBench::carry(QWidget& w, const QPointF& start, const QPointF& end) {
     send(w, QEvent::MouseButtonPress, start, Qt::LeftButton, Qt::LeftButton);
     constexpr int kSteps = 8;
     for (int i = 1; i <= kSteps; ++i) {
@@ -391,26 +374,10 @@ void GestureBench::functionKey(int keyCode) {
     settle();
 }
 
-void GestureBench::type(const std::string& name, const std::string& text) {
-    click(name);
-    auto* edit = qobject_cast<QLineEdit*>(QApplication::focusWidget());
-    if (!edit) {
-        for (QLineEdit* e : windowOf(name).findChildren<QLineEdit*>()) {
-            if (e->isVisible()) {
-                edit = e;
-            }
-        }
-    }
-    ASSERT_NE(edit, nullptr) << "no editor opened on " << name;
-    edit->selectAll();
-    QTest::keyClicks(edit, QString::fromStdString(text));
-    settle();
-}
-
-void GestureBench::returnKey(const std::string& name) {
+QLineEdit* GestureBench::editorOn(const std::string& name) {
     auto* edit = qobject_cast<QLineEdit*>(QApplication::focusWidget());
     if (!edit || !edit->isVisible()) {
-        click(name);
+        click(name);  // the click opens the editor over the box
         edit = qobject_cast<QLineEdit*>(QApplication::focusWidget());
     }
     if (!edit) {
@@ -420,7 +387,22 @@ void GestureBench::returnKey(const std::string& name) {
             }
         }
     }
-    ASSERT_NE(edit, nullptr) << "no editor opened on " << name;
+    EXPECT_NE(edit, nullptr) << "no editor opened on " << name;
+    return edit;
+}
+
+void GestureBench::type(const std::string& name, const std::string& text) {
+    click(name);
+    QLineEdit* edit = editorOn(name);
+    ASSERT_NE(edit, nullptr);
+    edit->selectAll();
+    QTest::keyClicks(edit, QString::fromStdString(text));
+    settle();
+}
+
+void GestureBench::returnKey(const std::string& name) {
+    QLineEdit* edit = editorOn(name);
+    ASSERT_NE(edit, nullptr);
     QTest::keyClick(edit, Qt::Key_Return);
     settle();
 }

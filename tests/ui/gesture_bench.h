@@ -10,6 +10,7 @@
 // Thread contract: console thread only (the test's thread, which runs Qt).
 
 #include <QEvent>
+#include <QLineEdit>
 #include <QPoint>
 #include <QPointF>
 #include <QPointer>
@@ -124,6 +125,13 @@ class GestureBench {
 
   private:
     void answerModal();
+    // A press and a release at one point of a window.
+    void pressAndLetGo(QWidget& w, const QPointF& at, Qt::MouseButton button,
+                       Qt::KeyboardModifiers modifiers = {});
+    // The left button carried from one point of a window to another, held, in steps.
+    void carry(QWidget& w, const QPointF& start, const QPointF& end);
+    // The line editor open over a text box, opened by a click when it is not.
+    QLineEdit* editorOn(const std::string& name);
     void clickButton(QWidget& dialog, bool accept);
     void send(QWidget& w, QEvent::Type type, const QPointF& at, Qt::MouseButton button,
               Qt::MouseButtons held, Qt::KeyboardModifiers modifiers = {});

@@ -38,6 +38,12 @@ int selectedItems(const core::Element& list) {
     return n;
 }
 
+// The search marked one track of the list, at row.
+void onlyMarked(B& b, int row) {
+    EXPECT_EQ(selectedItems(b.m().lstSongs), 1);
+    EXPECT_TRUE(b.m().lstSongs.items.at(static_cast<std::size_t>(row)).selected);
+}
+
 int selectedRows(const core::Element& grid) {
     int n = 0;
     for (const auto& row : grid.rows) {
@@ -275,21 +281,13 @@ std::vector<GestureRow> libraryGestures() {
              trackList(b);
              desk::type(b.c(), "txtSearch", "Gamma");
          },
-         [](B& b) { b.returnKey("txtSearch"); },
-         [](B& b) {
-             EXPECT_EQ(selectedItems(b.m().lstSongs), 1);
-             EXPECT_TRUE(b.m().lstSongs.items.at(2).selected);
-         }},
+         [](B& b) { b.returnKey("txtSearch"); }, [](B& b) { onlyMarked(b, 2); }},
         {"SearchMarksTheMatches", "cmdSearch", Gesture::LeftClick,
          [](B& b) {
              trackList(b);
              desk::type(b.c(), "txtSearch", "ta - ");
          },
-         [](B& b) { b.click("cmdSearch"); },
-         [](B& b) {
-             EXPECT_EQ(selectedItems(b.m().lstSongs), 1);
-             EXPECT_TRUE(b.m().lstSongs.items.at(1).selected);
-         }},
+         [](B& b) { b.click("cmdSearch"); }, [](B& b) { onlyMarked(b, 1); }},
         {"UpdateTagWritesTheDetailsIntoTheFile", "cmdUpdateTag", Gesture::LeftClick,
          [](B& b) {
              trackChosen(b);

@@ -95,6 +95,17 @@ std::string cell(B& b, int day, int hour) {
     return b.iniValue("rotationSchedule.ini", std::to_string(day), std::to_string(hour));
 }
 
+// How many cells of the week name the list.
+int cellsNaming(B& b, const std::string& list) {
+    int n = 0;
+    for (int day = 1; day <= 7; ++day) {
+        for (int hour = 1; hour <= 24; ++hour) {
+            n += cell(b, day, hour) == list;
+        }
+    }
+    return n;
+}
+
 void statistics(B& b) {
     desk::press(b.c(), "cmdViewStatistics");
     b.show("frmStatistics");
@@ -319,24 +330,14 @@ std::vector<GestureRow> windowGestures() {
         {"AMoveWithTheButtonHeldPaintsTheCellsCrossed", "frmSchedule.pctSchedule",
          Gesture::HeldMove, scheduler, [](B& b) { b.slide("frmSchedule.pctSchedule", 0.02, 0.98); },
          [](B& b) {
-             int painted = 0;
-             for (int day = 1; day <= 7; ++day) {
-                 for (int hour = 1; hour <= 24; ++hour) {
-                     painted += cell(b, day, hour) == "Demo.rot";
-                 }
-             }
+             const int painted = cellsNaming(b, "Demo.rot");
              EXPECT_GE(painted, 5) << "a stroke across the week paints a row of cells";
          }},
         {"AListCarriedOntoACellIsWrittenThere", "frmSchedule.lstRotationOrList", Gesture::RowDrag,
          scheduler,
          [](B& b) { b.dragRow("frmSchedule.lstRotationOrList", 0, "frmSchedule.pctSchedule"); },
          [](B& b) {
-             int painted = 0;
-             for (int day = 1; day <= 7; ++day) {
-                 for (int hour = 1; hour <= 24; ++hour) {
-                     painted += cell(b, day, hour) == "Demo.rot";
-                 }
-             }
+             const int painted = cellsNaming(b, "Demo.rot");
              EXPECT_EQ(painted, 1) << "written where it is let go, nowhere on the way";
          }},
         {"AListClickedIsTheOneThatPaints", "frmSchedule.lstRotationOrList", Gesture::RowClick,
