@@ -90,6 +90,10 @@ void transport(core::Console& c, const media::cbass_time& t, int n, float pos, f
 void statisticsPass(core::Console& c) {
     std::int32_t total = 0;
     bool reconnect = false;
+    // The listener variable starts at 0 with each poll, like the sum: the listeners of a server
+    // that went away leave the figure (and are charged to the track on the air) instead of
+    // standing in it for as long as the server is gone.
+    c.listenercount = 0;
     for (int i = 0; i < core::kEncoderCount; ++i) {
         if (!c.tickCalls->getEncoderEnabled(i)) {
             continue;

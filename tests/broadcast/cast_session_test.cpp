@@ -8,7 +8,9 @@
 #include <mutex>
 #include <thread>
 
+#include "autodj/history.h"
 #include "broadcast/connect_runner.h"
+#include "core/text.h"
 #include "playout/position_monitor.h"
 #include "tests/audio/cast_servers.h"
 #include "tests/broadcast/cast_fixture.h"
@@ -309,17 +311,25 @@ TEST_F(CastSessionTest, WithAutoReconnectSetTheStopHoldsOnlyUntilTheNextPollAsDe
 
 TEST_F(CastSessionTest, WithoutAutoReconnectADeadServerChangesOnlyTheListenerFigure) {
     open();
+    console->currentTitle = "Band - Tune";
     start(*console);
     settle();
     const audio::Handle h = console->encoderHandles[0];
     engine.setStats(h, 0, "<CURRENTLISTENERS>3</CURRENTLISTENERS>");
     poll(*console);
     EXPECT_EQ(console->form().lblListerners.caption, "3");
+    const std::string chargedBefore =
+        autodj::readHistory(*console, console->currentTitle, autodj::kTunedOut, "0");
     engine.setStats(h, 0, "");
     poll(*console);
     EXPECT_EQ(console->encoderHandles[0], h) << "the dead handle stays in place";
     EXPECT_EQ(onAirCaption(), "ON AIR");
-    EXPECT_EQ(console->form().lblListerners.caption, "3") << "a dead encoder writes no figure";
+    // A dead encoder writes no figure, and the figure is summed anew at each poll: its three
+    // listeners leave it and are charged to the track on the air.
+    EXPECT_EQ(console->form().lblListerners.caption, "0");
+    EXPECT_EQ(
+        core::val(autodj::readHistory(*console, console->currentTitle, autodj::kTunedOut, "0")),
+        core::val(chargedBefore) + 3);
 }
 
 TEST_F(CastSessionTest, AConnectThatComesBackAfterTheStopChangesNothing) {
