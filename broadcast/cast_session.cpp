@@ -141,6 +141,12 @@ void start(core::Console& c) {
     });
 }
 
+bool castConnecting(core::Console& c, int index) {
+    const auto& s = state(c);
+    return s.connects &&
+           s.connects->connecting(index, c.encoderHandles[static_cast<std::size_t>(index)]);
+}
+
 void Stop_(core::Console& c) {
     for (int i = 0; i < core::kEncoderCount; ++i) {
         if (getEncoderEnabled(c, i)) {

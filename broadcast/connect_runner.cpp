@@ -47,6 +47,17 @@ bool ConnectRunner::busy() const {
     return false;
 }
 
+bool ConnectRunner::connecting(int index, audio::Handle encoder) const {
+    for (const auto& b : batches_) {
+        for (std::size_t i = b->next; i < b->requests.size(); ++i) {
+            if (b->requests[i].index == index && b->requests[i].encoder == encoder) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 void ConnectRunner::run(std::vector<ConnectRequest> requests, Apply apply) {
     std::erase_if(batches_,
                   [](const std::shared_ptr<Batch>& b) { return b->next >= b->requests.size(); });

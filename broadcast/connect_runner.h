@@ -4,7 +4,7 @@
 // Each result comes back to the console thread as a posted event, and the results are applied in
 // encoder order, as the start's loop would have met them.
 //
-// Thread contract: run() and the destructor on the console thread. The connects run on threads
+// Thread contract: run(), connecting(), busy() and the destructor on the console thread. The connects run on threads
 // of their own and touch only the engine (whose cast calls are safe from any thread) and their
 // batch. apply runs on the console thread, never after the runner is gone.
 
@@ -40,6 +40,8 @@ class ConnectRunner {
     void run(std::vector<ConnectRequest> requests, Apply apply);
     // Connects whose results have not all been applied yet.
     bool busy() const;
+    // The connect of this encoder (index and handle) is under way or its result not yet applied.
+    bool connecting(int index, audio::Handle encoder) const;
 
   private:
     struct Batch;

@@ -99,7 +99,11 @@ void statisticsPass(core::Console& c) {
             continue;
         }
         const std::string answer = c.tickCalls->checkStats(i, c.listenercount);
-        if (answer.empty() && c.tickCalls->getStationAutoReConnect(i)) {
+        // An encoder still connecting has no statistics yet but is not dead: stopping it would
+        // put a second source on its mount, and the original, which connected inside the
+        // click, never met it in this state.
+        if (answer.empty() && c.tickCalls->getStationAutoReConnect(i) &&
+            !c.tickCalls->castConnecting(i)) {
             core::printMessageOnScreen(c,
                                        "Trying To RE-Connect to Server using settings in Encoder:" +
                                            std::to_string(i + 1));

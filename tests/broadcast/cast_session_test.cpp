@@ -332,6 +332,51 @@ TEST_F(CastSessionTest, WithoutAutoReconnectADeadServerChangesOnlyTheListenerFig
         core::val(chargedBefore) + 3);
 }
 
+// A poll that comes while a connect is still under way finds no statistics yet: that encoder is
+// not dead, and a reconnect would put a second source on its mount.
+TEST_F(CastSessionTest, APollNeverReconnectsAnEncoderWhoseConnectIsStillRunning) {
+    open();
+    setProfile(0, "autoReConnect", "1");
+    setProfile(1, "Enabled", "1");
+    setProfile(1, "autoReConnect", "1");
+    setProfile(1, "severPath", "slow.example");
+    loadEncoderDataFromIni(*console);
+    std::mutex m;
+    std::condition_variable cv;
+    bool release = false;
+    engine.castAnswer = [&](const std::string& server) {
+        if (server == "slow.example") {
+            std::unique_lock lock(m);
+            cv.wait(lock, [&] { return release; });
+        }
+        return true;
+    };
+    start(*console);
+    for (int i = 0; i < 200 && engine.castCallsNow().size() < 2; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    loop.processPending();
+    const audio::Handle first = console->encoderHandles[0];
+    const audio::Handle slow = console->encoderHandles[1];
+    engine.setStats(first, 0, "<CURRENTLISTENERS>2</CURRENTLISTENERS>");
+    poll(*console);
+    for (const auto& line : console->form().frmTarnDesk.drawing.texts) {
+        EXPECT_EQ(line.text.find("Trying To RE-Connect"), std::string::npos) << line.text;
+    }
+    EXPECT_EQ(console->encoderHandles[1], slow);
+    EXPECT_EQ(engine.count("encodeStop"), 0);
+    EXPECT_EQ(engine.count("encodeStart"), 2);
+    {
+        std::lock_guard lock(m);
+        release = true;
+    }
+    cv.notify_all();
+    settle();
+    EXPECT_EQ(engine.castCallsNow().size(), 2u) << "one source per mount";
+    EXPECT_EQ(console->encoderHandles[1], slow);
+    EXPECT_EQ(onAirCaption(), "ON AIR");
+}
+
 TEST_F(CastSessionTest, AConnectThatComesBackAfterTheStopChangesNothing) {
     open();
     std::mutex m;
