@@ -3,6 +3,7 @@
 // test's own on the loopback interface. Every connect gives up within its 3 s, the polls never
 // pile connects or programs on top of those still running, and the console thread never waits.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "audio/mix_engine.h"
 #include "broadcast/cast_form.h"
@@ -36,14 +38,40 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
+// The text of a file under /proc, or "" when it is gone: a thread or a program may end between
+// the listing and the reading (the stream library would throw on that).
+std::string procText(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return {};
+    }
+    std::string text;
+    char buf[512];
+    for (ssize_t n; (n = ::read(fd, buf, sizeof buf)) > 0;) {
+        text.append(buf, static_cast<std::size_t>(n));
+    }
+    ::close(fd);
+    return text;
+}
+
+// The names of the entries of a /proc folder that are numbers (processes, threads).
+std::vector<std::string> procNumbers(const std::string& folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+        const std::string name = it->path().filename().string();
+        if (name.find_first_not_of("0123456789") == std::string::npos) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
 // Threads of this process with the given name.
 int threadsNamed(const std::string& name) {
     int n = 0;
-    for (const auto& task : fs::directory_iterator("/proc/self/task")) {
-        std::ifstream comm(task.path() / "comm");
-        std::string got;
-        std::getline(comm, got);
-        n += got == name;
+    for (const std::string& task : procNumbers("/proc/self/task")) {
+        n += procText("/proc/self/task/" + task + "/comm") == name + "\n";
     }
     return n;
 }
@@ -52,13 +80,9 @@ int threadsNamed(const std::string& name) {
 int childrenNamed(const std::string& name) {
     int n = 0;
     const std::string self = std::to_string(::getpid());
-    for (const auto& entry : fs::directory_iterator("/proc")) {
-        const std::string pid = entry.path().filename().string();
-        if (pid.find_first_not_of("0123456789") != std::string::npos) {
-            continue;
-        }
-        std::ifstream stat(entry.path() / "stat");
-        std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    for (const std::string& pid : procNumbers("/proc")) {
+        // "pid (comm) state ppid ..."
+        const std::string text = procText("/proc/" + pid + "/stat");
         const auto close = text.rfind(')');
         if (close == std::string::npos || text.find("(" + name + ")") == std::string::npos) {
             continue;
@@ -74,7 +98,7 @@ int childrenNamed(const std::string& name) {
 // How long this thread has waited for a processor while it could run, in nanoseconds (0 where the
 // system does not say): on a loaded machine that is other programs' time, not a wait of ours.
 long long runQueueNs() {
-    std::ifstream in("/proc/self/task/" + std::to_string(::gettid()) + "/schedstat");
+    std::istringstream in(procText("/proc/self/task/" + std::to_string(::gettid()) + "/schedstat"));
     long long onCpu = 0, waiting = 0;
     in >> onCpu >> waiting;
     return waiting;
