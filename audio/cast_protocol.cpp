@@ -192,6 +192,47 @@ SourceAnswer readSourceAnswer(CastProtocol protocol, std::string_view answer) {
     return line.substr(0, 3) == "OK2" ? SourceAnswer::Accepted : SourceAnswer::Refused;
 }
 
+ServerRefusal readRefusal(std::string_view answer) {
+    ServerRefusal refusal;
+    const auto oneLineOf = [](std::string_view text) {
+        std::string out;
+        for (char c : text) {
+            if (c == '\r' || c == '\n') {
+                if (!out.empty()) {
+                    break;
+                }
+                continue;
+            }
+            if (static_cast<unsigned char>(c) >= 0x20 && c != 0x7F && out.size() < 200) {
+                out += c;
+            }
+        }
+        while (!out.empty() && out.back() == ' ') {
+            out.pop_back();
+        }
+        return out;
+    };
+    if (answer.substr(0, 5) == "HTTP/") {
+        const auto lineEnd = answer.find('\n');
+        const std::string_view line = answer.substr(0, lineEnd);
+        const auto space = line.find(' ');
+        if (space != std::string_view::npos && line.size() >= space + 4 &&
+            allDigits(line.substr(space + 1, 3))) {
+            refusal.status = std::stoi(std::string(line.substr(space + 1, 3)));
+        }
+        const auto bodyAt = answer.find("\r\n\r\n");
+        if (bodyAt != std::string_view::npos) {
+            refusal.text = oneLineOf(answer.substr(bodyAt + 4));
+        }
+        if (refusal.text.empty() && space != std::string_view::npos && line.size() > space + 5) {
+            refusal.text = oneLineOf(line.substr(space + 5));
+        }
+        return refusal;
+    }
+    refusal.text = oneLineOf(answer);
+    return refusal;
+}
+
 std::string base64(std::string_view bytes) {
     static constexpr char kAlphabet[] =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";

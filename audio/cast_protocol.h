@@ -51,6 +51,15 @@ enum class SourceAnswer { NeedMore, Accepted, Refused };
 // Reads the server's answer to the handshake as far as it has come.
 SourceAnswer readSourceAnswer(CastProtocol protocol, std::string_view answer);
 
+// What a server said when it refused a source: the HTTP status (0 in the older protocols) and
+// its own words on one line (the body, else the status line's reason; the answer line in the
+// older protocols), without control characters and at most 200 bytes long.
+struct ServerRefusal {
+    int status = 0;
+    std::string text;
+};
+ServerRefusal readRefusal(std::string_view answer);
+
 // RFC 4648 base64.
 std::string base64(std::string_view bytes);
 // Percent-encoding of everything but unreserved characters, for a query value.

@@ -6,8 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -43,6 +45,34 @@ std::vector<std::string> splitCommandLine(const std::string& commandLine) {
         args.push_back(current);
     }
     return args;
+}
+
+bool findProgram(const std::string& program, std::string& error) {
+    if (program.empty()) {
+        error = "empty command line";
+        return false;
+    }
+    if (program.find('/') != std::string::npos) {
+        if (::access(program.c_str(), X_OK) == 0) {
+            return true;
+        }
+        error = program + ": " + std::strerror(errno);
+        return false;
+    }
+    const char* path = std::getenv("PATH");
+    std::string dirs = path ? path : "/usr/local/bin:/bin:/usr/bin";
+    std::size_t from = 0;
+    while (from <= dirs.size()) {
+        const std::size_t colon = std::min(dirs.find(':', from), dirs.size());
+        std::string dir = dirs.substr(from, colon - from);
+        from = colon + 1;
+        const std::string candidate = (dir.empty() ? std::string(".") : dir) + "/" + program;
+        if (::access(candidate.c_str(), X_OK) == 0) {
+            return true;
+        }
+    }
+    error = program + ": " + std::strerror(ENOENT);
+    return false;
 }
 
 ChildProcess::~ChildProcess() {

@@ -15,6 +15,10 @@ namespace tw::audio {
 // and are dropped. No other character has a meaning: nothing of it reaches a shell.
 std::vector<std::string> splitCommandLine(const std::string& commandLine);
 
+// True when `program` names an executable file, looked up on the PATH as start() looks it up;
+// false with the reason in `error` otherwise.
+bool findProgram(const std::string& program, std::string& error);
+
 class ChildProcess {
   public:
     ChildProcess() = default;

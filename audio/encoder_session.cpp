@@ -34,8 +34,11 @@ std::string base(const CastTarget& t) {
 
 }  // namespace
 
-EncoderSession::EncoderSession(Handle ch, std::uint32_t f)
-    : channel(ch), flags(f), tap(std::make_shared<EncoderTap>(kTapFrames)) {}
+EncoderSession::EncoderSession(Handle ch, std::uint32_t f, std::shared_ptr<ProgramGate> gate)
+    : channel(ch),
+      flags(f),
+      tap(std::make_shared<EncoderTap>(kTapFrames)),
+      gate_(std::move(gate)) {}
 
 EncoderSession::~EncoderSession() {
     requestStop();
@@ -48,13 +51,24 @@ EncoderSession::~EncoderSession() {
         ::close(fd);
     }
     program_.stop();
+    if (stopping_) {
+        gate_->ended();
+    }
 }
 
 bool EncoderSession::start(const std::string& commandLine, std::string& error) {
-    if (!program_.start(splitCommandLine(commandLine), error)) {
+    // The shuttle starts the program: starting one costs milliseconds, and a session's start
+    // starts twelve on the console thread. A program that is not there fails here all the same.
+    std::vector<std::string> argv = splitCommandLine(commandLine);
+    if (argv.empty()) {
+        error = "empty command line";
         return false;
     }
-    programAlive_ = true;
+    if (!findProgram(argv[0], error)) {
+        return false;
+    }
+    argv_ = std::move(argv);
+    programWaiting_ = true;
     shuttle_ = std::jthread([this](std::stop_token s) {
         nameThisThread("tw-enc-shuttle");
         shuttle(s);
@@ -66,7 +80,23 @@ bool EncoderSession::start(const std::string& commandLine, std::string& error) {
     return true;
 }
 
+bool EncoderSession::startProgram(std::stop_token stop) {
+    // Programs of stopped encoders may still be ending: this one starts when they are gone.
+    if (!gate_->waitOpen(stop)) {
+        programWaiting_ = false;
+        return false;
+    }
+    std::string error;
+    const bool started = program_.start(argv_, error);
+    programAlive_ = started;
+    programWaiting_ = false;
+    return started;
+}
+
 void EncoderSession::requestStop() {
+    if (!stopping_.exchange(true)) {
+        gate_->ending();
+    }
     shuttle_.request_stop();
     controller_.request_stop();
     wake_.notify_all();
@@ -76,21 +106,42 @@ void EncoderSession::requestStop() {
     }
 }
 
-bool EncoderSession::connect(const std::string& server, const StationInfo& info, int timeoutMs) {
+bool EncoderSession::connect(const std::string& server, const StationInfo& info, int timeoutMs,
+                             const std::string& nameServers) {
     CastTarget target;
     {
         std::lock_guard lock(mutex_);
-        if (hasCast_ || !parseServerText(server, target)) {
+        if (hasCast_) {
+            connectError_ = "this encoder is connected already";
+            return false;
+        }
+        if (!parseServerText(server, target)) {
+            ConnectError error;
+            error.kind = ConnectError::Kind::BadAddress;
+            connectError_ = describe(error, timeoutMs);
             return false;
         }
     }
     const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    const int fd = openSource(target, info, timeoutMs);
+    ConnectError error;
+    const int fd = openSource(target, info, timeoutMs, error, nameServers);
     if (fd < 0) {
+        std::lock_guard lock(mutex_);
+        connectError_ = describe(error, timeoutMs);
+        return false;
+    }
+    // Stored before the stop is looked at, as requestStop stores its flag before it looks here:
+    // one of the two sees the other, so a stopped encoder never keeps a source on the mount.
+    socket_ = fd;
+    if (stopping_) {
+        ::shutdown(fd, SHUT_RDWR);
+        std::lock_guard lock(mutex_);
+        connectError_ = "stopped while it connected";
         return false;
     }
     {
         std::lock_guard lock(mutex_);
+        connectError_.clear();
         target_ = target;
         info_ = info;
         hasCast_ = true;
@@ -106,7 +157,6 @@ bool EncoderSession::connect(const std::string& server, const StationInfo& info,
         statsRescheduled_ = true;
     }
     castBroken_ = false;
-    socket_ = fd;
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
     fetchStats(static_cast<int>(std::clamp<long long>(left.count(), 200, kHttpLimitMs)));
@@ -149,8 +199,13 @@ std::string EncoderSession::stats(int type, const std::string& password) {
     return Clock::now() - cache.fetched <= kStatsFresh ? cache.text : std::string();
 }
 
+std::string EncoderSession::connectError() const {
+    std::lock_guard lock(mutex_);
+    return connectError_;
+}
+
 bool EncoderSession::active() const {
-    return programAlive_.load() && !castBroken_.load();
+    return (programAlive_.load() || programWaiting_.load()) && !castBroken_.load();
 }
 
 std::uint64_t EncoderSession::count(int what) const {

@@ -2,12 +2,13 @@
 // One encoder: an outside program fed the mix through a tap, its output sent to a server once a
 // cast is set up, with the server's statistics fetched and titles sent in the background.
 //
-// Thread contract: the engine calls start, connect, setTitle, stats, active, count and
-// requestStop from the console's side (connect may block up to its time limit and is called
-// without the engine's lock). Two threads of its own: the shuttle (the tap into the program's
-// input, the program's output to the server; it never blocks) and the control thread (titles,
-// statistics). The destructor waits for them and for the program: the engine lets sessions go
-// on its reaper.
+// Thread contract: the engine calls start, connect, connectError, setTitle, stats, active, count
+// and requestStop from the console's side (connect may block up to its time limit and is called
+// without the engine's lock, from any thread). Two threads of its own: the shuttle (the tap into
+// the program's input, the program's output to the server; it never blocks) and the control
+// thread (titles, statistics). The destructor waits for them and for the program: the engine
+// lets sessions go on its reaper. The program is started by the shuttle, once the programs of
+// stopped sessions (the engine's ProgramGate) have ended.
 
 #include <atomic>
 #include <condition_variable>
@@ -17,26 +18,33 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "audio/cast_protocol.h"
 #include "audio/child_process.h"
 #include "audio/encoder_tap.h"
 #include "audio/engine.h"
+#include "audio/program_gate.h"
 
 namespace tw::audio {
 
 class EncoderSession {
   public:
-    EncoderSession(Handle channel, std::uint32_t flags);
+    EncoderSession(Handle channel, std::uint32_t flags, std::shared_ptr<ProgramGate> gate);
     ~EncoderSession();
     EncoderSession(const EncoderSession&) = delete;
     EncoderSession& operator=(const EncoderSession&) = delete;
 
-    // Starts the program of the command line and the threads. False with the reason in error.
+    // Starts the threads, which start the program of the command line. False with the reason in
+    // error when there is no such program.
     bool start(const std::string& commandLine, std::string& error);
-    // Opens the source connection; blocks up to timeoutMs. False when refused or unreachable, or
-    // when this encoder already has a cast.
-    bool connect(const std::string& server, const StationInfo& info, int timeoutMs);
+    // Opens the source connection; blocks up to timeoutMs, the host name's resolution included
+    // (nameServers: see resolveHost). False when refused or unreachable, when this encoder
+    // already has a cast, or when it was stopped meanwhile; connectError() then says why.
+    bool connect(const std::string& server, const StationInfo& info, int timeoutMs,
+                 const std::string& nameServers = {});
+    // Why the last connect failed, as the operator reads it; empty after a success.
+    std::string connectError() const;
     // Queued; sent by the control thread.
     void setTitle(const std::string& title, const std::string& url);
     // The latest statistics page of this type, or "" when there is none fresher than 15 s or the
@@ -67,8 +75,15 @@ class EncoderSession {
     void fetchStats(int limitMs);
     void sendTitle(const std::string& title, const std::string& url);
 
+    // The shuttle's first step: false when stopped first or the program cannot be started.
+    bool startProgram(std::stop_token stop);
+
+    const std::shared_ptr<ProgramGate> gate_;
     ChildProcess program_;
+    std::vector<std::string> argv_;  // the program the shuttle starts
     std::atomic<bool> programAlive_{false};
+    std::atomic<bool> programWaiting_{false};  // until the shuttle has started it
+    std::atomic<bool> stopping_{false};
     std::atomic<int> socket_{-1};
     std::atomic<bool> castBroken_{false};
     std::atomic<std::uint64_t> fed_{0}, encoded_{0}, sent_{0};
@@ -87,6 +102,7 @@ class EncoderSession {
         std::chrono::steady_clock::time_point fetched{};
     };
     StatsCache stats_[2];
+    std::string connectError_;
     bool statsAsked_ = false;        // a type was asked for the first time: fetch now
     bool statsRescheduled_ = false;  // a connect moved nextStats_
     std::chrono::steady_clock::time_point nextStats_{};

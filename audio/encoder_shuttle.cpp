@@ -51,6 +51,9 @@ struct EncoderSession::Shuttle {
 
 void EncoderSession::shuttle(std::stop_token stop) {
     ignoreBrokenPipesOnThisThread();
+    if (!startProgram(stop)) {
+        return;
+    }
     Shuttle s;
     s.outbox.reserve(1 << 16);
     std::mutex beatMutex;

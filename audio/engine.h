@@ -213,6 +213,10 @@ class Engine {
                           std::uint32_t kbps, bool isPublic) = 0;
     virtual bool castSetTitle(Handle encoder, const std::string& title, const std::string& url) = 0;
     virtual std::string castGetStats(Handle encoder, int type, const std::string& password) = 0;
+    // Why the encoder's last castInit failed, as the operator reads it ("connection refused",
+    // "wrong password (401), the server says: ..."); empty after a success or before any. From
+    // any thread, like castInit.
+    virtual std::string castGetError(Handle encoder) = 0;
 };
 
 }  // namespace tw::audio

@@ -2,6 +2,8 @@
 
 #include <curl/curl.h>
 
+#include <cstring>
+
 namespace tw::audio {
 
 namespace {
@@ -38,10 +40,23 @@ HttpAnswer httpGet(const std::string& url, const std::string& userPassword, int 
         curl_easy_setopt(curl, CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
         curl_easy_setopt(curl, CURLOPT_USERPWD, userPassword.c_str());
     }
-    if (curl_easy_perform(curl) == CURLE_OK) {
+    char error[CURL_ERROR_SIZE] = {};
+    curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, error);
+    const CURLcode result = curl_easy_perform(curl);
+    if (result == CURLE_OK) {
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &answer.status);
     } else {
         answer.body.clear();
+        answer.error = error[0] != '\0' ? error : curl_easy_strerror(result);
+        // The system's own word says more than the library's ("Couldn't connect to server").
+        long osError = 0;
+        curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &osError);
+        if (osError != 0) {
+            const std::string system = std::strerror(static_cast<int>(osError));
+            if (answer.error.find(system) == std::string::npos) {
+                answer.error += ": " + system;
+            }
+        }
     }
     curl_easy_cleanup(curl);
     return answer;

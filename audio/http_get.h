@@ -10,6 +10,7 @@ namespace tw::audio {
 struct HttpAnswer {
     long status = 0;  // 0 when no answer came
     std::string body;
+    std::string error;  // why no answer came ("Failed to connect to ... Connection refused")
 };
 
 // userPassword "user:password" for basic authentication, or empty for none.

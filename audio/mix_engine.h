@@ -183,6 +183,11 @@ class MixEngine final : public Engine, private AudioProducer {
     // Titles are sent and statistics fetched in the background; these return at once.
     bool castSetTitle(Handle encoder, const std::string& title, const std::string& url) override;
     std::string castGetStats(Handle encoder, int type, const std::string& password) override;
+    std::string castGetError(Handle encoder) override;
+    // The name servers that the casts' host names are asked of, instead of the system's
+    // ("127.0.0.1:5353", comma-separated; empty for the system's): for tests, which bring their
+    // own on the loopback interface.
+    void setNameServers(const std::string& nameServers);
 
   private:
     // A channel handle names either the mixer (no source) or a stream.
@@ -270,6 +275,9 @@ class MixEngine final : public Engine, private AudioProducer {
     HandleTable<Channel> channels_{HandleKind::Channel};
     HandleTable<Sync> syncs_{HandleKind::Sync};
     HandleTable<EncoderSession> encoders_{HandleKind::Encoder};
+    // Programs of stopped encoders still ending: new ones wait for them.
+    std::shared_ptr<ProgramGate> programs_ = std::make_shared<ProgramGate>();
+    std::string nameServers_;
     HandleTable<FxEntry> effects_{HandleKind::Fx};
     Handle mixer_ = 0;
     bool mixerRunning_ = false;

@@ -22,7 +22,7 @@ Handle MixEngine::encodeStart(Handle channel, const std::string& commandLine, st
         fail(kErrorNotAvailable);  // only the mix goes to the air
         return 0;
     }
-    auto session = std::make_shared<EncoderSession>(channel, flags);
+    auto session = std::make_shared<EncoderSession>(channel, flags, programs_);
     std::string error;
     if (!session->start(commandLine, error)) {
         fail(kErrorFileOpen);
@@ -97,16 +97,18 @@ bool MixEngine::castInit(Handle encoder, const std::string& server, const std::s
                          const std::string& description, const std::string&, std::uint32_t kbps,
                          bool isPublic) {
     std::shared_ptr<EncoderSession> session;
+    std::string nameServers;
     {
         std::lock_guard lock(mutex_);
         session = encoders_.get(encoder);
         if (!session) {
             return fail(kErrorHandle);
         }
+        nameServers = nameServers_;
     }
     // The connection is made without the engine's lock: the mix and every other call go on.
     StationInfo info{password, contentType, name, url, genre, description, kbps, isPublic};
-    if (!session->connect(server, info, kCastConnectMs)) {
+    if (!session->connect(server, info, kCastConnectMs, nameServers)) {
         return fail(kErrorFileOpen);
     }
     return ok();
@@ -131,6 +133,22 @@ std::string MixEngine::castGetStats(Handle encoder, int type, const std::string&
     }
     ok();
     return session->stats(type, password);
+}
+
+std::string MixEngine::castGetError(Handle encoder) {
+    std::lock_guard lock(mutex_);
+    auto session = encoders_.get(encoder);
+    if (!session) {
+        fail(kErrorHandle);
+        return {};
+    }
+    ok();
+    return session->connectError();
+}
+
+void MixEngine::setNameServers(const std::string& nameServers) {
+    std::lock_guard lock(mutex_);
+    nameServers_ = nameServers;
 }
 
 }  // namespace tw::audio

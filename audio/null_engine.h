@@ -93,6 +93,7 @@ class NullEngine : public Engine {
     std::string castGetStats(Handle, int, const std::string&) override {
         return fail(), std::string();
     }
+    std::string castGetError(Handle) override { return fail(), std::string(); }
 
   private:
     bool fail() {

@@ -37,8 +37,25 @@ std::int32_t countBehind(const std::string& answer, const std::string& tag) {
     return core::cLng(core::val(answer.substr(at + tag.size(), 10)));
 }
 
+// A failed connect says why. The original showed nothing but the grey button and the tone, which
+// left the operator to guess between a typing error, a dead server and a password. The message
+// line shows every failure; app.log gets a reason once, and again only when it changes or after
+// the encoder was connected, so that a server away for a weekend does not fill the log.
+void reportFailure(core::Console& c, const ConnectRequest& r, const std::string& why) {
+    const std::string encoder = "Encoder " + std::to_string(r.index + 1);
+    core::printMessageOnScreen(c, "Couldn't connect to Server using settings from " + encoder +
+                                      (why.empty() ? std::string() : ": " + why));
+    std::string& logged = state(c).connectFailureLogged[static_cast<std::size_t>(r.index)];
+    if (logged != why) {
+        logged = why;
+        core::logError(c, "Cast " + encoder + " couldn't connect to " + r.server + ": " +
+                              (why.empty() ? std::string("no reason given") : why));
+    }
+}
+
 // Steps 9 and 10 of the start, on the console thread, in encoder order.
-void applyConnect(core::Console& c, const ConnectRequest& r, bool connected) {
+void applyConnect(core::Console& c, const ConnectRequest& r, bool connected,
+                  const std::string& why) {
     auto& m = c.form();
     // An encoder stopped (or replaced) while it connected: its result is no longer news. The
     // original connected in the click itself, so nothing could come between.
@@ -48,8 +65,10 @@ void applyConnect(core::Console& c, const ConnectRequest& r, bool connected) {
     if (!connected) {
         core::printOnButton(m.cmdOnAir, ImageRole::Gray, "OFF AIR");
         playStudioTone(c);
+        reportFailure(c, r, why);
         return;
     }
+    state(c).connectFailureLogged[static_cast<std::size_t>(r.index)].clear();
     core::printOnButton(m.cmdOnAir, ImageRole::Red, "ON AIR");
     c.ui.cast.btnStart.caption = "Stop";
     core::printMessageOnScreen(
@@ -136,9 +155,16 @@ void start(core::Console& c) {
                             p.Description, static_cast<std::uint32_t>(kbps),
                             readsAsTrue(p.makePublic)});
     }
-    connects(c).run(std::move(requests), [&c](const ConnectRequest& r, bool connected) {
-        applyConnect(c, r, connected);
-    });
+    connects(c).run(std::move(requests),
+                    [&c](const ConnectRequest& r, bool connected, const std::string& why) {
+                        applyConnect(c, r, connected, why);
+                    });
+}
+
+bool castConnecting(core::Console& c, int index) {
+    const auto& s = state(c);
+    return s.connects &&
+           s.connects->connecting(index, c.encoderHandles[static_cast<std::size_t>(index)]);
 }
 
 void Stop_(core::Console& c) {

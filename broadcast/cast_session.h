@@ -19,6 +19,9 @@ void btnStart_Click(core::Console& c, const std::function<void()>& startServer);
 // Starts every enabled encoder that has no handle and connects it.
 void start(core::Console& c);
 void Stop_(core::Console& c);
+// The connect of encoder index is still under way (or its result not yet applied): the poll
+// leaves it alone, since it has no statistics yet and is not dead.
+bool castConnecting(core::Console& c, int index);
 // The server's statistics text ("" = not connected); listeners is written only on an answer.
 std::string checkStats(core::Console& c, int index, std::int32_t& listeners);
 // A new track on the air: its title to every enabled encoder (kept to be sent again after a

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/background_jobs.h"
 #include "core/console.h"
@@ -48,9 +49,12 @@ struct CastState {
     std::string listenersShown = "0";    // the caption the tune-out step saw last
     std::string peakShown;               // the peak caption last stored
     std::string titleOnAir;              // sent again after a reconnect
+    // The connect failure last written to app.log per encoder, empty once it connected.
+    std::array<std::string, core::kEncoderCount> connectFailureLogged;
     std::string urlOnAir;
     std::shared_ptr<ConnectRunner> connects;
-    core::BackgroundJobs kicks;  // the kick requests under way
+    std::shared_ptr<const std::vector<std::uint8_t>> toneImage;  // the failed connect's tone
+    core::BackgroundJobs kicks;                                  // the kick requests under way
     // False once the state is gone: events posted by its threads then do nothing.
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };

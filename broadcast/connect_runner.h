@@ -4,9 +4,10 @@
 // Each result comes back to the console thread as a posted event, and the results are applied in
 // encoder order, as the start's loop would have met them.
 //
-// Thread contract: run() and the destructor on the console thread. The connects run on threads
-// of their own and touch only the engine (whose cast calls are safe from any thread) and their
-// batch. apply runs on the console thread, never after the runner is gone.
+// Thread contract: run(), connecting(), busy() and the destructor on the console thread. The
+// connects run on threads of their own (named "tw-connect") and touch only the engine (whose cast
+// calls are safe from any thread) and their batch. apply runs on the console thread, never after
+// the runner is gone.
 
 #include <cstdint>
 #include <functional>
@@ -30,7 +31,9 @@ struct ConnectRequest {
 
 class ConnectRunner {
   public:
-    using Apply = std::function<void(const ConnectRequest&, bool connected)>;
+    // why: the engine's reason when the connect failed, empty when it succeeded.
+    using Apply =
+        std::function<void(const ConnectRequest&, bool connected, const std::string& why)>;
 
     ConnectRunner(audio::Engine& engine, core::EventLoop& loop) : engine_(engine), loop_(loop) {}
     ~ConnectRunner();
@@ -40,6 +43,8 @@ class ConnectRunner {
     void run(std::vector<ConnectRequest> requests, Apply apply);
     // Connects whose results have not all been applied yet.
     bool busy() const;
+    // The connect of this encoder (index and handle) is under way or its result not yet applied.
+    bool connecting(int index, audio::Handle encoder) const;
 
   private:
     struct Batch;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "audio/wav_header.h"
+#include "broadcast/cast_state.h"
 
 namespace tw::broadcast {
 
@@ -34,7 +35,12 @@ std::shared_ptr<const std::vector<std::uint8_t>> toneImage() {
 }  // namespace
 
 void playStudioTone(core::Console& c) {
-    auto image = toneImage();
+    // Made once: twelve failed connects come back together, and each sounds its tone.
+    auto& kept = c.cast->toneImage;
+    if (!kept) {
+        kept = toneImage();
+    }
+    auto image = kept;
     const std::uint64_t size = image->size();
     const audio::Handle h =
         c.engine().streamCreateMemory(std::move(image), 0, size, audio::kStreamAutoFree);

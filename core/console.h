@@ -72,6 +72,8 @@ class TickCalls {
     virtual bool getStationAutoReConnect(int index) = 0;
     // The server's answer ("" when not connected); writes listeners only on an answer.
     virtual std::string checkStats(int index, std::int32_t& listeners) = 0;
+    // The encoder's connect is still under way: no statistics yet, and not dead.
+    virtual bool castConnecting(int index) = 0;
     virtual void castStart() = 0;
     // The preview player toggled on a file (the running list's time column): true when a
     // preview runs after the call.

@@ -90,12 +90,20 @@ void transport(core::Console& c, const media::cbass_time& t, int n, float pos, f
 void statisticsPass(core::Console& c) {
     std::int32_t total = 0;
     bool reconnect = false;
+    // The listener variable starts at 0 with each poll, like the sum: the listeners of a server
+    // that went away leave the figure (and are charged to the track on the air) instead of
+    // standing in it for as long as the server is gone.
+    c.listenercount = 0;
     for (int i = 0; i < core::kEncoderCount; ++i) {
         if (!c.tickCalls->getEncoderEnabled(i)) {
             continue;
         }
         const std::string answer = c.tickCalls->checkStats(i, c.listenercount);
-        if (answer.empty() && c.tickCalls->getStationAutoReConnect(i)) {
+        // An encoder still connecting has no statistics yet but is not dead: stopping it would
+        // put a second source on its mount, and the original, which connected inside the
+        // click, never met it in this state.
+        if (answer.empty() && c.tickCalls->getStationAutoReConnect(i) &&
+            !c.tickCalls->castConnecting(i)) {
             core::printMessageOnScreen(c,
                                        "Trying To RE-Connect to Server using settings in Encoder:" +
                                            std::to_string(i + 1));

@@ -29,6 +29,7 @@ class ConsoleTickCalls final : public core::TickCalls {
     std::string checkStats(int i, std::int32_t& listeners) override {
         return broadcast::checkStats(c_, i, listeners);
     }
+    bool castConnecting(int i) override { return broadcast::castConnecting(c_, i); }
     void castStart() override { broadcast::start(c_); }
     bool togglePreview(const std::string& path) override {
         playout::previewTrack(c_, path);

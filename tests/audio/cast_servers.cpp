@@ -13,6 +13,8 @@
 #include <chrono>
 #include <fstream>
 
+#include "audio/cast_protocol.h"
+
 extern char** environ;
 
 namespace tw::audio::test {
@@ -195,7 +197,15 @@ void FakeShoutcast::serveHttp() {
             continue;
         }
         const std::string request = readUntil(fd, "\r\n\r\n", stop_);
-        const bool loggedIn = request.find("Authorization: Basic ") != std::string::npos;
+        std::string login;
+        {
+            std::lock_guard lock(mutex_);
+            login = login_;
+        }
+        const bool loggedIn =
+            login.empty() ? request.find("Authorization: Basic ") != std::string::npos
+                          : request.find("Authorization: Basic " + base64(login) + "\r\n") !=
+                                std::string::npos;
         {
             std::lock_guard lock(mutex_);
             requests_.push_back(request.substr(0, request.find("\r\n")) +

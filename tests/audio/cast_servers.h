@@ -31,6 +31,14 @@ class FakeShoutcast {
     void dropSource();
     // From now on its admin pages ask for a log-in (401) unless the request brings one.
     void requireLogin() { requireLogin_ = true; }
+    // The same, and only this "user:password" logs in.
+    void requireLogin(const std::string& userPassword) {
+        {
+            std::lock_guard lock(mutex_);
+            login_ = userPassword;
+        }
+        requireLogin_ = true;
+    }
 
   private:
     void serveSource();
@@ -46,6 +54,7 @@ class FakeShoutcast {
     mutable std::mutex mutex_;
     std::string received_;
     std::vector<std::string> requests_;
+    std::string login_;  // the one log-in taken, when set
     std::thread sourceThread_, httpThread_;
 };
 

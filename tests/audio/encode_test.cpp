@@ -2,6 +2,9 @@
 // server and Debian's icecast2, both started by the tests.
 
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cmath>
@@ -11,6 +14,7 @@
 #include "audio/mix_engine.h"
 #include "tests/audio/audio_fixtures.h"
 #include "tests/audio/cast_servers.h"
+#include "tests/audio/name_server.h"
 
 namespace tw::audio::test {
 namespace {
@@ -255,6 +259,72 @@ TEST_F(CastTest, AnUnreachableServerFailsWithinThreeSeconds) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 3500ms);
 }
 
+TEST_F(CastTest, AFailedConnectSaysWhyRefusedNotAnAddressOrWrongPassword) {
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    EXPECT_EQ(engine.castGetError(enc), "");
+    EXPECT_FALSE(castTo(enc, "127.0.0.1:" + std::to_string(freePort()) + "/live", "x"));
+    EXPECT_EQ(engine.castGetError(enc), "connection refused");
+    EXPECT_FALSE(castTo(enc, "Enter Sever Path", "x"));
+    EXPECT_EQ(engine.castGetError(enc), "not a server address");
+    FakeShoutcast server("right", "");
+    EXPECT_FALSE(castTo(enc, server.server(), "wrong"));
+    EXPECT_EQ(engine.castGetError(enc), "wrong password, the server says: invalid password");
+    ASSERT_TRUE(castTo(enc, server.server(), "right"));
+    EXPECT_EQ(engine.castGetError(enc), "") << "a success clears the reason";
+}
+
+// A server that takes the connection and then says nothing.
+TEST_F(CastTest, AServerThatNeverAnswersTheHandshakeTimesOutWithinThreeSeconds) {
+    const int port = freePort();
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    addr.sin_port = htons(static_cast<std::uint16_t>(port));
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    ASSERT_EQ(::listen(listener, 8), 0);  // the kernel completes the connection; nobody reads
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(castTo(enc, "127.0.0.1:" + std::to_string(port) + "/live", "x"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 3500ms);
+    EXPECT_EQ(engine.castGetError(enc), "timed out, no answer within 3 s");
+    ::close(listener);
+}
+
+TEST_F(CastTest, AHostNameIsResolvedByTheNameServerAndTheCastGoesThere) {
+    FakeNameServer names(FakeNameServer::Mode::Loopback);
+    engine.setNameServers(names.address());
+    FakeShoutcast server("hackme", "");
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    ASSERT_TRUE(castTo(enc, "radio.tarnwave.test:" + std::to_string(server.port()), "hackme"))
+        << engine.castGetError(enc);
+    EXPECT_GT(names.queries(), 0);
+    EXPECT_TRUE(eventually([&] { return mp3Frames(server.received()) > 10; }));
+}
+
+TEST_F(CastTest, AHostNameTheNameServerDoesNotKnowIsNotFound) {
+    FakeNameServer names(FakeNameServer::Mode::NotFound);
+    engine.setNameServers(names.address());
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    EXPECT_FALSE(castTo(enc, "nosuch.tarnwave.test:8000/live", "x"));
+    EXPECT_EQ(engine.castGetError(enc), "host name not found");
+}
+
+TEST_F(CastTest, AHostNameWhoseNameServerNeverAnswersGivesUpWithinThreeSeconds) {
+    FakeNameServer names(FakeNameServer::Mode::Silent);
+    engine.setNameServers(names.address());
+    const Handle enc = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(castTo(enc, "silent.tarnwave.test:8000/live", "x"));
+    const auto took = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(took, 2900ms);
+    EXPECT_LT(took, 3500ms);
+    EXPECT_GT(names.queries(), 0);
+    EXPECT_EQ(engine.castGetError(enc),
+              "host name not resolved, no answer from the name server within 3 s");
+}
+
 TEST_F(CastTest, IcecastTwoTakesTheStreamAListenerHearsItAndTheTitleAndStatisticsFollow) {
     Icecast icecast(dir / "icecast", "hackme");
     if (!icecast.ok()) {
@@ -295,6 +365,23 @@ TEST_F(CastTest, IcecastTwoTakesTheStreamAListenerHearsItAndTheTitleAndStatistic
     const Handle again = engine.encodeStart(mixer, kLame, kEncodeNoHead | kEncodeAutoFree);
     EXPECT_TRUE(castTo(again, server, "hackme"));
     EXPECT_EQ(engine.encodeIsActive(again), kPlaying);
+}
+
+TEST_F(CastTest, IcecastSaysWhyWrongPasswordAndMountInUse) {
+    Icecast icecast(dir / "icecast", "hackme");
+    if (!icecast.ok()) {
+        GTEST_SKIP() << "icecast2 is not installed here (scripts/install-deps.sh installs it)";
+    }
+    const std::string mount = "127.0.0.1:" + std::to_string(icecast.port()) + "/live";
+    const Handle first = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    EXPECT_FALSE(castTo(first, mount, "nope"));
+    EXPECT_EQ(engine.castGetError(first),
+              "wrong password (401), the server says: You need to authenticate");
+    ASSERT_TRUE(castTo(first, mount, "hackme"));
+    const Handle second = engine.encodeStart(mixer, kLame, kEncodeNoHead);
+    EXPECT_FALSE(castTo(second, mount, "hackme"));
+    EXPECT_EQ(engine.castGetError(second),
+              "mount in use (403), the server says: Mountpoint in use");
 }
 
 TEST_F(CastTest, IcecastsShoutcastCompatiblePortTakesTheShoutcastSourceProtocol) {

@@ -8,7 +8,9 @@
 #include <mutex>
 #include <thread>
 
+#include "autodj/history.h"
 #include "broadcast/connect_runner.h"
+#include "core/text.h"
 #include "playout/position_monitor.h"
 #include "tests/audio/cast_servers.h"
 #include "tests/broadcast/cast_fixture.h"
@@ -119,6 +121,48 @@ TEST_F(CastSessionTest, ARefusedConnectShowsOffAirKeepsTheHandleAndShowsNoMessag
     EXPECT_EQ(onAirCaption(), "OFF AIR");
     EXPECT_NE(console->encoderHandles[0], 0u) << "the next poll finds it dead and tries again";
     EXPECT_TRUE(prompter.shown().empty());
+}
+
+TEST_F(CastSessionTest, AFailedConnectSaysWhyOnTheMessageLineAndInTheLog) {
+    open();
+    setProfile(0, "severType", "5");
+    setProfile(0, "severPath", "ice.example");
+    setProfile(0, "severPort", "8000");
+    setProfile(0, "severMount", "live");
+    engine.castAnswer = [](const std::string&) { return false; };
+    engine.castRefusal = "wrong password (401), the server says: You need to authenticate";
+    start(*console);
+    settle();
+    const auto& texts = console->form().frmTarnDesk.drawing.texts;
+    ASSERT_FALSE(texts.empty());
+    EXPECT_EQ(texts.back().text,
+              "Couldn't connect to Server using settings from Encoder 1: wrong password (401), the "
+              "server says: You need to authenticate");
+    auto lines = appLogLines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find("Cast Encoder 1 couldn't connect to ice.example:8000/live: wrong "
+                            "password (401), the server says: You need to authenticate#"),
+              std::string::npos)
+        << lines[0];
+    // The same reason at the next try: the message line again, the log not.
+    engine.encodeStop(console->encoderHandles[0]);
+    console->encoderHandles[0] = 0;
+    start(*console);
+    settle();
+    EXPECT_EQ(appLogLines().size(), 1u);
+    // Another reason is logged.
+    engine.castRefusal = "mount in use (403), the server says: Mountpoint in use";
+    console->encoderHandles[0] = 0;
+    start(*console);
+    settle();
+    lines = appLogLines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[1].find(": mount in use (403), the server says: Mountpoint in use#"),
+              std::string::npos)
+        << lines[1];
+    EXPECT_EQ(texts.back().text,
+              "Couldn't connect to Server using settings from Encoder 1: mount in use (403), the "
+              "server says: Mountpoint in use");
 }
 
 TEST_F(CastSessionTest, WithSeveralEncodersOnAirShowsTheLastOneTried) {
@@ -309,17 +353,70 @@ TEST_F(CastSessionTest, WithAutoReconnectSetTheStopHoldsOnlyUntilTheNextPollAsDe
 
 TEST_F(CastSessionTest, WithoutAutoReconnectADeadServerChangesOnlyTheListenerFigure) {
     open();
+    console->currentTitle = "Band - Tune";
     start(*console);
     settle();
     const audio::Handle h = console->encoderHandles[0];
     engine.setStats(h, 0, "<CURRENTLISTENERS>3</CURRENTLISTENERS>");
     poll(*console);
     EXPECT_EQ(console->form().lblListerners.caption, "3");
+    const std::string chargedBefore =
+        autodj::readHistory(*console, console->currentTitle, autodj::kTunedOut, "0");
     engine.setStats(h, 0, "");
     poll(*console);
     EXPECT_EQ(console->encoderHandles[0], h) << "the dead handle stays in place";
     EXPECT_EQ(onAirCaption(), "ON AIR");
-    EXPECT_EQ(console->form().lblListerners.caption, "3") << "a dead encoder writes no figure";
+    // A dead encoder writes no figure, and the figure is summed anew at each poll: its three
+    // listeners leave it and are charged to the track on the air.
+    EXPECT_EQ(console->form().lblListerners.caption, "0");
+    EXPECT_EQ(
+        core::val(autodj::readHistory(*console, console->currentTitle, autodj::kTunedOut, "0")),
+        core::val(chargedBefore) + 3);
+}
+
+// A poll that comes while a connect is still under way finds no statistics yet: that encoder is
+// not dead, and a reconnect would put a second source on its mount.
+TEST_F(CastSessionTest, APollNeverReconnectsAnEncoderWhoseConnectIsStillRunning) {
+    open();
+    setProfile(0, "autoReConnect", "1");
+    setProfile(1, "Enabled", "1");
+    setProfile(1, "autoReConnect", "1");
+    setProfile(1, "severPath", "slow.example");
+    loadEncoderDataFromIni(*console);
+    std::mutex m;
+    std::condition_variable cv;
+    bool release = false;
+    engine.castAnswer = [&](const std::string& server) {
+        if (server == "slow.example") {
+            std::unique_lock lock(m);
+            cv.wait(lock, [&] { return release; });
+        }
+        return true;
+    };
+    start(*console);
+    for (int i = 0; i < 200 && engine.castCallsNow().size() < 2; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    loop.processPending();
+    const audio::Handle first = console->encoderHandles[0];
+    const audio::Handle slow = console->encoderHandles[1];
+    engine.setStats(first, 0, "<CURRENTLISTENERS>2</CURRENTLISTENERS>");
+    poll(*console);
+    for (const auto& line : console->form().frmTarnDesk.drawing.texts) {
+        EXPECT_EQ(line.text.find("Trying To RE-Connect"), std::string::npos) << line.text;
+    }
+    EXPECT_EQ(console->encoderHandles[1], slow);
+    EXPECT_EQ(engine.count("encodeStop"), 0);
+    EXPECT_EQ(engine.count("encodeStart"), 2);
+    {
+        std::lock_guard lock(m);
+        release = true;
+    }
+    cv.notify_all();
+    settle();
+    EXPECT_EQ(engine.castCallsNow().size(), 2u) << "one source per mount";
+    EXPECT_EQ(console->encoderHandles[1], slow);
+    EXPECT_EQ(onAirCaption(), "ON AIR");
 }
 
 TEST_F(CastSessionTest, AConnectThatComesBackAfterTheStopChangesNothing) {
@@ -403,6 +500,76 @@ TEST_F(CastSessionTest, KickAndConnectAsksTheServerWithTheOperatorsLogInThenSave
     ASSERT_GE(server.requests().size(), 2u);
     EXPECT_EQ(server.requests()[0], "GET /admin.cgi?mode=kicksrc HTTP/1.1")
         << "first without a log-in";
+}
+
+class KickLogTest : public CastSessionTest {
+  protected:
+    // The kick of a Shoutcast profile at port; logIn answers the server's log-in question.
+    void kickAt(int port, const std::vector<std::string>& logIn = {}) {
+        open();
+        setProfile(0, "severType", "1");
+        setProfile(0, "severPath", "127.0.0.1");
+        setProfile(0, "severPort", std::to_string(port));
+        cmdSettings_Click(*console);
+        prompter.queueAnswer("ok");  // the warning
+        for (const auto& a : logIn) {
+            prompter.queueAnswer(a);
+        }
+        cmdKickSource_Click(*console);
+    }
+    // Runs the console's events until the log holds n kick lines.
+    std::vector<std::string> kickLines(std::size_t n) {
+        std::vector<std::string> found;
+        for (int i = 0; i < 600; ++i) {
+            loop.processPending();
+            found.clear();
+            for (const auto& line : appLogLines()) {
+                if (line.find("Kick and Connect http://") != std::string::npos) {
+                    found.push_back(line);
+                }
+            }
+            if (found.size() >= n) {
+                break;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return found;
+    }
+};
+
+TEST_F(KickLogTest, AKickThatReachesTheServerIsLogged) {
+    audio::test::FakeShoutcast server("pw", "");
+    kickAt(server.port());
+    const auto lines = kickLines(1);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find("Kick and Connect http://127.0.0.1:" + std::to_string(server.port()) +
+                            "/admin.cgi?mode=kicksrc: the server answered 200#"),
+              std::string::npos)
+        << lines[0];
+}
+
+TEST_F(KickLogTest, AKickNobodyTakesIsLoggedWithItsReason) {
+    const int port = audio::test::freePort();
+    kickAt(port);
+    const auto lines = kickLines(1);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find("/admin.cgi?mode=kicksrc: no answer ("), std::string::npos) << lines[0];
+    EXPECT_NE(lines[0].find("refused"), std::string::npos) << lines[0];
+}
+
+TEST_F(KickLogTest, ALogInRefusedTwiceIsLoggedTwice) {
+    audio::test::FakeShoutcast server("pw", "");
+    server.requireLogin("admin:right");
+    kickAt(server.port(), {"admin", "wrong"});
+    const auto lines = kickLines(2);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[0].find(": the server asks for a log-in (401)#"), std::string::npos)
+        << lines[0];
+    EXPECT_NE(lines[1].find(": the server refused the log-in (401)#"), std::string::npos)
+        << lines[1];
+    for (const auto& line : lines) {
+        EXPECT_EQ(line.find("wrong"), std::string::npos) << "no password in the log: " << line;
+    }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <regex>
 
+#include "autodj/history.h"
 #include "core/console_ops.h"
 #include "core/text.h"
 #include "desk/actions.h"
@@ -406,15 +407,25 @@ TEST_F(PositionMonitorTest, ADeadServerWithAutoReconnectIsStoppedAndStartedAgain
               "Trying To RE-Connect to Server using settings in Encoder:3");
 }
 
-TEST_F(PositionMonitorTest, ADeadServerWithoutAutoReconnectIsLeftAlone) {
+TEST_F(PositionMonitorTest, ADeadServerWithoutAutoReconnectIsLeftAloneAndItsListenersLeave) {
     c().encoderHandles[0] = 11;
+    c().currentTitle = "Band - Tune";
     tick->encoderEnabled[0] = true;
-    c().listenercount = 9;
+    tick->answers[0] = "<listeners>9</listeners>";
+    tick->listeners[0] = 9;
+    c().statsTicks = 99;
+    tickOnce();
+    ASSERT_EQ(c().form().lblListerners.caption, "9");
+    tick->answers[0] = "";  // the server is gone
     c().statsTicks = 99;
     tickOnce();
     EXPECT_EQ(engine.count("encodeStop"), 0);
     EXPECT_EQ(c().encoderHandles[0], 11u);
-    EXPECT_EQ(c().form().lblListerners.caption, "9");
+    // The poll's listener variable starts at 0: the nine who were on the dead server leave the
+    // figure, and the track on the air is charged with them.
+    EXPECT_EQ(c().form().lblListerners.caption, "0");
+    EXPECT_EQ(autodj::readHistory(c(), "Band - Tune", autodj::kTunedOut, "0"), "0")
+        << "-9 when they came, +9 when they left";
 }
 
 TEST_F(PositionMonitorTest, MetersMoveOnlyWhenBothChannelsPassOneHundred) {

@@ -37,6 +37,7 @@ class RecordingTickCalls final : public core::TickCalls {
     bool autoReconnect[12] = {};
     std::string answers[12];
     std::int32_t listeners[12] = {};
+    bool connecting[12] = {};
     std::int32_t sweeperIndexResult = 0;
 
     void startNExt() override {
@@ -74,6 +75,7 @@ class RecordingTickCalls final : public core::TickCalls {
         }
         return answers[i];
     }
+    bool castConnecting(int i) override { return connecting[i]; }
     void castStart() override { calls.push_back("castStart"); }
 
     int count(const std::string& name) const {

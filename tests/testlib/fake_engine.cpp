@@ -537,7 +537,16 @@ bool FakeEngine::castInit(audio::Handle encoder, const std::string& server,
         it->second.server = server;
     }
     // Outside the lock: a test's answer may wait, as a dead server makes the engine wait.
-    return !castAnswer || castAnswer(server);
+    const bool connected = !castAnswer || castAnswer(server);
+    std::lock_guard lock(castMutex);
+    encoders[encoder].castError = connected ? std::string() : castRefusal;
+    return connected;
+}
+
+std::string FakeEngine::castGetError(audio::Handle encoder) {
+    std::lock_guard lock(castMutex);
+    auto it = encoders.find(encoder);
+    return it == encoders.end() ? std::string() : it->second.castError;
 }
 
 std::string FakeEngine::castGetStats(audio::Handle encoder, int type, const std::string&) {

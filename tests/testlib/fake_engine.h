@@ -142,10 +142,13 @@ class FakeEngine final : public audio::Engine {
         std::string server;  // what castInit was given
         std::string stats[2];
         std::uint64_t castCount = 0;
+        std::string castError;  // why its last castInit failed
     };
     bool encodeStartOk = true;
     // Decides castInit by the server text; accepts all when unset.
     std::function<bool(const std::string& server)> castAnswer;
+    // What castGetError gives after castAnswer refused.
+    std::string castRefusal = "connection refused";
     std::map<audio::Handle, Encoder> encoders;  // under castMutex
     std::vector<std::string> castCalls;         // "castInit H server pw type name url genre
                                                 // description kbps public", under castMutex
@@ -174,6 +177,7 @@ class FakeEngine final : public audio::Engine {
         return fail(false);
     }
     std::string castGetStats(audio::Handle encoder, int type, const std::string&) override;
+    std::string castGetError(audio::Handle encoder) override;
 
     audio::Handle mixer = 0;
 
