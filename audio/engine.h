@@ -7,6 +7,12 @@
 // of 0, a level of 0, and failure. Nothing here throws. errorGetCode() gives the last error of the
 // calling thread.
 //
+// Idle streams: a playing stream without AUTOFREE that was stopped or played out, and a record
+// channel outside any mix without a callback, are idle. The engine keeps the eight most recent
+// idle streams as they were (they may be played or mixed again); when one more becomes idle, the
+// oldest is freed as by streamFree, so that a console that never frees them (a closed microphone,
+// a preview) does not run the handles out. Its handle is then stale.
+//
 // Threads: unless an operation says otherwise, it may be called from the console thread only. Sync
 // callbacks are delivered on an engine worker (or, in offline mode, on the thread calling render())
 // and must not call the engine's blocking operations; the console only posts to its own thread.

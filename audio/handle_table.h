@@ -60,6 +60,9 @@ class HandleTable {
         return object;
     }
 
+    // How many objects the table holds.
+    std::size_t size() const { return slots_.size() - free_.size(); }
+
     // Every live handle, in slot order.
     std::vector<Handle> handles() const {
         std::vector<Handle> out;

@@ -26,6 +26,9 @@ constexpr auto kEventPoll = std::chrono::milliseconds(1000);
 // at once when a stream starts. A live stream address arrives no faster than it plays, so its
 // ring holds only what came in since the last look: this is also how far it may fall behind.
 constexpr auto kReadAheadPoll = std::chrono::milliseconds(250);
+// Idle streams kept as they are (markIdle): more than the console ever comes back to, since it
+// forgets such a stream's handle at once (a closed microphone, a preview that ended).
+constexpr std::size_t kIdleKept = 8;
 
 }  // namespace
 
@@ -130,6 +133,7 @@ bool MixEngine::free() {
         core_.takeCommands();
         core_.clear();
         retired_.clear();
+        idle_.clear();
         {
             std::lock_guard fillLock(fillMutex_);
             fillList_.clear();
@@ -160,6 +164,11 @@ DeviceInfo MixEngine::getInfo() {
     }
     ok();
     return output_ ? output_->info() : DeviceInfo{};
+}
+
+MixEngine::HandleCounts MixEngine::handleCounts() {
+    std::lock_guard lock(mutex_);
+    return {channels_.size(), syncs_.size(), effects_.size(), encoders_.size()};
 }
 
 std::uint32_t MixEngine::fxGetVersion() {
@@ -210,7 +219,22 @@ bool MixEngine::isMixer(Handle h) {
     return h != 0 && h == mixer_ && channels_.get(h) != nullptr;
 }
 
+void MixEngine::markIdle(Handle h) {
+    std::erase(idle_, h);
+    idle_.push_back(h);
+    while (idle_.size() > kIdleKept) {
+        const Handle oldest = idle_.front();
+        idle_.pop_front();
+        freeStream(oldest);
+    }
+}
+
+void MixEngine::unmarkIdle(Handle h) {
+    std::erase(idle_, h);
+}
+
 void MixEngine::attach(const std::shared_ptr<Source>& s, Target target, bool paused) {
+    unmarkIdle(s->handle);
     std::shared_ptr<PlayRing> old, ring;
     {
         std::lock_guard decodeLock(s->decodeMutex);
@@ -323,6 +347,7 @@ void MixEngine::freeStream(Handle h) {
         }
     }
     channels_.remove(h);
+    unmarkIdle(h);
     retire(ch->source, sent_);
 }
 
@@ -349,6 +374,7 @@ void MixEngine::processEvents() {
         }
         const bool autoFree = s->target == Target::Mixer ? (s->mixerFlags & kStreamAutoFree) != 0
                                                          : (s->flags & kStreamAutoFree) != 0;
+        const bool direct = s->target == Target::Direct;
         s->target = Target::None;  // the audio thread has let it go already
         {
             std::lock_guard fillLock(fillMutex_);
@@ -359,6 +385,8 @@ void MixEngine::processEvents() {
         queueSyncs(ev.stream, kSyncEnd);
         if (autoFree) {
             freeStream(ev.stream);
+        } else if (direct) {
+            markIdle(ev.stream);  // a preview that played out
         }
     }
 }

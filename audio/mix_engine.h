@@ -70,6 +70,13 @@ class MixEngine final : public Engine, private AudioProducer {
     void mixBlock(float* out, std::size_t frames);
     void finishBlock();
 
+    // The live handles of each kind, for the long runs that watch them stay flat. Console thread.
+    struct HandleCounts {
+        std::size_t channels = 0, syncs = 0, effects = 0, encoders = 0;
+        std::size_t total() const { return channels + syncs + effects + encoders; }
+    };
+    HandleCounts handleCounts();
+
     // --- set-up: console thread only ------------------------------------------------------------
     // The capture devices to record from, instead of the machine's (or the simulated microphone
     // that TARNWAVE_MIC names); before the first recording call.
@@ -112,7 +119,8 @@ class MixEngine final : public Engine, private AudioProducer {
     // --- channels: console thread only ----------------------------------------------------------
     // A decoding stream cannot be played on its own (kErrorNotAvailable): it plays in the mixer.
     bool channelPlay(Handle h, bool restart) override;
-    // A record channel, and a mixer source added with AUTOFREE, are freed by a stop.
+    // A record channel, and a mixer source added with AUTOFREE, are freed by a stop; a playing
+    // stream stopped becomes idle (engine.h).
     bool channelStop(Handle h) override;
     int channelIsActive(Handle h) override;
     std::int64_t channelGetLength(Handle h) override;
@@ -239,6 +247,14 @@ class MixEngine final : public Engine, private AudioProducer {
     bool setFxValues(Handle fx, std::uint32_t type, const float (&values)[Effect::kParams]);
     // Takes the encoder out of the mix and hands it to the reaper. mutex_ held.
     void stopEncoder(Handle h);
+    // Streams the console is done with but never frees: a playing stream stopped or played out
+    // without AUTOFREE (a preview), a record channel out of any mix and without a callback (a
+    // microphone after its close). The newest kIdleKept stay as they are, so that the console can
+    // still play or mix them again; when one more joins, the oldest is freed like streamFree
+    // (its handle goes stale, its free syncs fire). Without this every microphone opening and
+    // every preview would keep a handle for good, and the tables would run out. mutex_ held.
+    void markIdle(Handle h);
+    void unmarkIdle(Handle h);
     void queueSyncs(Handle channel, std::uint32_t type);
     void processEvents();
     Handle createStream(std::unique_ptr<Decoder> decoder, std::uint32_t flags);
@@ -283,6 +299,7 @@ class MixEngine final : public Engine, private AudioProducer {
     bool mixerRunning_ = false;
     std::uint64_t sent_ = 0;
     std::vector<Retired> retired_;
+    std::deque<Handle> idle_;  // oldest first; see markIdle
 
     std::mutex syncMutex_;     // pending_ only
     std::mutex deliverMutex_;  // one deliverer at a time keeps callbacks in order

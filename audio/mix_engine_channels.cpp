@@ -175,7 +175,11 @@ bool MixEngine::stopChannel(Handle h) {
         freeStream(h);
         return ok();
     }
+    const bool direct = s->target == Target::Direct;
     detach(s);
+    if (direct) {
+        markIdle(h);  // a preview stopped before its end
+    }
     return ok();
 }
 
@@ -524,7 +528,7 @@ bool MixEngine::mixerChannelRemove(Handle h) {
         return fail(kErrorNotAvailable);
     }
     detach(s);
-    if (hub_.find(h)) {
+    if (auto rec = hub_.find(h)) {
         // A record channel out of the mix keeps no audio: its feed and ring go.
         hub_.setInMix(h, false);
         std::shared_ptr<PlayRing> old;
@@ -533,6 +537,9 @@ bool MixEngine::mixerChannelRemove(Handle h) {
             old = std::move(s->ring);
         }
         retire(std::move(old), sent_);
+        if (!rec->proc) {
+            markIdle(h);  // a microphone closed: the console takes it out and forgets it
+        }
     }
     return ok();
 }

@@ -202,7 +202,11 @@ Handle MixEngine::recordStart(std::uint32_t freq, std::uint32_t chans, std::uint
     ch->feed = std::move(feed);
     ch->proc = std::move(proc);
     ch->state = (flags & kRecordPause) ? RecordHub::State::Paused : RecordHub::State::Playing;
+    const bool idle = !ch->proc;
     hub_.add(std::move(ch));
+    if (idle) {
+        markIdle(h);  // out of any mix until it is added to the mixer
+    }
     ok();
     return h;
 }

@@ -211,6 +211,9 @@ class Console {
     std::vector<std::uint8_t> recordBuffer;
     std::int32_t recordLength = 0;
     std::int32_t recordStep = 200000;
+    // The largest buffer a take may grow to: its lengths are 32-bit, so a growth past this fails
+    // as a failed allocation does ("Out of memory!"), never overflows recordLength.
+    std::int64_t recordLimit = 0x7FFFFFFF;
     audio::Handle recordChannel = 0;
     audio::Handle takeStream = 0;
     audio::Handle spokenStream = 0;

@@ -1,5 +1,6 @@
 #include "liveassist/voice_tracks.h"
 
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -25,6 +26,9 @@ void putLe32(std::vector<std::uint8_t>& b, std::size_t at, std::uint32_t v) {
         b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>((v >> (8 * i)) & 0xFF);
     }
 }
+
+// How long the encoders still running at shut-down may take to finish their tracks.
+constexpr std::chrono::seconds kEncoderGrace{10};
 
 // The button is narrow: its captions are printed small enough to fit it.
 constexpr int kVoiceTrackFont = 7;
@@ -63,10 +67,12 @@ void cmdRecord_Click(core::Console& c) {
     m.picMicLevel.drawing.clear();
     stopRecording(c);
     removeVoiceChain(c);
-    writeTake(c, voiceTrackPath(c));
+    const bool written = writeTake(c, voiceTrackPath(c));
     showVoiceTrackState(c);
     if (const auto name = core::askForName(c, "VoiceTrack")) {
-        saveVoiceTrack(c, *name);
+        // A take that could not be written is saved from memory: VoiceTrack1.wav still holds
+        // the take before, which must not go out under this name.
+        saveVoiceTrack(c, *name, written);
     }
     m.cmdRecord.caption = "Record";
 }
@@ -81,9 +87,17 @@ void startRecording(core::Console& c) {
     const std::string header = audio::pcm16WavHeader(44100, 2, 0);
     std::memcpy(c.recordBuffer.data(), header.data(), header.size());
     putLe32(c.recordBuffer, 4, 0);  // both lengths are filled in at the end
+    core::EventLoop* loop = c.svc.loop;
     c.recordChannel = e.recordStart(
-        44100, 2, audio::kRecordPause, [&c](audio::Handle, const std::int16_t* s, std::size_t n) {
-            return recordProc(c, s, static_cast<std::int32_t>(n * sizeof(std::int16_t)));
+        44100, 2, audio::kRecordPause,
+        [&c, loop](audio::Handle channel, const std::int16_t* s, std::size_t n) {
+            if (recordProc(c, s, static_cast<std::int32_t>(n * sizeof(std::int16_t)))) {
+                return true;
+            }
+            if (loop) {
+                loop->post([&c, channel] { takeCannotGrow(c, channel); });
+            }
+            return false;
         });
     e.channelPlay(c.recordChannel, false);
     if (c.recordChannel == 0) {
@@ -98,14 +112,11 @@ bool recordProc(core::Console& c, const void* data, std::int32_t bytes) {
             (std::floor(static_cast<double>(c.recordLength + bytes) / c.recordStep) + 1) *
             c.recordStep;
         try {
+            if (size > static_cast<double>(c.recordLimit)) {
+                throw std::bad_alloc();
+            }
             c.recordBuffer.resize(static_cast<std::size_t>(std::nearbyint(size)));
         } catch (const std::bad_alloc&) {
-            if (core::EventLoop* loop = c.svc.loop) {
-                loop->post([&c] {
-                    c.recordChannel = 0;
-                    core::showCastError(c, "Out of memory!");
-                });
-            }
             return false;
         }
     }
@@ -130,14 +141,33 @@ void stopRecording(core::Console& c) {
         e.streamCreateMemory(std::move(image), 0, static_cast<std::uint64_t>(c.recordLength), 0);
 }
 
-void writeTake(core::Console& c, const std::string& path) {
+void takeCannotGrow(core::Console& c, audio::Handle channel) {
+    if (c.recordChannel == channel) {
+        // What was recorded up to here is kept as the take, as a press on cmdRecord would keep
+        // it, before the operator hears of the failure.
+        c.form().picMicLevel.drawing.clear();
+        stopRecording(c);
+        removeVoiceChain(c);
+        writeTake(c, voiceTrackPath(c));
+        showVoiceTrackState(c);
+        c.form().cmdRecord.caption = "Record";
+    }
+    core::showCastError(c, "Out of memory!");
+}
+
+std::string takeImage(const core::Console& c) {
     const std::size_t length =
         std::min(c.recordBuffer.size(), static_cast<std::size_t>(std::max(c.recordLength, 0)));
-    const std::string bytes(reinterpret_cast<const char*>(c.recordBuffer.data()), length);
+    return {reinterpret_cast<const char*>(c.recordBuffer.data()), length};
+}
+
+bool writeTake(core::Console& c, const std::string& path) {
     // Written beside and renamed over: a take that cannot be written leaves the last one whole.
-    if (!core::replaceFile(path, bytes, false)) {
+    if (!core::replaceFile(path, takeImage(c), false)) {
         core::showCastError(c, "Can't create the file");
+        return false;
     }
+    return true;
 }
 
 void applyVoiceChain(core::Console& c) {
@@ -234,7 +264,7 @@ void setUpVoiceTrack(core::Console& c) {
     core::setUpNameDialog(c, "VoiceTrack");
 }
 
-void saveVoiceTrack(core::Console& c, const std::string& name) {
+void saveVoiceTrack(core::Console& c, const std::string& name, bool fromWav) {
     if (name.empty() || name == core::kNameDialogStart) {
         return;
     }
@@ -246,16 +276,51 @@ void saveVoiceTrack(core::Console& c, const std::string& name) {
     if (!c.programs) {
         c.programs = std::make_shared<core::ProgramRunner>(*c.svc.loop);
     }
-    // Arguments go to lame as they are, without a shell: any name works.
-    c.programs->start({"lame", "--tt", name, "--ta", "VoiceTrack", "--add-id3v2", "-b", "320",
-                       voiceTrackPath(c), target},
-                      c.AppFolder, [&c](int status) {
-                          // The new track shows in its category once it is whole.
-                          if (status == 0) {
-                              showVoiceTracksCategory(c);
-                          }
-                      });
+    // lame writes a part file beside the target, which takes the target's name only once it is
+    // whole: a track of that name stays playable meanwhile, and a failed or cut-off encoding
+    // leaves nothing in the category. Arguments go to lame as they are, without a shell: any
+    // name works.
+    core::ProgramJob job;
+    job.partFile = c.programs->partFileFor(target);
+    job.target = target;
+    job.folder = c.AppFolder;
+    job.argv = {"lame",      "--tt",       name,
+                "--ta",      "VoiceTrack", "--add-id3v2",
+                "-b",        "320",        fromWav ? voiceTrackPath(c) : "-",
+                job.partFile};
+    if (!fromWav) {
+        job.input = takeImage(c);
+    }
+    auto failed = [&c, name](const core::ProgramEnd& end) {
+        core::logError(c, "Voice track \"" + name + "\" not saved: " + end.describe("lame"));
+    };
+    const bool started = c.programs->start(std::move(job), [&c, failed](const auto& end) {
+        if (end.whole()) {
+            showVoiceTracksCategory(c);  // the new track shows once it is whole
+        } else {
+            failed(end);
+        }
+    });
+    if (!started) {
+        failed(core::ProgramEnd{});
+    }
     showVoiceTracksCategory(c);
+}
+
+void finishVoiceTracks(core::Console& c) {
+    if (c.recordChannel != 0) {
+        c.form().picMicLevel.drawing.clear();
+        stopRecording(c);
+        removeVoiceChain(c);
+        if (!core::replaceFile(voiceTrackPath(c), takeImage(c), false)) {
+            core::logError(c,
+                           "Voice track not kept at shut-down: cannot write " + voiceTrackPath(c));
+        }
+        c.form().cmdRecord.caption = "Record";
+    }
+    if (c.programs) {
+        c.programs->finish(kEncoderGrace);
+    }
 }
 
 }  // namespace tw::liveassist

@@ -6,7 +6,7 @@
 //
 // Thread contract: console thread only, except recordProc, which runs on the engine's capture
 // thread and touches only the take's buffer and length (a failure reaches the console through its
-// event loop).
+// event loop, as takeCannotGrow).
 
 #include <cstdint>
 #include <string>
@@ -23,8 +23,14 @@ void startRecording(core::Console& c);
 // Capture thread: appends `bytes` bytes of the take, growing the buffer in whole steps. False
 // (the recording stops) when the buffer cannot grow.
 bool recordProc(core::Console& c, const void* data, std::int32_t bytes);
+// The take stopped growing (recordProc failed on `channel`): unless the operator has stopped it
+// meanwhile, what was recorded is stopped and written as the take, then "Out of memory!" shows.
+void takeCannotGrow(core::Console& c, audio::Handle channel);
 void stopRecording(core::Console& c);
-void writeTake(core::Console& c, const std::string& path);
+// The take's RIFF image, as far as it was recorded.
+std::string takeImage(const core::Console& c);
+// Writes the take to `path`; false, with "Can't create the file" shown, when it cannot.
+bool writeTake(core::Console& c, const std::string& path);
 void applyVoiceChain(core::Console& c);
 void removeVoiceChain(core::Console& c);
 void showVoiceTrackState(core::Console& c);
@@ -42,6 +48,13 @@ void optSamplerMode_Click(core::Console& c, int index);
 
 // frmDialog in its "VoiceTrack" mode, and its create button there.
 void setUpVoiceTrack(core::Console& c);
-void saveVoiceTrack(core::Console& c, const std::string& name);
+// Encodes the take into the VoiceTracks category as `name`: from VoiceTrack1.wav, or with
+// `fromWav` false from the take in memory (it could not be written). A failure is logged with
+// lame's exit status and last line.
+void saveVoiceTrack(core::Console& c, const std::string& name, bool fromWav = true);
+// Shut-down: a take being recorded is stopped and written as VoiceTrack1.wav before its buffer
+// goes; the encoders still running get 10 s to finish their tracks, after which they are ended
+// and leave nothing behind.
+void finishVoiceTracks(core::Console& c);
 
 }  // namespace tw::liveassist

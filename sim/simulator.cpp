@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <istream>
@@ -87,6 +88,17 @@ class WavWriter {
     std::ofstream out_;
     std::uint64_t dataBytes_ = 0;
 };
+
+// VmRSS of this process in kB, 0 when it cannot be read.
+long residentKb() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmRSS:", 0) == 0) {
+            return std::strtol(line.c_str() + 6, nullptr, 10);
+        }
+    }
+    return 0;
+}
 
 // The words of a line, split at blanks.
 std::vector<std::string> words(const std::string& text) {
@@ -391,6 +403,20 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
     }
     if (cmd == "answer") {
         prompter_.queueAnswer(rest);
+        return true;
+    }
+    if (cmd == "resources") {
+        if (!rest.empty()) {
+            error = "resources takes no argument";
+            return false;
+        }
+        out << "resources";
+        if (auto* mix = dynamic_cast<audio::MixEngine*>(engine_.get())) {
+            const audio::MixEngine::HandleCounts h = mix->handleCounts();
+            out << " handles " << h.total() << " channels " << h.channels << " syncs " << h.syncs
+                << " effects " << h.effects << " encoders " << h.encoders;
+        }
+        out << " rss " << residentKb() << " kB\n";
         return true;
     }
     if (cmd == "dump") {

@@ -25,6 +25,9 @@
 //                             (the mixer before its volume, 44100 Hz stereo) to FILE as 16-bit
 //                             PCM WAV; needs a simulator built on an offline MixEngine
 //   dump [NAME]               the console's state and surface (or one element or variable) as JSON
+//   resources                 prints "resources handles N channels N syncs N effects N encoders N
+//                             rss N kB": the engine's live handles (on a MixEngine) and the
+//                             process's resident memory
 //   unload                    runs Form_Unload
 // Blank lines and lines starting with "#" are skipped. An unknown command or a bad argument stops
 // the run with a message and exit status 2.

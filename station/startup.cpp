@@ -165,6 +165,9 @@ void Form_Unload(core::Console& c) {
     c.ui.schedule.frmSchedule.visible = false;
     c.ui.statistics.frmStatistics.visible = false;
     c.ui.status.frmStatus.visible = false;
+    // The capture thread may still be filling the take: it is stopped and kept before its
+    // buffer goes, and the voice tracks being encoded are finished.
+    liveassist::finishVoiceTracks(c);
     c.recordBuffer.clear();
     c.recordBuffer.shrink_to_fit();
     c.recordLength = 0;
