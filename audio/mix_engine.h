@@ -100,7 +100,7 @@ class MixEngine final : public Engine, private AudioProducer {
     Handle streamCreateMemory(std::shared_ptr<const std::vector<std::uint8_t>> data,
                               std::uint64_t offset, std::uint64_t length,
                               std::uint32_t flags) override;
-    // Blocks until the first audio or 3 s.
+    // Any thread. Blocks until the first audio or 3 s; the API mutex is not held meanwhile.
     Handle streamCreateUrl(const std::string& url, std::uint32_t offset,
                            std::uint32_t flags) override;
     // Free syncs are delivered by the event worker (offline: before this returns).

@@ -3,7 +3,11 @@
 // The stream plays and its title shows; a station that stops sending, or goes away, puts the next
 // row of the playlist on the air without leaving the air silent for long.
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <memory>
@@ -11,8 +15,8 @@
 #include <string>
 
 #include "core/console_ops.h"
-#include "tags/id3_tag.h"
 #include "station_run.h"
+#include "tags/id3_tag.h"
 #include "tests/audio/audio_fixtures.h"
 #include "tests/audio/icy_server.h"
 #include "tests/testlib/temp_dir.h"
@@ -53,17 +57,17 @@ class StreamScenario : public ::testing::Test {
     }
 
     // The station on the playlist: the address first, then two tracks of the library.
-    void goOnAir() {
-        std::vector<std::string> tracks;
+    void goOnAir() { goOnAir(server_->url()); }
+    void goOnAir(const std::string& url) {
         for (const auto& e : fs::recursive_directory_iterator(station_ / "Music")) {
-            if (e.path().extension() == ".mp3" && tracks.size() < 2) {
-                tracks.push_back(e.path().string());
+            if (e.path().extension() == ".mp3" && tracks_.size() < 2) {
+                tracks_.push_back(e.path().string());
             }
         }
-        ASSERT_EQ(tracks.size(), 2u);
+        ASSERT_EQ(tracks_.size(), 2u);
         test::writeFile(station_ / "Playlist" / "Live.pls",
-                        "[playlist]\nFile1=" + server_->url() + "\nFile2=" + tracks[0] +
-                            "\nFile3=" + tracks[1] + "\nNumberOfEntries=2\nVersion=2\n");
+                        "[playlist]\nFile1=" + url + "\nFile2=" + tracks_[0] +
+                            "\nFile3=" + tracks_[1] + "\nNumberOfEntries=2\nVersion=2\n");
         run_ = std::make_unique<test::StationRun>(station_.string(),
                                                   core::dateSerial(2026, 3, 2) + 10.0 / 24);
         ASSERT_EQ(run_->exec("load"), "");
@@ -144,6 +148,7 @@ class StreamScenario : public ::testing::Test {
     fs::path station_;
     std::string tone_;
     std::string next_;
+    std::vector<std::string> tracks_;
     std::unique_ptr<IcyServer> server_;
     std::unique_ptr<test::StationRun> run_;
 };
@@ -158,6 +163,39 @@ TEST_F(StreamScenario, AStationThatGoesAwayGivesWayToTheNextRow) {
     serve(true);
     goOnAir();
     judgeStall();
+}
+
+TEST_F(StreamScenario, AnAddressNobodyAnswersIsLoggedAndTheNextRowPlays) {
+    // A loopback port that was free a moment ago: the connection is refused.
+    const int probe = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(probe, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    socklen_t len = sizeof addr;
+    ::getsockname(probe, reinterpret_cast<sockaddr*>(&addr), &len);
+    ::close(probe);
+    const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(addr.sin_port)) + "/live";
+    goOnAir(url);
+    run_->advance(5, 0.5);
+    // A row of the playlist after the address is on the air (which one: the skip and the end
+    // of the track it cut each load the idle player, as every skip does).
+    const std::string playing = onAir();
+    EXPECT_TRUE(playing == tracks_[0] || playing == tracks_[1])
+        << playing << "\n"
+        << test::readFile(station_ / "Played.log");
+    const std::string log = test::readFile(station_ / "app.log");
+    EXPECT_NE(log.find("Stream address could not be opened: " + url), std::string::npos) << log;
+    bool shown = false;
+    for (const auto& t : run_->console().form().frmTarnDesk.drawing.texts) {
+        shown = shown || t.text.find(url) != std::string::npos;
+    }
+    EXPECT_TRUE(shown);
+    const int startsBefore = run_->starts();
+    run_->advance(3, 0.5);
+    EXPECT_EQ(run_->starts(), startsBefore) << "the row stays on the air";
+    EXPECT_EQ(onAir(), playing);
+    EXPECT_TRUE(run_->silences(2.0).empty());
 }
 
 }  // namespace

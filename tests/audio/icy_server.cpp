@@ -96,8 +96,14 @@ void IcyServer::serve() {
         request.append(buf, static_cast<std::size_t>(n));
     }
     {
-        std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
         request_ = request;
+        if (answer_.silent) {
+            cv_.wait(lock, [&] { return released_; });
+            lock.unlock();
+            ::close(fd);
+            return;
+        }
     }
     std::size_t holdPos = kNever;
     const std::string out = compose(holdPos);

@@ -1,7 +1,8 @@
 #pragma once
 // A stream address for the tests: a server on the loopback interface that answers one request as
 // a station does, with the body the test gives and, if asked, ICY metadata blocks carrying titles.
-// It can hold the answer at a point (the network stalls) or close there (the station goes away).
+// It can hold the answer at a point (the network stalls) or close there (the station goes away),
+// or never answer at all.
 
 #include <condition_variable>
 #include <cstddef>
@@ -31,6 +32,9 @@ class IcyServer {
         bool closeAtHold = false;
         // When set, the answer goes out at that pace, as a live station sends it.
         std::size_t bytesPerSecond = 0;
+        // A station that takes the connection and the request and then says nothing at all, not
+        // even its status line, until release().
+        bool silent = false;
     };
 
     explicit IcyServer(Answer answer);
