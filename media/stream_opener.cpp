@@ -13,6 +13,10 @@ StreamOpener::~StreamOpener() {
 }
 
 void StreamOpener::open(const std::string& url, std::uint32_t flags, Done done) {
+    {
+        std::lock_guard lock(mutex_);
+        ++underWay_;
+    }
     jobs_.run([this, url, flags, done = std::move(done), shared = shared_]() mutable {
         const audio::Handle stream = engine_.streamCreateUrl(url, 0, flags);
         const int error = stream == 0 ? engine_.errorGetCode() : audio::kOk;
@@ -21,7 +25,15 @@ void StreamOpener::open(const std::string& url, std::uint32_t flags, Done done) 
                 done(stream, error);
             }
         });
+        std::lock_guard lock(mutex_);
+        --underWay_;
+        answered_.notify_all();
     });
+}
+
+bool StreamOpener::waitForAnswers(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    return answered_.wait_for(lock, limit, [this] { return underWay_ == 0; });
 }
 
 StreamOpener& streamOpener(core::Console& c) {

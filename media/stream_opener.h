@@ -8,9 +8,12 @@
 // `done` runs on the console thread and never after the opener is gone. The destructor waits for
 // the opens still under way, each within its time limit.
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "audio/engine.h"
@@ -32,6 +35,11 @@ class StreamOpener {
 
     void open(const std::string& url, std::uint32_t flags, Done done);
 
+    // Waits until every open asked for has posted its answer, at most `limit`; false when some
+    // are still under way then. For the simulator, whose virtual time must not run ahead of the
+    // network while an address is being opened.
+    bool waitForAnswers(std::chrono::milliseconds limit);
+
   private:
     struct Shared {
         bool alive = true;  // console thread only
@@ -40,6 +48,9 @@ class StreamOpener {
     audio::Engine& engine_;
     core::EventLoop& loop_;
     std::shared_ptr<Shared> shared_ = std::make_shared<Shared>();
+    std::mutex mutex_;  // underWay_
+    std::condition_variable answered_;
+    int underWay_ = 0;           // opens whose answer has not been posted yet
     core::BackgroundJobs jobs_;  // last: joined first, while everything it uses still stands
 };
 
