@@ -23,8 +23,11 @@ constexpr int kPollMs = 200;
 
 }  // namespace
 
-HttpFetcher::HttpFetcher(std::string url)
-    : url_(std::move(url)), multi_(curl_multi_init()), thread_([this](std::stop_token stop) {
+HttpFetcher::HttpFetcher(std::string url, StreamClock clock)
+    : url_(std::move(url)),
+      clock_(std::move(clock)),
+      multi_(curl_multi_init()),
+      thread_([this](std::stop_token stop) {
           nameThisThread("tw-http-fetch");
           run(stop);
       }) {}
@@ -126,14 +129,47 @@ void HttpFetcher::storeAudio(const char* data, std::size_t size) {
     cv_.notify_all();
 }
 
+std::int64_t HttpFetcher::nowMs() const {
+    if (clock_) {
+        return clock_();
+    }
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
 bool HttpFetcher::take(std::vector<std::uint8_t>& out, int waitMs) {
-    std::unique_lock lock(mutex_);
-    cv_.wait_for(lock, std::chrono::milliseconds(waitMs),
-                 [&] { return !buffer_.empty() || finished_; });
     out.clear();
-    out.swap(buffer_);
-    cv_.notify_all();
-    return !out.empty() || !finished_;
+    if (silent_) {
+        return false;
+    }
+    bool finished = false;
+    {
+        std::unique_lock lock(mutex_);
+        cv_.wait_for(lock, std::chrono::milliseconds(waitMs),
+                     [&] { return !buffer_.empty() || finished_; });
+        out.swap(buffer_);
+        finished = finished_;
+        cv_.notify_all();
+    }
+    if (!out.empty() || finished) {
+        quietSince_.reset();
+        return !out.empty() || !finished;
+    }
+    // Nothing came. Only a caller that wants bytes asks, so from here on the station is silent.
+    const std::int64_t now = nowMs();
+    if (!quietSince_) {
+        quietSince_ = now;
+    } else if (now - *quietSince_ >= kSilentStationMs) {
+        silent_ = true;
+        thread_.request_stop();
+        cv_.notify_all();
+        if (multi_) {
+            curl_multi_wakeup(multi_);
+        }
+        return false;
+    }
+    return true;
 }
 
 std::string HttpFetcher::title() const {

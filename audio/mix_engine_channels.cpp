@@ -75,7 +75,10 @@ Handle MixEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::ui
         }
     }
     int error = kOk;
-    auto decoder = openHttpStream(url, kUrlTimeoutMs, error);
+    // A station's silence is timed by the audio the engine mixes: offline that is the audio
+    // rendered, whatever the wall clock says. The engine outlives every stream it opens.
+    auto decoder = openHttpStream(url, kUrlTimeoutMs, error,
+                                  [this] { return core_.mixerFrames() * 1000 / kMixRate; });
     std::lock_guard lock(mutex_);
     if (!decoder || !initialised_) {
         fail(decoder ? kErrorInit : error);

@@ -30,6 +30,7 @@ using audio::test::IcyServer;
 constexpr const char* kTitle = "Loopback Band - Live Song";
 constexpr std::size_t kBytesPerSecond = 128000 / 8;
 constexpr double kStallAfterSeconds = 20;
+constexpr double kSilentStationSeconds = 10;  // how long a stream waits for its next byte
 
 class StreamScenario : public ::testing::Test {
   protected:
@@ -95,8 +96,9 @@ class StreamScenario : public ::testing::Test {
         server_.reset();
     }
 
-    // The stream on the air with its title; then the stall, and the next row after it.
-    void judgeStall() {
+    // The stream on the air with its title; then the stall, and the next row after it, the air
+    // silent for no longer than `limit` seconds.
+    void judgeStall(double limit) {
         core::Console& c = run_->console();
         run_->advance(8, 0.5);
         ASSERT_EQ(onAir(), server_->url()) << test::readFile(station_ / "Played.log") << "\n"
@@ -109,7 +111,7 @@ class StreamScenario : public ::testing::Test {
         next_ = streamPlayer == 1 ? c.nextSong2 : c.nextSong1;
         ASSERT_FALSE(next_.empty());
         const int startsBefore = run_->starts();
-        run_->advance(kStallAfterSeconds + 10, 0.5);
+        run_->advance(kStallAfterSeconds + limit + 2, 0.5);
         EXPECT_NE(onAir(), server_->url());
         // In the log of what went on the air, the row after the stream follows it.
         c.id3->filename(next_);
@@ -123,7 +125,6 @@ class StreamScenario : public ::testing::Test {
             << "the next row is on the air after the stream:\n"
             << played;
         EXPECT_GT(run_->starts(), startsBefore);
-        const double limit = c.silenceTime + 2.0;
         const auto silences = run_->silences(limit);
         std::ostringstream seen;
         for (const auto& s : run_->silences(0.5)) {
@@ -156,13 +157,23 @@ class StreamScenario : public ::testing::Test {
 TEST_F(StreamScenario, AStationThatStopsSendingGivesWayToTheNextRow) {
     serve(false);
     goOnAir();
-    judgeStall();
+    judgeStall(run_->console().silenceTime + 2.0);  // the dead-air watch starts the next row
+}
+
+TEST_F(StreamScenario, AStationThatStopsSendingGivesWayToTheNextRowWithTheDeadAirWatchOff) {
+    test::writeFile(station_ / "appSettings.ini",
+                    "[ArtistSeperation]\r\nHours=0.5\r\n[Silence]\r\ntime=0\r\n");
+    serve(false);
+    goOnAir();
+    ASSERT_EQ(run_->console().silenceTime, 0.0f);
+    // Ten seconds after its last byte the stream ends, and the next row follows.
+    judgeStall(kSilentStationSeconds + 2.0);
 }
 
 TEST_F(StreamScenario, AStationThatGoesAwayGivesWayToTheNextRow) {
     serve(true);
     goOnAir();
-    judgeStall();
+    judgeStall(run_->console().silenceTime + 2.0);
 }
 
 TEST_F(StreamScenario, AnAddressNobodyAnswersIsLoggedAndTheNextRowPlays) {
