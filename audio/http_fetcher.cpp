@@ -23,9 +23,9 @@ constexpr int kPollMs = 200;
 
 }  // namespace
 
-HttpFetcher::HttpFetcher(std::string url, StreamClock clock)
+HttpFetcher::HttpFetcher(std::string url, HttpOptions options)
     : url_(std::move(url)),
-      clock_(std::move(clock)),
+      options_(std::move(options)),
       multi_(curl_multi_init()),
       thread_([this](std::stop_token stop) {
           nameThisThread("tw-http-fetch");
@@ -63,6 +63,10 @@ void HttpFetcher::run(std::stop_token stop) {
         curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
         curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 3000L);
         curl_easy_setopt(curl, CURLOPT_USERAGENT, "TarnWave");
+        if (!options_.trustedCertificates.empty()) {
+            curl_easy_setopt(curl, CURLOPT_CAINFO, options_.trustedCertificates.c_str());
+            curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
+        }
         curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &HttpFetcher::bodyThunk);
         curl_easy_setopt(curl, CURLOPT_WRITEDATA, this);
         curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &HttpFetcher::headerThunk);
@@ -130,8 +134,8 @@ void HttpFetcher::storeAudio(const char* data, std::size_t size) {
 }
 
 std::int64_t HttpFetcher::nowMs() const {
-    if (clock_) {
-        return clock_();
+    if (options_.clock) {
+        return options_.clock();
     }
     return std::chrono::duration_cast<std::chrono::milliseconds>(
                std::chrono::steady_clock::now().time_since_epoch())

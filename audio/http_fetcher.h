@@ -30,10 +30,17 @@ inline constexpr std::int64_t kSilentStationMs = 10000;
 // that offline the time is the audio rendered. Called on the thread that calls take().
 using StreamClock = std::function<std::int64_t()>;
 
+// How an address is fetched: the clock its silence is timed by (the steady clock when none), and
+// a file of certificates (PEM) to trust instead of the system's ones, which only tests name for a
+// station of their own. The server's certificate and name are always verified.
+struct HttpOptions {
+    StreamClock clock;
+    std::string trustedCertificates;
+};
+
 class HttpFetcher {
   public:
-    // Without a clock the steady clock is used.
-    explicit HttpFetcher(std::string url, StreamClock clock = {});
+    explicit HttpFetcher(std::string url, HttpOptions options = {});
     ~HttpFetcher();
     HttpFetcher(const HttpFetcher&) = delete;
     HttpFetcher& operator=(const HttpFetcher&) = delete;
@@ -61,7 +68,7 @@ class HttpFetcher {
     std::int64_t nowMs() const;
 
     const std::string url_;
-    const StreamClock clock_;
+    const HttpOptions options_;
     // The taker's: when take() first found nothing since the last bytes, and whether the station
     // has been given up as silent.
     std::optional<std::int64_t> quietSince_;

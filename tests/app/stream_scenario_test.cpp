@@ -46,9 +46,14 @@ class StreamScenario : public ::testing::Test {
         ASSERT_GT(tone_.size(), kBytesPerSecond * 25);
     }
 
-    // Serves the tone with titles, stalling (or closing) after kStallAfterSeconds of it.
-    void serve(bool closeAtStall) {
+    // Serves the tone with titles, stalling (or closing) after kStallAfterSeconds of it; over
+    // TLS with a certificate of the test's own, which only this run's engine trusts, when secure.
+    void serve(bool closeAtStall, bool secure = false) {
         IcyServer::Answer a;
+        if (secure) {
+            ASSERT_TRUE(audio::test::makeLoopbackCertificate(dir_.path(), a.certificate, a.key));
+            certificate_ = a.certificate;
+        }
         a.body = tone_;
         a.metaInterval = 8000;
         a.titles = {std::string("StreamTitle='") + kTitle + "';"};
@@ -70,7 +75,12 @@ class StreamScenario : public ::testing::Test {
                         "[playlist]\nFile1=" + url + "\nFile2=" + tracks_[0] +
                             "\nFile3=" + tracks_[1] + "\nNumberOfEntries=2\nVersion=2\n");
         run_ = std::make_unique<test::StationRun>(station_.string(),
-                                                  core::dateSerial(2026, 3, 2) + 10.0 / 24);
+                                                  core::dateSerial(2026, 3, 2) + 10.0 / 24,
+                                                  std::string(), [this](audio::MixEngine& engine) {
+                                                      if (!certificate_.empty()) {
+                                                          engine.trustCertificates(certificate_);
+                                                      }
+                                                  });
         ASSERT_EQ(run_->exec("load"), "");
         const auto& items = run_->console().form().lstRotationOrList.items;
         int row = -1;
@@ -150,6 +160,7 @@ class StreamScenario : public ::testing::Test {
     std::string tone_;
     std::string next_;
     std::vector<std::string> tracks_;
+    std::string certificate_;
     std::unique_ptr<IcyServer> server_;
     std::unique_ptr<test::StationRun> run_;
 };
@@ -172,6 +183,13 @@ TEST_F(StreamScenario, AStationThatStopsSendingGivesWayToTheNextRowWithTheDeadAi
 
 TEST_F(StreamScenario, AStationThatGoesAwayGivesWayToTheNextRow) {
     serve(true);
+    goOnAir();
+    judgeStall(run_->console().silenceTime + 2.0);
+}
+
+TEST_F(StreamScenario, ASecureStationPlaysWithItsTitleAndGivesWayWhenItGoesAway) {
+    serve(true, true);
+    ASSERT_EQ(server_->url().rfind("https://", 0), 0u);
     goOnAir();
     judgeStall(run_->console().silenceTime + 2.0);
 }

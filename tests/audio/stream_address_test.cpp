@@ -129,6 +129,49 @@ TEST_F(AudioStreamAddressTest, TheTitleIsTheLatestOneTheStationSent) {
     EXPECT_EQ(engine.streamGetTitle(h), "");
 }
 
+// --- secure addresses ------------------------------------------------------------------------
+
+// A station over TLS with a certificate of the test's own. The engine verifies it as any other:
+// it trusts it only where the test tells it to.
+class AudioSecureStreamTest : public AudioStreamAddressTest {
+  protected:
+    void SetUp() override {
+        AudioStreamAddressTest::SetUp();
+        ASSERT_TRUE(makeLoopbackCertificate(dir.path(), certificate, key));
+    }
+    IcyServer::Answer secureAnswer() {
+        IcyServer::Answer a;
+        a.body = encodedTone(dir.path(), Codec::Mp3);
+        a.metaInterval = 4000;
+        a.titles = {"StreamTitle='Secure title';"};
+        a.certificate = certificate;
+        a.key = key;
+        return a;
+    }
+    std::string certificate, key;
+};
+
+TEST_F(AudioSecureStreamTest, ASecureAddressPlaysWithItsTitle) {
+    engine.trustCertificates(certificate);
+    IcyServer server(secureAnswer());
+    ASSERT_EQ(server.url().rfind("https://", 0), 0u);
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    const auto out = render(44100 * 2);
+    expectTone(out, 0.1, 2.0);
+    EXPECT_EQ(engine.streamGetTitle(h), "Secure title");
+}
+
+TEST_F(AudioSecureStreamTest, ACertificateNobodyVouchesForIsRefused) {
+    IcyServer server(secureAnswer());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(engine.streamCreateUrl(server.url(), 0, kStreamDecode), 0u);
+    EXPECT_NE(engine.errorGetCode(), kOk);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3500));
+    EXPECT_EQ(server.request(), "") << "nothing was asked of a station that could not be trusted";
+}
+
 TEST_F(AudioStreamAddressTest, OnlyAStreamAddressHasATitle) {
     const Handle file = wavStream(sine(44100, 2, 440.0, 0.5, 4410), "tone.wav");
     EXPECT_EQ(engine.streamGetTitle(file), "");
