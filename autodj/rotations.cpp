@@ -319,11 +319,11 @@ void flRotations_Click(core::Console& c) {
     c.activeListName = name;
 }
 
-void flPlaylists_Click(core::Console& c) {
+bool flPlaylists_Click(core::Console& c) {
     auto& m = c.form();
     const auto& files = m.flPlaylists;
     if (files.listIndex < 0 || files.listIndex >= files.listCount()) {
-        return;
+        return false;
     }
     const std::string name = files.items[static_cast<std::size_t>(files.listIndex)].text;
     const std::string path = c.AppFolder + "/Playlist/" + name;
@@ -333,7 +333,7 @@ void flPlaylists_Click(core::Console& c) {
         std::vector<core::clsTrackListing> entries;
         if (media::loadPlaylistFile(c, path, entries) == 0) {
             core::printMessageOnScreen(c, media::noEntriesMessage(path));
-            return;
+            return false;
         }
         c.listMode = -1;
         clearPendingPicks(c);
@@ -375,10 +375,12 @@ void flPlaylists_Click(core::Console& c) {
         loadNextSong(c, 0);
         selectListItem(c, name);
         c.activeListName = name;
+        return true;
     } catch (const std::exception& e) {
         core::logError(
             c, "Error loading playlist " + name + ": " + core::describeFailure(e).description);
     }
+    return false;
 }
 
 void toggleRotationSweeper(core::Console& c, int row) {

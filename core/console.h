@@ -233,6 +233,12 @@ class Console {
     TokenReader tokens;    // getToken's kept position
     double lastYield = 0;  // seconds since midnight of the last throttled yield
     std::int32_t lastScheduleDay = 0;
+    // The scheduled playlist that could not be read: its name, the hour of the attempt (hours
+    // since 1899-12-30) and the file's size and time then. The schedule leaves it until the next
+    // hour or until the file changes, instead of trying (and cutting the air) at every poll.
+    std::string scheduleFailedList;
+    std::int64_t scheduleFailedHour = -1;
+    std::string scheduleFailedFile;
 
     // The mode: automatic exactly while cmdAutoManual reads "Automated".
     bool automated() const { return ui.main.cmdAutoManual.caption == kAutomated; }
