@@ -8,6 +8,7 @@
 #include "autodj/picker.h"
 #include "autodj/planner.h"
 #include "autodj/rotation_file.h"
+#include "autodj/schedule.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -289,7 +290,7 @@ void lstRotationOrList_Click(core::Console& c) {
     }
     const core::ListItem item = m.lstRotationOrList.items[static_cast<std::size_t>(index)];
     // A list chosen by hand wins over the schedule until the operator sets the tick again.
-    m.chkEnableSchedule.value = 0;
+    setScheduleEnabled(c, false);
     core::refreshFileList(m.flRotations);
     core::refreshFileList(m.flPlaylists);
     if (item.tag == "rotation") {

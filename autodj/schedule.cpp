@@ -128,6 +128,16 @@ bool checkRotationSchedule(core::Console& c) {
     return false;
 }
 
+void setScheduleEnabled(core::Console& c, bool enabled) {
+    c.form().chkEnableSchedule.value = enabled ? 1 : 0;
+    core::writeIniValue(c, c.appSettingsPath(), "Schedule", "Enabled", enabled ? "1" : "0");
+}
+
+void restoreScheduleEnabled(core::Console& c) {
+    const std::string saved = core::readIni(c, c.appSettingsPath(), "Schedule", "Enabled", "0");
+    c.form().chkEnableSchedule.value = core::val(saved) != 0 ? 1 : 0;
+}
+
 ScheduleCell scheduleCellAt(double x, double y) {
     const auto rx = static_cast<long>(std::lround(x));
     const auto ry = static_cast<long>(std::lround(y));
