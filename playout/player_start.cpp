@@ -36,6 +36,10 @@ bool pausedInMixer(audio::Engine& e, audio::Handle stream) {
     return flags != 0xFFFFFFFFu && (flags & audio::kMixerPause) != 0;
 }
 
+bool inMixer(audio::Engine& e, audio::Handle stream) {
+    return stream != 0 && e.mixerChannelFlags(stream, 0, 0) != 0xFFFFFFFFu;
+}
+
 }  // namespace
 
 void startNExt(core::Console& c) {
@@ -50,8 +54,9 @@ void startNExt(core::Console& c) {
         m.cmdPausePlay2.backColor = 0;
 
         int incoming = 0;
-        if (c.startWhenOpened != 0 && c.startWhenOpened == c.activePlayer &&
-            !media::isOpening(c, c.activePlayer)) {
+        const bool answered = c.startWhenOpened != 0 && c.startWhenOpened == c.activePlayer &&
+                              !media::isOpening(c, c.activePlayer);
+        if (answered) {
             // The address this start waited for has answered: the start goes on where it
             // stopped, on the player it flipped to then.
             incoming = c.activePlayer;
@@ -75,9 +80,14 @@ void startNExt(core::Console& c) {
             return;
         }
         const audio::Handle in = incoming == 1 ? c.player1Stream : c.player2Stream;
-        const audio::Handle out = outgoing == 1 ? c.player1Stream : c.player2Stream;
+        audio::Handle out = outgoing == 1 ? c.player1Stream : c.player2Stream;
         if (in == 0) {
             return;
+        }
+        // While the address was being opened the other player may have been loaded with the
+        // next row: only a track still in the mix is the outgoing one.
+        if (answered && !inMixer(e, out)) {
+            out = 0;
         }
         const media::cbass_time t(e);
         // Items of a minute or less (jingles) run out at full level under the next track. The

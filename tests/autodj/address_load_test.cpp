@@ -158,6 +158,26 @@ TEST_F(AddressLoadTest, AStartWaitsForTheAddressWithTheTrackOnTheAirPlayingOn) {
     EXPECT_EQ(engine.count("channelSlideAttribute " + std::to_string(onAir) + " "), 1);
 }
 
+TEST_F(AddressLoadTest, TheFirstStartWaitsForTheAddressAndLeavesTheNextRowAsLoaded) {
+    playlist();
+    const audio::Handle live = liveAnswer();
+    // Nothing on the air yet: the address goes onto player 1 and is started, and the next row
+    // is loaded on player 2 before the address answers.
+    loadNextSong(c(), 0);
+    playout::startNExt(c());
+    EXPECT_EQ(c().activePlayer, 1);
+    loadNextSong(c(), 0);
+    ASSERT_EQ(c().nextSong2, file);
+    const audio::Handle next = c().player2Stream;
+    ASSERT_NE(next, 0u);
+    held.release();
+    ASSERT_TRUE(settle([&] { return engine.channel(live).mixer == c().mixerStream; }));
+    EXPECT_EQ(engine.count("channelSlideAttribute " + std::to_string(next) + " "), 0)
+        << "the row waiting on player 2 was faded before it ever played";
+    EXPECT_EQ(engine.channel(next).mixer, 0u);
+    EXPECT_EQ(c().player2Stream, next);
+}
+
 TEST_F(AddressLoadTest, AnOpenOverTakenByAnotherLoadHasItsLateStreamFreed) {
     playlist();
     const audio::Handle live = liveAnswer();
