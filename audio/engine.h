@@ -148,7 +148,8 @@ class Engine {
     virtual Handle streamCreateMemory(std::shared_ptr<const std::vector<std::uint8_t>> data,
                                       std::uint64_t offset, std::uint64_t length,
                                       std::uint32_t flags) = 0;
-    // HTTP stream address; blocks until the first audio or 3 seconds.
+    // HTTP or HTTPS stream address; blocks until the first audio or 3 seconds. Any thread: the
+    // console opens addresses on threads of its own and never waits for one.
     virtual Handle streamCreateUrl(const std::string& url, std::uint32_t offset,
                                    std::uint32_t flags) = 0;
     virtual bool streamFree(Handle h) = 0;

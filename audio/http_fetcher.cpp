@@ -23,8 +23,11 @@ constexpr int kPollMs = 200;
 
 }  // namespace
 
-HttpFetcher::HttpFetcher(std::string url)
-    : url_(std::move(url)), multi_(curl_multi_init()), thread_([this](std::stop_token stop) {
+HttpFetcher::HttpFetcher(std::string url, HttpOptions options)
+    : url_(std::move(url)),
+      options_(std::move(options)),
+      multi_(curl_multi_init()),
+      thread_([this](std::stop_token stop) {
           nameThisThread("tw-http-fetch");
           run(stop);
       }) {}
@@ -60,6 +63,10 @@ void HttpFetcher::run(std::stop_token stop) {
         curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
         curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, 3000L);
         curl_easy_setopt(curl, CURLOPT_USERAGENT, "TarnWave");
+        if (!options_.trustedCertificates.empty()) {
+            curl_easy_setopt(curl, CURLOPT_CAINFO, options_.trustedCertificates.c_str());
+            curl_easy_setopt(curl, CURLOPT_CAPATH, nullptr);
+        }
         curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &HttpFetcher::bodyThunk);
         curl_easy_setopt(curl, CURLOPT_WRITEDATA, this);
         curl_easy_setopt(curl, CURLOPT_HEADERFUNCTION, &HttpFetcher::headerThunk);
@@ -126,14 +133,47 @@ void HttpFetcher::storeAudio(const char* data, std::size_t size) {
     cv_.notify_all();
 }
 
+std::int64_t HttpFetcher::nowMs() const {
+    if (options_.clock) {
+        return options_.clock();
+    }
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
 bool HttpFetcher::take(std::vector<std::uint8_t>& out, int waitMs) {
-    std::unique_lock lock(mutex_);
-    cv_.wait_for(lock, std::chrono::milliseconds(waitMs),
-                 [&] { return !buffer_.empty() || finished_; });
     out.clear();
-    out.swap(buffer_);
-    cv_.notify_all();
-    return !out.empty() || !finished_;
+    if (silent_) {
+        return false;
+    }
+    bool finished = false;
+    {
+        std::unique_lock lock(mutex_);
+        cv_.wait_for(lock, std::chrono::milliseconds(waitMs),
+                     [&] { return !buffer_.empty() || finished_; });
+        out.swap(buffer_);
+        finished = finished_;
+        cv_.notify_all();
+    }
+    if (!out.empty() || finished) {
+        quietSince_.reset();
+        return !out.empty() || !finished;
+    }
+    // Nothing came. Only a caller that wants bytes asks, so from here on the station is silent.
+    const std::int64_t now = nowMs();
+    if (!quietSince_) {
+        quietSince_ = now;
+    } else if (now - *quietSince_ >= kSilentStationMs) {
+        silent_ = true;
+        thread_.request_stop();
+        cv_.notify_all();
+        if (multi_) {
+            curl_multi_wakeup(multi_);
+        }
+        return false;
+    }
+    return true;
 }
 
 std::string HttpFetcher::title() const {

@@ -20,14 +20,15 @@ constexpr std::size_t kSniffLimit = 128 * 1024;
 
 }  // namespace
 
-std::unique_ptr<Decoder> openHttpStream(const std::string& url, int timeoutMs, int& error) {
+std::unique_ptr<Decoder> openHttpStream(const std::string& url, int timeoutMs, int& error,
+                                        HttpOptions options) {
     if (url.rfind("http://", 0) != 0 && url.rfind("https://", 0) != 0) {
         error = kErrorFileOpen;
         return nullptr;
     }
     HttpStart start;
     start.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    start.fetcher = std::make_unique<HttpFetcher>(url);
+    start.fetcher = std::make_unique<HttpFetcher>(url, std::move(options));
     std::vector<std::uint8_t> bytes;
     StreamFormat format = StreamFormat::Unknown;
     while (format == StreamFormat::Unknown) {

@@ -6,12 +6,15 @@
 #include <string>
 
 #include "audio/decoder.h"
+#include "audio/http_fetcher.h"
 
 namespace tw::audio {
 
 // Picks the decoder by the response's Content-Type, or by the first bytes when the type is
 // missing or unknown, and blocks until the first audio frame has been decoded, the connection
-// failed, or `timeoutMs` passed. Returns null on failure with `error` set. Console thread only.
-std::unique_ptr<Decoder> openHttpStream(const std::string& url, int timeoutMs, int& error);
+// failed, or `timeoutMs` passed. Returns null on failure with `error` set. HTTP and HTTPS; see
+// HttpOptions for the rest. Any thread.
+std::unique_ptr<Decoder> openHttpStream(const std::string& url, int timeoutMs, int& error,
+                                        HttpOptions options = {});
 
 }  // namespace tw::audio

@@ -107,9 +107,13 @@ class MixEngine final : public Engine, private AudioProducer {
     Handle streamCreateMemory(std::shared_ptr<const std::vector<std::uint8_t>> data,
                               std::uint64_t offset, std::uint64_t length,
                               std::uint32_t flags) override;
-    // Blocks until the first audio or 3 s.
+    // Any thread. Blocks until the first audio or 3 s; the API mutex is not held meanwhile.
     Handle streamCreateUrl(const std::string& url, std::uint32_t offset,
                            std::uint32_t flags) override;
+    // For a test's own station over TLS: the addresses opened from now on trust the certificates
+    // in this file (PEM) instead of the system's. Verification stays on; the console never calls
+    // this.
+    void trustCertificates(const std::string& file);
     // Free syncs are delivered by the event worker (offline: before this returns).
     bool streamFree(Handle h) override;
     // Any thread. UTF-8: a title that is not valid UTF-8 is taken as Latin-1. Never waits for the
@@ -287,6 +291,7 @@ class MixEngine final : public Engine, private AudioProducer {
 
     std::mutex mutex_;  // the API mutex: every table and console-side field below
     bool initialised_ = false;
+    std::string trustedCertificates_;  // under mutex_; empty: the system's
     std::uint32_t updateMs_ = 25;
     HandleTable<Channel> channels_{HandleKind::Channel};
     HandleTable<Sync> syncs_{HandleKind::Sync};

@@ -67,15 +67,20 @@ Handle MixEngine::streamCreateMemory(std::shared_ptr<const std::vector<std::uint
 }
 
 Handle MixEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::uint32_t flags) {
+    HttpOptions options;
     {
         std::lock_guard lock(mutex_);
         if (!initialised_) {
             fail(kErrorInit);
             return 0;
         }
+        options.trustedCertificates = trustedCertificates_;
     }
+    // A station's silence is timed by the audio the engine mixes: offline that is the audio
+    // rendered, whatever the wall clock says. The engine outlives every stream it opens.
+    options.clock = [this] { return core_.mixerFrames() * 1000 / kMixRate; };
     int error = kOk;
-    auto decoder = openHttpStream(url, kUrlTimeoutMs, error);
+    auto decoder = openHttpStream(url, kUrlTimeoutMs, error, std::move(options));
     std::lock_guard lock(mutex_);
     if (!decoder || !initialised_) {
         fail(decoder ? kErrorInit : error);
@@ -85,6 +90,11 @@ Handle MixEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::ui
         decoder->setReadWait(kOfflineNetworkWaitMs);
     }
     return createStream(std::move(decoder), flags);
+}
+
+void MixEngine::trustCertificates(const std::string& file) {
+    std::lock_guard lock(mutex_);
+    trustedCertificates_ = file;
 }
 
 std::string MixEngine::streamGetTitle(Handle h) {

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "media/song_length.h"
 #include "media/stream_address.h"
+#include "media/stream_opener.h"
 #include "media/stream_time.h"
 #include "media/track_scan.h"
 #include "tags/cue_data.h"
@@ -60,6 +61,77 @@ std::string takePick(core::Console& c, core::clsTrackListing& t, const std::stri
     t.trackPath = path;
     t.trackLastPlayed = previous;
     return tag.Artist;
+}
+
+// Step 10 of a load: the time left, the cue record, the trim and the markers of the stream now on
+// player n.
+void takeStream(core::Console& c, int n, const std::string& song, audio::Handle stream) {
+    auto& m = c.form();
+    core::Element& timeLeft = n == 2 ? m.lblTimeLeft2 : m.lblTimeLeft1;
+    timeLeft.caption = "00:00.0";
+    core::CueRecord& cue = n == 2 ? c.cueRecord2 : c.cueRecord1;
+    cue = tags::readCueRecord(c, song);
+    const std::int32_t end = media::SetTrackStart(c, song, stream);
+    // A cue point in the tag always wins over the trim.
+    if (cue.nextStart == 0) {
+        cue.nextStart = static_cast<float>(end);
+    }
+    media::drawCueMarkers(c, stream, n == 2 ? m.pctMarkers2 : m.pctMarkers1, cue);
+    timeLeft.foreColor = 0;
+}
+
+// An address that could not be opened: it is logged and shown, and the next row takes its place.
+// A start that waited for it finds the player empty, and the tick's recovery starts the other
+// player and loads this one. After a whole list of addresses that failed in a row the planner
+// stops passing on, so that a list of dead stations cannot keep the console busy.
+void addressFailed(core::Console& c, int n, const std::string& url, int error) {
+    core::logError(
+        c, "Stream address could not be opened: " + url + " Error:" + std::to_string(error));
+    core::printMessageOnScreen(c, "Stream address could not be opened: " + url);
+    if (c.startWhenOpened == n) {
+        c.startWhenOpened = 0;
+        return;
+    }
+    const int rows = c.form().lstPlaylist.rowCount();
+    if (c.activePlayer != n && ++c.failedOpens < std::max(rows, 1)) {
+        loadNextSong(c, 0);
+    }
+}
+
+// The answer of an open, on the console thread.
+void addressAnswered(core::Console& c, int n, std::uint32_t ticket, const std::string& url,
+                     audio::Handle stream, int error) {
+    std::uint32_t& opening = media::openingOn(c, n);
+    if (opening != ticket || c.unloaded) {
+        // Another load took the player meanwhile, or the console has closed.
+        if (stream != 0) {
+            c.engine().streamFree(stream);
+        }
+        return;
+    }
+    opening = 0;
+    if (stream == 0) {
+        addressFailed(c, n, url, error);
+        return;
+    }
+    c.failedOpens = 0;
+    (n == 2 ? c.player2Stream : c.player1Stream) = stream;
+    takeStream(c, n, url, stream);
+    if (c.startWhenOpened == n && c.activePlayer == n) {
+        c.tickCalls->startNExt();  // the start that waited goes on
+    }
+}
+
+void openAddress(core::Console& c, int n, const std::string& url) {
+    if (++c.opensAsked == 0) {
+        ++c.opensAsked;  // 0 means no open
+    }
+    const std::uint32_t ticket = c.opensAsked;
+    media::openingOn(c, n) = ticket;
+    media::streamOpener(c).open(url, audio::kStreamDecode,
+                                [&c, n, ticket, url](audio::Handle stream, int error) {
+                                    addressAnswered(c, n, ticket, url, stream, error);
+                                });
 }
 
 core::clsTrackListing& record(core::Console& c, int i) {
@@ -125,6 +197,7 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
             audio::Handle& stream = player == 2 ? c.player2Stream : c.player1Stream;
             pick.caption = "LastPlayed: " + core::generalDate(t.trackLastPlayed) +
                            " Outs:" + std::to_string(outs) + " Count:" + std::to_string(count);
+            bool address = false;
             if (media::fileExists(t.trackPath)) {
                 song = t.trackPath;
                 songName = tag.mp3Title;
@@ -132,6 +205,7 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
             } else if (t.trackIsURL) {
                 song = t.trackPath;
                 songName = t.trackPath;
+                address = true;
                 // A stream has no tag: the reader's artist is only the address copied into it,
                 // and the artist text of a stream's tag is blank.
                 core::printOnButton(button, core::ImageRole::Gray, std::string());
@@ -144,18 +218,18 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
                 c.engine().streamFree(stream);
                 stream = 0;
             }
-            stream = media::openStream(c.engine(), song, 0, 0, audio::kStreamDecode, song);
-            core::Element& timeLeft = player == 2 ? m.lblTimeLeft2 : m.lblTimeLeft1;
-            timeLeft.caption = "00:00.0";
-            core::CueRecord& cue = player == 2 ? c.cueRecord2 : c.cueRecord1;
-            cue = tags::readCueRecord(c, song);
-            const std::int32_t end = media::SetTrackStart(c, song, stream);
-            // A cue point in the tag always wins over the trim.
-            if (cue.nextStart == 0) {
-                cue.nextStart = static_cast<float>(end);
+            // Whatever an open under way on this player brings is no longer wanted.
+            media::openingOn(c, player) = 0;
+            if (address) {
+                // Until the address answers the player shows what an open that failed shows.
+                stream = 0;
+                takeStream(c, player, song, 0);
+                openAddress(c, player, song);
+            } else {
+                c.failedOpens = 0;
+                stream = media::openStream(c.engine(), song, 0, 0, audio::kStreamDecode, song);
+                takeStream(c, player, song, stream);
             }
-            media::drawCueMarkers(c, stream, player == 2 ? m.pctMarkers2 : m.pctMarkers1, cue);
-            timeLeft.foreColor = 0;
         }
         if (c.listMode == 0) {
             UpdateTrackList(c, flag);

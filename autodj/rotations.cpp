@@ -8,6 +8,7 @@
 #include "autodj/picker.h"
 #include "autodj/planner.h"
 #include "autodj/rotation_file.h"
+#include "autodj/schedule.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -289,7 +290,7 @@ void lstRotationOrList_Click(core::Console& c) {
     }
     const core::ListItem item = m.lstRotationOrList.items[static_cast<std::size_t>(index)];
     // A list chosen by hand wins over the schedule until the operator sets the tick again.
-    m.chkEnableSchedule.value = 0;
+    setScheduleEnabled(c, false);
     core::refreshFileList(m.flRotations);
     core::refreshFileList(m.flPlaylists);
     if (item.tag == "rotation") {
@@ -319,11 +320,11 @@ void flRotations_Click(core::Console& c) {
     c.activeListName = name;
 }
 
-void flPlaylists_Click(core::Console& c) {
+bool flPlaylists_Click(core::Console& c) {
     auto& m = c.form();
     const auto& files = m.flPlaylists;
     if (files.listIndex < 0 || files.listIndex >= files.listCount()) {
-        return;
+        return false;
     }
     const std::string name = files.items[static_cast<std::size_t>(files.listIndex)].text;
     const std::string path = c.AppFolder + "/Playlist/" + name;
@@ -333,7 +334,7 @@ void flPlaylists_Click(core::Console& c) {
         std::vector<core::clsTrackListing> entries;
         if (media::loadPlaylistFile(c, path, entries) == 0) {
             core::printMessageOnScreen(c, media::noEntriesMessage(path));
-            return;
+            return false;
         }
         c.listMode = -1;
         clearPendingPicks(c);
@@ -375,10 +376,12 @@ void flPlaylists_Click(core::Console& c) {
         loadNextSong(c, 0);
         selectListItem(c, name);
         c.activeListName = name;
+        return true;
     } catch (const std::exception& e) {
         core::logError(
             c, "Error loading playlist " + name + ": " + core::describeFailure(e).description);
     }
+    return false;
 }
 
 void toggleRotationSweeper(core::Console& c, int row) {

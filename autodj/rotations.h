@@ -36,7 +36,9 @@ void showTrackList(core::Console& c);
 // Selections.
 void lstRotationOrList_Click(core::Console& c);
 void flRotations_Click(core::Console& c);
-void flPlaylists_Click(core::Console& c);
+// True when the selected playlist was read and became the running list; a playlist that cannot
+// be read leaves the running list as it was and says why on the message line.
+bool flPlaylists_Click(core::Console& c);
 
 // Edits of the rotation on the grids; each saves the rotation at once under activeListName.
 void toggleRotationSweeper(core::Console& c, int row);

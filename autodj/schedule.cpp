@@ -1,5 +1,7 @@
 #include "autodj/schedule.h"
 
+#include <sys/stat.h>
+
 #include <cmath>
 
 #include "autodj/rotations.h"
@@ -51,6 +53,21 @@ std::string extensionOf(const std::string& value) {
     return dot == std::string::npos ? std::string() : core::toLower(value.substr(dot + 1));
 }
 
+// The hour a date falls in, counted from the dates' day 0.
+std::int64_t hourOf(core::DateValue when) {
+    return static_cast<std::int64_t>(std::floor(when * 24 + 1e-9));
+}
+
+// What tells a changed file: its size and modification time ("" when it is not there).
+std::string fileState(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) {
+        return {};
+    }
+    return std::to_string(st.st_size) + ' ' + std::to_string(st.st_mtim.tv_sec) + '.' +
+           std::to_string(st.st_mtim.tv_nsec);
+}
+
 std::string baseNameOf(const std::string& value) {
     const auto dot = value.rfind('.');
     return dot == std::string::npos ? value : value.substr(0, dot);
@@ -85,7 +102,22 @@ bool checkRotationSchedule(core::Console& c) {
             return true;
         }
         if (selectFile(m.flPlaylists, value)) {
-            flPlaylists_Click(c);
+            const std::int64_t hour = hourOf(now);
+            const std::string file = fileState(c.AppFolder + "/Playlist/" + value);
+            if (value == c.scheduleFailedList && hour == c.scheduleFailedHour &&
+                file == c.scheduleFailedFile) {
+                return false;  // it failed this hour and has not changed since
+            }
+            if (!flPlaylists_Click(c)) {
+                // The message line says why; the running list and the track on the air stay.
+                c.scheduleFailedList = value;
+                c.scheduleFailedHour = hour;
+                c.scheduleFailedFile = file;
+                core::logError(c, "Scheduled playlist " + value +
+                                      " could not be loaded: tried again at the next hour");
+                return false;
+            }
+            c.scheduleFailedList.clear();
             c.tickCalls->startNExt();
             return true;
         }
@@ -94,6 +126,16 @@ bool checkRotationSchedule(core::Console& c) {
                        "Error in checkRotationSchedule: " + core::describeFailure(e).description);
     }
     return false;
+}
+
+void setScheduleEnabled(core::Console& c, bool enabled) {
+    c.form().chkEnableSchedule.value = enabled ? 1 : 0;
+    core::writeIniValue(c, c.appSettingsPath(), "Schedule", "Enabled", enabled ? "1" : "0");
+}
+
+void restoreScheduleEnabled(core::Console& c) {
+    const std::string saved = core::readIni(c, c.appSettingsPath(), "Schedule", "Enabled", "0");
+    c.form().chkEnableSchedule.value = core::val(saved) != 0 ? 1 : 0;
 }
 
 ScheduleCell scheduleCellAt(double x, double y) {

@@ -18,6 +18,12 @@ namespace tw::autodj {
 // True when it switched the running list.
 bool checkRotationSchedule(core::Console& c);
 
+// The tick of chkEnableSchedule is kept in appSettings.ini ("Schedule", "Enabled"), so that an
+// unattended restart resumes the schedule. Every change of the tick goes through here (the
+// operator's press, a list chosen by hand); start-up restores it before its schedule check.
+void setScheduleEnabled(core::Console& c, bool enabled);
+void restoreScheduleEnabled(core::Console& c);
+
 // --- frmSchedule, the grid the operator paints --------------------------------------------
 inline constexpr int kScheduleCellSize = 42;  // cellSize, set when the form loads
 

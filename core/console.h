@@ -34,8 +34,9 @@ namespace tw::broadcast {
 struct CastState;
 }
 namespace tw::media {
+class StreamOpener;
 class WaveformCache;
-}
+}  // namespace tw::media
 namespace tw::reporting {
 struct ReportJob;
 }
@@ -143,6 +144,15 @@ class Console {
     std::string nextSong1, nextSong2, nextSongName1, nextSongName2;
     std::string currentTitle;
     std::string defaultSweeper;
+    // Stream addresses are opened off the console thread: the open under way on each player (its
+    // number, 0 when none), the player whose start waits for its address to answer (0 when
+    // none), the addresses in a row that could not be opened, and the opener itself, made at its
+    // first use.
+    std::uint32_t player1Opening = 0, player2Opening = 0;
+    std::uint32_t opensAsked = 0;
+    std::int16_t startWhenOpened = 0;
+    std::int32_t failedOpens = 0;
+    std::shared_ptr<media::StreamOpener> streamOpener;
     bool micOn = false;
     bool muted = false;
     std::string previewSong;
@@ -228,6 +238,12 @@ class Console {
     TokenReader tokens;    // getToken's kept position
     double lastYield = 0;  // seconds since midnight of the last throttled yield
     std::int32_t lastScheduleDay = 0;
+    // The scheduled playlist that could not be read: its name, the hour of the attempt (hours
+    // since 1899-12-30) and the file's size and time then. The schedule leaves it until the next
+    // hour or until the file changes, instead of trying (and cutting the air) at every poll.
+    std::string scheduleFailedList;
+    std::int64_t scheduleFailedHour = -1;
+    std::string scheduleFailedFile;
 
     // The mode: automatic exactly while cmdAutoManual reads "Automated".
     bool automated() const { return ui.main.cmdAutoManual.caption == kAutomated; }

@@ -138,4 +138,9 @@ std::string token(std::string_view delimiter, int number, std::string_view text,
     return reader.getToken(delimiter, number, text, quotes);
 }
 
+bool isStreamAddress(std::string_view path) {
+    return path.find("http://") != std::string_view::npos ||
+           path.find("https://") != std::string_view::npos;
+}
+
 }  // namespace tw::core

@@ -32,6 +32,10 @@ class TokenReader {
     std::size_t position_ = 0;
 };
 
+// The one rule by which the console tells a stream address from a file: the text "http://" or
+// "https://" in it.
+bool isStreamAddress(std::string_view path);
+
 // One token without kept state (number from 1).
 std::string token(std::string_view delimiter, int number, std::string_view text,
                   std::string_view quotes = "");

@@ -41,8 +41,7 @@ bool playlistPress(core::Console& c, std::string_view name) {
     } else if (name == "cmdPreviewSelected") {
         previewSelected(c);
     } else if (name == "chkEnableSchedule") {
-        auto& box = c.form().chkEnableSchedule;
-        box.value = box.value ? 0 : 1;
+        autodj::setScheduleEnabled(c, c.form().chkEnableSchedule.value == 0);
     } else {
         return false;
     }

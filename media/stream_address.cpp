@@ -8,10 +8,6 @@
 
 namespace tw::media {
 
-bool isStreamAddress(std::string_view path) {
-    return path.find("http://") != std::string_view::npos;
-}
-
 bool fileExists(std::string_view path) {
     if (core::trim(path).empty() || isStreamAddress(path)) {
         return false;

@@ -6,6 +6,7 @@
 #include "core/console_ops.h"
 #include "core/paths.h"
 #include "core/text.h"
+#include "media/stream_opener.h"
 #include "media/stream_time.h"
 #include "media/track_scan.h"
 #include "playout/player_start.h"
@@ -117,6 +118,7 @@ audio::Handle reopen(core::Console& c, int n, const std::string& path) {
     if (stream != 0) {
         c.engine().streamFree(stream);
     }
+    media::openingOn(c, n) = 0;  // an address still being opened for the player is not wanted
     stream = media::openStream(c.engine(), path, 0, 0, audio::kStreamDecode, path);
     return stream;
 }

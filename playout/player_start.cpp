@@ -10,6 +10,7 @@
 #include "core/failure.h"
 #include "core/text.h"
 #include "liveassist/microphone.h"
+#include "media/stream_opener.h"
 #include "media/stream_time.h"
 #include "tags/id3_tag.h"
 
@@ -35,6 +36,10 @@ bool pausedInMixer(audio::Engine& e, audio::Handle stream) {
     return flags != 0xFFFFFFFFu && (flags & audio::kMixerPause) != 0;
 }
 
+bool inMixer(audio::Engine& e, audio::Handle stream) {
+    return stream != 0 && e.mixerChannelFlags(stream, 0, 0) != 0xFFFFFFFFu;
+}
+
 }  // namespace
 
 void startNExt(core::Console& c) {
@@ -49,21 +54,40 @@ void startNExt(core::Console& c) {
         m.cmdPausePlay2.backColor = 0;
 
         int incoming = 0;
-        if (c.activePlayer == 1) {
+        const bool answered = c.startWhenOpened != 0 && c.startWhenOpened == c.activePlayer &&
+                              !media::isOpening(c, c.activePlayer);
+        if (answered) {
+            // The address this start waited for has answered: the start goes on where it
+            // stopped, on the player it flipped to then.
+            incoming = c.activePlayer;
+        } else if (c.activePlayer == 1) {
             incoming = 2;
         } else if (c.activePlayer == 2 || c.activePlayer == 0) {
             incoming = 1;
         } else {
             return;
         }
+        c.startWhenOpened = 0;
         const int outgoing = incoming == 1 ? 2 : 1;
         // The flip comes first: if nothing waits on the incoming player, the next tick's
         // recovery path acts on the other one.
         c.activePlayer = static_cast<std::int16_t>(incoming);
+        if (media::isOpening(c, incoming)) {
+            // Its address has not answered yet. The track on the air plays on, unfaded, until
+            // it does; the answer finishes this start (or, when the address cannot be opened,
+            // the tick's recovery starts the other player).
+            c.startWhenOpened = static_cast<std::int16_t>(incoming);
+            return;
+        }
         const audio::Handle in = incoming == 1 ? c.player1Stream : c.player2Stream;
-        const audio::Handle out = outgoing == 1 ? c.player1Stream : c.player2Stream;
+        audio::Handle out = outgoing == 1 ? c.player1Stream : c.player2Stream;
         if (in == 0) {
             return;
+        }
+        // While the address was being opened the other player may have been loaded with the
+        // next row: only a track still in the mix is the outgoing one.
+        if (answered && !inMixer(e, out)) {
+            out = 0;
         }
         const media::cbass_time t(e);
         // Items of a minute or less (jingles) run out at full level under the next track. The

@@ -8,6 +8,7 @@
 #include "core/failure.h"
 #include "core/format.h"
 #include "core/text.h"
+#include "media/stream_opener.h"
 #include "media/stream_time.h"
 #include "playout/progress_bars.h"
 #include "playout/stream_title.h"
@@ -59,6 +60,11 @@ std::string sweeperFile(core::Console& c, const core::CueRecord& cue) {
 
 // Stages 4 and 5: what the tick does for player n.
 void transport(core::Console& c, const media::cbass_time& t, int n, float pos, float timeLeft) {
+    if (media::isOpening(c, n)) {
+        // Its address is still being opened: a start waits for it, and neither rule nor the
+        // recovery path may act on a stream that is not there yet.
+        return;
+    }
     const audio::Handle stream = n == 1 ? c.player1Stream : c.player2Stream;
     const audio::Handle waiting = n == 1 ? c.player2Stream : c.player1Stream;
     core::CueRecord& cue = n == 1 ? c.cueRecord1 : c.cueRecord2;

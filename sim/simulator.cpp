@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -16,6 +17,7 @@
 #include "autodj/rotations.h"
 #include "core/text.h"
 #include "desk/actions.h"
+#include "media/stream_opener.h"
 #include "sim/console_json.h"
 #include "station/console_assembly.h"
 #include "station/startup.h"
@@ -44,6 +46,8 @@ bool parseNumber(const std::string& s, double& out) {
 constexpr std::size_t kBlockFrames = 4096;
 constexpr std::uint32_t kRate = 44100;
 constexpr std::uint16_t kChannels = 2;
+// Longer than any open of a stream address lasts (the engine gives up after 3 s).
+constexpr auto kOpenWait = std::chrono::seconds(10);
 
 // A 16-bit PCM WAV file at 44100 Hz stereo, written as the samples come; the sizes in its header
 // are filled in by finish().
@@ -127,9 +131,18 @@ std::function<void(std::int64_t)> offlineRenderer(std::function<bool(std::size_t
 Simulator::Simulator(std::string station, core::DateValue start,
                      std::unique_ptr<audio::Engine> engine,
                      std::function<void(std::int64_t)> render)
-    : clock_(start), loop_(clock_), engine_(std::move(engine)) {
+    : clock_(start), loop_(clock_), engine_(std::move(engine)), render_(std::move(render)) {
     settings_.addPrivateFileName("appSettings.ini");
-    loop_.beforeStep = std::move(render);
+    loop_.beforeStep = [this](std::int64_t micros) {
+        // An address being opened takes no virtual time: the clock waits for the network's
+        // answer, as it waited when the open held the console.
+        if (console_ && console_->streamOpener) {
+            console_->streamOpener->waitForAnswers(kOpenWait);
+        }
+        if (render_) {
+            render_(micros);
+        }
+    };
     loop_.wrapEvent = [this](const std::function<void()>& fn) {
         core::EventScope event(settings_);
         fn();
@@ -144,7 +157,7 @@ Simulator::Simulator(std::string station, core::DateValue start,
                 std::unique_ptr<audio::Engine>(offlineEngine.release())) {
     mix_ = static_cast<audio::MixEngine*>(engine_.get());
     busBlock_.resize(kBlockFrames * kChannels);
-    loop_.beforeStep = offlineRenderer([this](std::size_t frames) {
+    render_ = offlineRenderer([this](std::size_t frames) {
         renderMix(frames);
         return true;
     });

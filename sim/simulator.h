@@ -97,6 +97,7 @@ class Simulator {
     ScriptedPrompter prompter_;
     core::DesktopTrash trash_;
     std::unique_ptr<audio::Engine> engine_;
+    std::function<void(std::int64_t)> render_;  // advances the engine by virtual time
     std::unique_ptr<core::Console> console_;
     audio::MixEngine* mix_ = nullptr;  // the engine above when it renders offline
     std::vector<float> busBlock_;      // one block of the mixer's output

@@ -118,6 +118,8 @@ void Form_Load(core::Console& c) {
         });
         c.tmrCheckPositionBool = true;
 
+        // The schedule's tick as it was left, before the first load asks the schedule.
+        autodj::restoreScheduleEnabled(c);
         logError(c, "TarnWave Starting Before Firstload");
         firstLoad(c);
         logError(c, "TarnWave Started");

@@ -1,5 +1,7 @@
 #include "tags/tag_reader.h"
 
+#include "core/paths.h"
+
 namespace tw::tags {
 
 void readTags(TagFields& fields, const std::string& path, ReadDepth depth) {
@@ -8,7 +10,7 @@ void readTags(TagFields& fields, const std::string& path, ReadDepth depth) {
         fields.audio = AudioState{};
     }
     // A stream address is no file: the console shows it where the artist would stand.
-    if (path.find("http://") != std::string::npos) {
+    if (core::isStreamAddress(path)) {
         fields[Field::Artist] = path;
         return;
     }

@@ -94,18 +94,23 @@ long residentKb() {
 
 namespace {
 
-std::unique_ptr<audio::MixEngine> offlineEngine(const std::string& mic) {
+std::unique_ptr<audio::MixEngine> offlineEngine(
+    const std::string& mic, const std::function<void(audio::MixEngine&)>& prepare) {
     auto engine = std::make_unique<audio::MixEngine>(audio::EngineMode::Offline);
     if (!mic.empty()) {
         engine->useCapture(audio::simulatedCapture(mic));
+    }
+    if (prepare) {
+        prepare(*engine);
     }
     return engine;
 }
 
 }  // namespace
 
-StationRun::StationRun(const std::string& station, core::DateValue start, const std::string& mic)
-    : sim_(station, start, offlineEngine(mic)) {
+StationRun::StationRun(const std::string& station, core::DateValue start, const std::string& mic,
+                       const std::function<void(audio::MixEngine&)>& prepare)
+    : sim_(station, start, offlineEngine(mic, prepare)) {
     sim_.setBusSink([this](const float* bus, std::size_t frames) { onBus(bus, frames); });
 }
 

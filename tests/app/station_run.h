@@ -7,9 +7,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "audio/mix_engine.h"
 #include "core/dates.h"
 #include "sim/simulator.h"
 #include "tests/testlib/temp_dir.h"
@@ -55,8 +57,10 @@ struct SilenceStretch {
 
 class StationRun {
   public:
-    // `mic`, when given, is the file the simulated microphone plays.
-    StationRun(const std::string& station, core::DateValue start, const std::string& mic = {});
+    // `mic`, when given, is the file the simulated microphone plays; `prepare`, when given, sets
+    // the engine up before the console gets it.
+    StationRun(const std::string& station, core::DateValue start, const std::string& mic = {},
+               const std::function<void(audio::MixEngine&)>& prepare = {});
 
     sim::Simulator& sim() { return sim_; }
     // The home the run has to itself: the simulator's desktop trash is in it.

@@ -3,12 +3,16 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <openssl/ssl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
 
 namespace tw::audio::test {
 
@@ -80,24 +84,102 @@ std::string IcyServer::compose(std::size_t& holdPos) const {
     return out;
 }
 
+namespace {
+
+// One accepted connection, in the clear or over TLS.
+class Connection {
+  public:
+    Connection(int fd, const IcyServer::Answer& a) : fd_(fd) {
+        if (a.certificate.empty()) {
+            return;
+        }
+        ctx_ = SSL_CTX_new(TLS_server_method());
+        if (!ctx_ ||
+            SSL_CTX_use_certificate_file(ctx_, a.certificate.c_str(), SSL_FILETYPE_PEM) != 1 ||
+            SSL_CTX_use_PrivateKey_file(ctx_, a.key.c_str(), SSL_FILETYPE_PEM) != 1) {
+            ADD_FAILURE() << "the test's certificate cannot be used";
+            broken_ = true;
+            return;
+        }
+        ssl_ = SSL_new(ctx_);
+        SSL_set_fd(ssl_, fd_);
+        // A client that refuses the certificate ends the handshake: nothing more is served.
+        broken_ = SSL_accept(ssl_) != 1;
+    }
+    ~Connection() {
+        if (ssl_) {
+            if (!broken_) {
+                SSL_shutdown(ssl_);
+            }
+            SSL_free(ssl_);
+        }
+        if (ctx_) {
+            SSL_CTX_free(ctx_);
+        }
+        ::close(fd_);
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    bool broken() const { return broken_; }
+    ssize_t receive(char* buf, std::size_t size) {
+        return ssl_ ? SSL_read(ssl_, buf, static_cast<int>(size)) : ::recv(fd_, buf, size, 0);
+    }
+    ssize_t send(const char* data, std::size_t size) {
+        return ssl_ ? SSL_write(ssl_, data, static_cast<int>(size))
+                    : ::send(fd_, data, size, MSG_NOSIGNAL);
+    }
+
+  private:
+    int fd_;
+    SSL_CTX* ctx_ = nullptr;
+    SSL* ssl_ = nullptr;
+    bool broken_ = false;
+};
+
+}  // namespace
+
+bool makeLoopbackCertificate(const std::filesystem::path& dir, std::string& certificate,
+                             std::string& key) {
+    certificate = (dir / "cert.pem").string();
+    key = (dir / "key.pem").string();
+    const std::string cmd =
+        "openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj "
+        "/CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 -keyout '" +
+        key + "' -out '" + certificate + "' > /dev/null 2>&1";
+    return std::system(cmd.c_str()) == 0;
+}
+
 void IcyServer::serve() {
+    // A client that goes away mid-write must not end the test program: the write fails instead.
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
     pollfd p{listener_, POLLIN, 0};
     if (::poll(&p, 1, 10000) != 1) {
         return;
     }
-    const int fd = ::accept(listener_, nullptr, nullptr);
+    Connection connection(::accept(listener_, nullptr, nullptr), answer_);
+    if (connection.broken()) {
+        return;
+    }
     std::string request;
     char buf[2048];
     while (request.find("\r\n\r\n") == std::string::npos) {
-        const ssize_t n = ::recv(fd, buf, sizeof buf, 0);
+        const ssize_t n = connection.receive(buf, sizeof buf);
         if (n <= 0) {
             break;
         }
         request.append(buf, static_cast<std::size_t>(n));
     }
     {
-        std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
         request_ = request;
+        if (answer_.silent) {
+            cv_.wait(lock, [&] { return released_; });
+            return;
+        }
     }
     std::size_t holdPos = kNever;
     const std::string out = compose(holdPos);
@@ -117,13 +199,12 @@ void IcyServer::serve() {
             std::unique_lock lock(mutex_);
             cv_.wait(lock, [&] { return released_; });
         }
-        const ssize_t n = ::send(fd, out.data() + sent, chunk, MSG_NOSIGNAL);
+        const ssize_t n = connection.send(out.data() + sent, chunk);
         if (n <= 0) {
             break;
         }
         sent += static_cast<std::size_t>(n);
     }
-    ::close(fd);
 }
 
 }  // namespace tw::audio::test

@@ -1,10 +1,12 @@
 #pragma once
 // A stream address for the tests: a server on the loopback interface that answers one request as
 // a station does, with the body the test gives and, if asked, ICY metadata blocks carrying titles.
-// It can hold the answer at a point (the network stalls) or close there (the station goes away).
+// It can hold the answer at a point (the network stalls) or close there (the station goes away),
+// or never answer at all.
 
 #include <condition_variable>
 #include <cstddef>
+#include <filesystem>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -31,6 +33,13 @@ class IcyServer {
         bool closeAtHold = false;
         // When set, the answer goes out at that pace, as a live station sends it.
         std::size_t bytesPerSecond = 0;
+        // A station that takes the connection and the request and then says nothing at all, not
+        // even its status line, until release().
+        bool silent = false;
+        // When both are set the station answers over TLS with this certificate and key (PEM
+        // files), at an https:// address.
+        std::string certificate{};
+        std::string key{};
     };
 
     explicit IcyServer(Answer answer);
@@ -38,7 +47,10 @@ class IcyServer {
     IcyServer(const IcyServer&) = delete;
     IcyServer& operator=(const IcyServer&) = delete;
 
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_) + "/live"; }
+    std::string url() const {
+        return (answer_.certificate.empty() ? "http://" : "https://") + std::string("127.0.0.1:") +
+               std::to_string(port_) + "/live";
+    }
     // The request as it came; complete once the answer has started.
     std::string request() const;
     void release();
@@ -60,5 +72,10 @@ class IcyServer {
 
 // A metadata block as a station pads it: the length byte, the text, NULs to a multiple of 16.
 std::string icyBlock(const std::string& text);
+
+// A self-signed certificate for 127.0.0.1 and its key, made by the openssl program in `dir`
+// (cert.pem, key.pem); false when it could not be made.
+bool makeLoopbackCertificate(const std::filesystem::path& dir, std::string& certificate,
+                             std::string& key);
 
 }  // namespace tw::audio::test

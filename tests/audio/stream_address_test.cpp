@@ -129,6 +129,49 @@ TEST_F(AudioStreamAddressTest, TheTitleIsTheLatestOneTheStationSent) {
     EXPECT_EQ(engine.streamGetTitle(h), "");
 }
 
+// --- secure addresses ------------------------------------------------------------------------
+
+// A station over TLS with a certificate of the test's own. The engine verifies it as any other:
+// it trusts it only where the test tells it to.
+class AudioSecureStreamTest : public AudioStreamAddressTest {
+  protected:
+    void SetUp() override {
+        AudioStreamAddressTest::SetUp();
+        ASSERT_TRUE(makeLoopbackCertificate(dir.path(), certificate, key));
+    }
+    IcyServer::Answer secureAnswer() {
+        IcyServer::Answer a;
+        a.body = encodedTone(dir.path(), Codec::Mp3);
+        a.metaInterval = 4000;
+        a.titles = {"StreamTitle='Secure title';"};
+        a.certificate = certificate;
+        a.key = key;
+        return a;
+    }
+    std::string certificate, key;
+};
+
+TEST_F(AudioSecureStreamTest, ASecureAddressPlaysWithItsTitle) {
+    engine.trustCertificates(certificate);
+    IcyServer server(secureAnswer());
+    ASSERT_EQ(server.url().rfind("https://", 0), 0u);
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    const auto out = render(44100 * 2);
+    expectTone(out, 0.1, 2.0);
+    EXPECT_EQ(engine.streamGetTitle(h), "Secure title");
+}
+
+TEST_F(AudioSecureStreamTest, ACertificateNobodyVouchesForIsRefused) {
+    IcyServer server(secureAnswer());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(engine.streamCreateUrl(server.url(), 0, kStreamDecode), 0u);
+    EXPECT_NE(engine.errorGetCode(), kOk);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3500));
+    EXPECT_EQ(server.request(), "") << "nothing was asked of a station that could not be trusted";
+}
+
 TEST_F(AudioStreamAddressTest, OnlyAStreamAddressHasATitle) {
     const Handle file = wavStream(sine(44100, 2, 440.0, 0.5, 4410), "tone.wav");
     EXPECT_EQ(engine.streamGetTitle(file), "");
@@ -293,6 +336,40 @@ TEST_P(AudioStreamEndTest, AServerThatStopsSendingStallsTheStreamUntilItGoesOn) 
     EXPECT_EQ(engine.channelIsActive(h), kStopped);
     EXPECT_GT(engine.channelGetPosition(h), stalledAt + 44100 * 4);
     expectTone(out, 0.1, 1.0);  // it goes on once the data comes
+}
+
+TEST_P(AudioStreamEndTest, AServerThatSendsNothingForTenSecondsEndsTheStream) {
+    const std::string tone = body();
+    // About 1.2 s of the tone, then the connection stays open and nothing more comes.
+    IcyServer server({.body = tone,
+                      .contentType = GetParam() == Codec::Aac ? "audio/aac" : "audio/mpeg",
+                      .metaInterval = 4000,
+                      .holdAt = tone.size() * 2 / 5});
+    const Handle h = engine.streamCreateUrl(server.url(), 0, kStreamDecode);
+    ASSERT_NE(h, 0u) << engine.errorGetCode();
+    int ends = 0;
+    engine.channelSetSync(h, kSyncEnd, 0, [&](Handle, Handle, std::uint32_t) { ++ends; });
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    // The engine's own time: the audio it has mixed since the stream went in.
+    double endedAt = -1;
+    for (int tenth = 1; tenth <= 130 && endedAt < 0; ++tenth) {
+        render(4410);
+        if (ends > 0) {
+            endedAt = tenth / 10.0;
+        }
+        if (tenth == 95) {
+            EXPECT_EQ(engine.channelIsActive(h), kStalled) << "it waits a while for the station";
+        }
+    }
+    const double played = engine.channelBytes2Seconds(h, engine.channelGetPosition(h));
+    EXPECT_GT(played, 1.0);
+    EXPECT_LT(played, 1.4);
+    ASSERT_GT(endedAt, 0) << "the stream waits for ever for a station that sends nothing";
+    // Nothing came after the first 1.2 s: the stream ends 10 s after the decoder ran out of it.
+    EXPECT_GE(endedAt, 10.0);
+    EXPECT_LE(endedAt, played + 10.5);
+    EXPECT_EQ(engine.channelIsActive(h), kStopped);
+    EXPECT_EQ(ends, 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Codecs, AudioStreamEndTest, ::testing::Values(Codec::Mp3, Codec::Aac),

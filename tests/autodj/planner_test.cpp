@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <set>
+#include <thread>
 
 #include "autodj/rotations.h"
 #include "core/console_ops.h"
@@ -195,6 +197,12 @@ TEST_F(PlannerTest, AStreamAddressRowGoesOnThePlayerWithTheBlankArtistOfAStream)
     EXPECT_EQ(c().form().lblplayer1.caption2, "");
     for (const auto& line : c().form().lblplayer1.drawing.texts) {
         EXPECT_EQ(line.text, "") << "nothing of the address is printed on the player";
+    }
+    // The address is opened off the console thread: its answer comes back as a posted event.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (engine.count("streamCreateUrl http://127.0.0.1:9/stream") == 0 &&
+           std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     EXPECT_EQ(engine.count("streamCreateUrl http://127.0.0.1:9/stream"), 1);
 }

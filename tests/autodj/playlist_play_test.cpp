@@ -88,15 +88,25 @@ TEST_F(PlaylistPlayTest, AMissingFileStaysInTheListMarkedAndWithNoLength) {
     EXPECT_EQ(c().trackList[1].trackLength, "0");
 }
 
-TEST_F(PlaylistPlayTest, AStreamAddressRowIsKeptWithoutALength) {
-    choose("radio.pls",
-           "[playlist]\nFile1=http://127.0.0.1:9/live\nFile2=" + a + "\nNumberOfEntries=1\n");
+class PlaylistAddressRowTest : public PlaylistPlayTest,
+                               public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(PlaylistAddressRowTest, AStreamAddressRowIsKeptWithoutALength) {
+    const std::string url = GetParam();
+    choose("radio.pls", "[playlist]\nFile1=" + url + "\nFile2=" + a + "\nNumberOfEntries=1\n");
     auto& grid = c().form().lstPlaylist;
     ASSERT_EQ(grid.rowCount(), 2);
-    EXPECT_EQ(grid.rows[0].cells[1], "http://127.0.0.1:9/live");
+    EXPECT_EQ(grid.rows[0].cells[1], url);
     EXPECT_EQ(grid.rows[0].cells[2], "");
     EXPECT_TRUE(c().trackList[0].trackIsURL);
+    EXPECT_EQ(c().nextSong1, url) << "the address is loaded on the player";
 }
+
+INSTANTIATE_TEST_SUITE_P(Schemes, PlaylistAddressRowTest,
+                         ::testing::Values("http://127.0.0.1:9/live", "https://127.0.0.1:9/live"),
+                         [](const ::testing::TestParamInfo<const char*>& info) {
+                             return std::string(info.index == 0 ? "Http" : "Https");
+                         });
 
 TEST_F(PlaylistPlayTest, AMalformedPlaylistShowsWhyAndLeavesTheRunningListAsItWas) {
     choose("good.pls", "[playlist]\nFile1=" + a + "\nFile2=" + b + "\nNumberOfEntries=1\n");

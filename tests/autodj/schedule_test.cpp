@@ -173,6 +173,61 @@ TEST_F(ScheduleTest, AListThatIsNotThereIsPassedOverSilentlyAtEveryCheck) {
     EXPECT_EQ(c().activeListName, "");
 }
 
+TEST_F(ScheduleTest, AScheduledPlaylistThatCannotBeReadIsTriedOncePerHourWithOneMessage) {
+    schedule(2, 9, "Morning.rot");
+    at(2, 9, 0);
+    ASSERT_TRUE(checkRotationSchedule(c()));
+    c().activePlayer = 1;  // a track of it is on the air
+    const int starts = tick->count("startNExt");
+    writeFile(dir / "Playlist" / "Broken.pls", "this is no playlist\n");
+    core::refreshFileList(c().form().flPlaylists);
+    schedule(2, 10, "Broken.pls");
+    schedule(2, 11, "Broken.pls");
+    const auto attempts = [this] {
+        int n = 0;
+        for (const auto& line : logTexts()) {
+            n += line.find("Broken.pls") != std::string::npos;
+        }
+        return n;
+    };
+    const auto shown = [this] {
+        for (const auto& t : c().form().frmTarnDesk.drawing.texts) {
+            if (t.text.find("Broken.pls could not be loaded") != std::string::npos) {
+                return true;
+            }
+        }
+        return false;
+    };
+    // Polls every six seconds through the hour: one attempt, one message, and the track on the
+    // air is never cut.
+    at(2, 10, 0);
+    EXPECT_FALSE(checkRotationSchedule(c()));
+    EXPECT_TRUE(shown());
+    c().form().frmTarnDesk.drawing.clear();
+    for (int second = 6; second < 3600; second += 6) {
+        clock.set(core::dateSerial(2026, 11, 23) + core::timeSerial(10, 0, 0) + second / 86400.0);
+        EXPECT_FALSE(checkRotationSchedule(c()));
+    }
+    EXPECT_EQ(tick->count("startNExt"), starts) << "the air was cut at the polls";
+    EXPECT_FALSE(shown()) << "the message came again within the hour";
+    EXPECT_EQ(attempts(), 1);
+    EXPECT_EQ(c().activeListName, "Morning.rot");
+    // The next hour tries once more.
+    at(2, 11, 0);
+    EXPECT_FALSE(checkRotationSchedule(c()));
+    EXPECT_TRUE(shown());
+    EXPECT_EQ(attempts(), 2);
+    at(2, 11, 1);
+    EXPECT_FALSE(checkRotationSchedule(c()));
+    EXPECT_EQ(attempts(), 2);
+    // A file put right is taken at the next poll, within the hour.
+    writeFile(dir / "Playlist" / "Broken.pls", "[playlist]\nFile1=" + b + "\nNumberOfEntries=0\n");
+    at(2, 11, 2);
+    EXPECT_TRUE(checkRotationSchedule(c()));
+    EXPECT_EQ(c().activeListName, "Broken.pls");
+    EXPECT_EQ(tick->count("startNExt"), starts + 1);
+}
+
 TEST_F(ScheduleTest, WithoutTheFileTheScheduleIsEmpty) {
     at(2, 9, 0);
     EXPECT_FALSE(checkRotationSchedule(c()));

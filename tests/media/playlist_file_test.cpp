@@ -64,16 +64,25 @@ TEST_F(PlaylistFileTest, AFileWithNoCountLineLoadsFile1AndFile2AtMost) {
     EXPECT_EQ(tracks[1].trackPath, "/m/b.mp3");
 }
 
-TEST_F(PlaylistFileTest, AnAddressEntryIsNeverTestedForExistenceAndIsNamedByItself) {
-    const auto path =
-        pls("radio.pls", "[playlist]\nfile1=http://127.0.0.1:1/live\nNumberOfEntries=0\n");
+class PlaylistAddressTest : public PlaylistFileTest,
+                            public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(PlaylistAddressTest, AnAddressEntryIsNeverTestedForExistenceAndIsNamedByItself) {
+    const std::string url = GetParam();
+    const auto path = pls("radio.pls", "[playlist]\nfile1=" + url + "\nNumberOfEntries=0\n");
     ASSERT_EQ(loadPlaylistFile(*console, path, tracks), 1);
     EXPECT_TRUE(tracks[0].trackIsURL);
-    EXPECT_EQ(tracks[0].trackName, "http://127.0.0.1:1/live");
-    EXPECT_EQ(tracks[0].trackPath, "http://127.0.0.1:1/live");
+    EXPECT_EQ(tracks[0].trackName, url);
+    EXPECT_EQ(tracks[0].trackPath, url);
     EXPECT_FALSE(fileIsThere(tracks[0].trackPath));
     EXPECT_EQ(engine.count("streamCreate"), 0);  // nothing was opened to test it
 }
+
+INSTANTIATE_TEST_SUITE_P(Schemes, PlaylistAddressTest,
+                         ::testing::Values("http://127.0.0.1:1/live", "https://127.0.0.1:1/live"),
+                         [](const ::testing::TestParamInfo<const char*>& info) {
+                             return std::string(info.index == 0 ? "Http" : "Https");
+                         });
 
 TEST_F(PlaylistFileTest, AnEmptyPathGivesZero) {
     EXPECT_EQ(loadPlaylistFile(*console, "", tracks), 0);

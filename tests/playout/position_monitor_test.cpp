@@ -263,6 +263,20 @@ TEST_F(PositionMonitorTest, AStaleHandleReadsAsStoppedAndTheRecoveryPathRuns) {
     EXPECT_EQ(tick->calls, (std::vector<std::string>{"startNExt", "loadNextSong 0"}));
 }
 
+TEST_F(PositionMonitorTest, APlayerWhoseAddressIsStillOpeningWaitsForIt) {
+    // A start flipped to player 2 while its address was being opened: no stream there yet.
+    load(1, 100, 50);
+    c().activePlayer = 2;
+    c().player2Opening = 7;
+    c().startWhenOpened = 2;
+    ticks(3);
+    EXPECT_TRUE(tick->calls.empty()) << "the recovery path threw the address away";
+    c().player2Opening = 0;  // it failed: the recovery path takes over
+    c().startWhenOpened = 0;
+    tickOnce();
+    EXPECT_EQ(tick->calls, (std::vector<std::string>{"startNExt", "loadNextSong 0"}));
+}
+
 TEST_F(PositionMonitorTest, StageFiveActsOnTheNewPlayerInTheSameTick) {
     // Both players empty in automatic mode: each stage starts in turn, every tick.
     c().activePlayer = 1;

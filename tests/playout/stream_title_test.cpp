@@ -40,5 +40,12 @@ TEST_F(StreamTitleTest, AStreamWithoutATitleOrAFileOnTheAirLeavesTheLabel) {
     EXPECT_EQ(console->form().lblPlayer2.caption, "as loaded");
 }
 
+TEST_F(StreamTitleTest, ASecureAddressAnnouncesItsTitleToo) {
+    console->nextSong2 = "https://127.0.0.1:8443/live";
+    engine.titles[console->player2Stream] = "Band - Song";
+    showStreamTitle(*console);
+    EXPECT_EQ(console->form().lblPlayer2.caption, "Band - Song");
+}
+
 }  // namespace
 }  // namespace tw::playout

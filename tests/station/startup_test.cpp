@@ -5,8 +5,11 @@
 #include <filesystem>
 #include <regex>
 
+#include "autodj/rotation_file.h"
 #include "core/console_ops.h"
+#include "desk/actions.h"
 #include "liveassist/settings_panel.h"
+#include "tests/tags/tag_test_util.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::core {
@@ -179,6 +182,83 @@ TEST_F(StartupTest, RotationListWithAnEmptyFirstRotationPlaysNothing) {
     EXPECT_TRUE(c.form().lstRotation.rows.empty());
     EXPECT_EQ(c.activePlayer, 0);
     EXPECT_EQ(traceTexts(appLogLines()).back(), "TarnWave Started");
+}
+
+// A station of one track and two rotations over it; the schedule names the second for the hour
+// the console starts in (Sunday, 10 o'clock).
+class ScheduleRestartTest : public StartupTest {
+  protected:
+    ScheduleRestartTest() {
+        const fs::path track = dir / "Music" / "Rock" / "a.mp3";
+        writeFile(track, test::id3Tag(3, test::textFrame("TIT2", "Bicycle", 3) +
+                                             test::textFrame("TPE1", "Queen", 3)) +
+                             test::mpegFrames(4));
+        engine.fileSeconds[track.string()] = 200;
+        writeFile(dir / "Rotations" / "Alpha.rot", autodj::encodeRotationRecord("Rock", false));
+        writeFile(dir / "Rotations" / "Beta.rot", autodj::encodeRotationRecord("Rock", false));
+        writeFile(dir / "rotationSchedule.ini", "[1]\n10=Beta.rot\n");
+    }
+    // Closes the console and starts it again on the same folder, as an unattended restart does.
+    Console& restart() {
+        Form_Unload(*console);
+        console.reset();
+        Console& c = make();
+        Form_Load(c);
+        return c;
+    }
+    void operatorPresses(const std::string& element) {
+        EventScope event(settings);
+        ASSERT_TRUE(desk::press(*console, element));
+    }
+};
+
+TEST_F(ScheduleRestartTest, TheTickIsKeptAndARestartResumesTheSchedule) {
+    Console& c = make();
+    Form_Load(c);
+    EXPECT_EQ(c.activeListName, "Alpha.rot") << "without the tick the first rotation runs";
+    operatorPresses("chkEnableSchedule");
+    ASSERT_EQ(c.form().chkEnableSchedule.value, 1);
+    const std::string saved = readFile(appSettingsFile());
+    EXPECT_NE(saved.find("[Schedule]"), std::string::npos) << saved;
+    EXPECT_NE(saved.find("Enabled=1"), std::string::npos) << saved;
+    Console& again = restart();
+    EXPECT_EQ(again.form().chkEnableSchedule.value, 1);
+    EXPECT_EQ(again.activeListName, "Beta.rot")
+        << "the start-up's schedule check ran with the tick";
+}
+
+TEST_F(ScheduleRestartTest, TheTickTakenOffStaysOffAfterARestart) {
+    writeFile(dir / "appSettings.ini", "[Schedule]\nEnabled=1\n");
+    Console& c = make();
+    Form_Load(c);
+    ASSERT_EQ(c.form().chkEnableSchedule.value, 1);
+    EXPECT_EQ(c.activeListName, "Beta.rot");
+    operatorPresses("chkEnableSchedule");
+    ASSERT_EQ(c.form().chkEnableSchedule.value, 0);
+    EXPECT_NE(readFile(appSettingsFile()).find("Enabled=0"), std::string::npos);
+    Console& again = restart();
+    EXPECT_EQ(again.form().chkEnableSchedule.value, 0);
+    EXPECT_EQ(again.activeListName, "Alpha.rot");
+}
+
+TEST_F(ScheduleRestartTest, AListChosenByHandTakesTheTickOffForTheNextStartToo) {
+    writeFile(dir / "appSettings.ini", "[Schedule]\nEnabled=1\n");
+    Console& c = make();
+    Form_Load(c);
+    ASSERT_EQ(c.form().chkEnableSchedule.value, 1);
+    {
+        EventScope event(settings);
+        const auto& items = c.form().lstRotationOrList.items;
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            if (items[i].text == "Alpha.rot") {
+                desk::select(c, "lstRotationOrList", static_cast<int>(i));
+            }
+        }
+    }
+    ASSERT_EQ(c.form().chkEnableSchedule.value, 0);
+    Console& again = restart();
+    EXPECT_EQ(again.form().chkEnableSchedule.value, 0);
+    EXPECT_EQ(again.activeListName, "Alpha.rot");
 }
 
 TEST_F(StartupTest, CategoriesWithoutAnyRotationFileStopAtTheFirstLoad) {

@@ -40,6 +40,9 @@ int FakeEngine::count(const std::string& prefix) const {
     for (const auto& c : calls) {
         n += c.rfind(prefix, 0) == 0;
     }
+    for (const auto& c : urlCallsNow()) {
+        n += c.rfind(prefix, 0) == 0;
+    }
     return n;
 }
 
@@ -110,9 +113,12 @@ audio::Handle FakeEngine::streamCreateFile(const std::string& path, std::uint64_
 }
 
 audio::Handle FakeEngine::streamCreateUrl(const std::string& url, std::uint32_t, std::uint32_t) {
-    if (recordCalls)
-        calls.push_back("streamCreateUrl " + url);
-    return fail(0);
+    if (recordCalls) {
+        std::lock_guard lock(urlMutex);
+        urlCalls.push_back("streamCreateUrl " + url);
+    }
+    const audio::Handle h = urlAnswer ? urlAnswer(url) : 0;
+    return h != 0 ? h : fail(audio::Handle{0});
 }
 
 std::string FakeEngine::streamGetTitle(audio::Handle h) {

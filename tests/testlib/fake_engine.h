@@ -3,6 +3,7 @@
 // levels of channels, and records every call the console makes. Handles it does not know behave
 // as stale handles do: stopped, length -1, position 0, failure.
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -65,7 +66,7 @@ class FakeEngine final : public audio::Engine {
     bool getOutputDeviceName(int device, std::string& name) override;
     bool setStudioDevice(int device) override;
     std::uint32_t fxGetVersion() override { return 0x02040000; }
-    int errorGetCode() override { return lastError_; }
+    int errorGetCode() override { return lastError_.load(); }
 
     audio::Handle streamCreateFile(const std::string& path, std::uint64_t, std::uint64_t,
                                    std::uint32_t flags) override;
@@ -73,7 +74,17 @@ class FakeEngine final : public audio::Engine {
                                      std::uint64_t, std::uint64_t, std::uint32_t) override {
         return fail(0);
     }
+    // Stream addresses. The console opens them on threads of their own, so streamCreateUrl may be
+    // called from any thread: it touches nothing but urlAnswer and the record of URL calls (under
+    // urlMutex, counted by count() with the other calls). urlAnswer runs on the calling thread;
+    // a handle it gives must be a channel the test made beforehand on its own thread
+    // (addStream). Without an answer every address fails to open.
     audio::Handle streamCreateUrl(const std::string& url, std::uint32_t, std::uint32_t) override;
+    std::function<audio::Handle(const std::string& url)> urlAnswer;
+    std::vector<std::string> urlCallsNow() const {
+        std::lock_guard lock(urlMutex);
+        return urlCalls;
+    }
     bool streamFree(audio::Handle h) override;
     // The titles stream addresses announce, by handle; set by the test before the console asks.
     std::map<audio::Handle, std::string> titles;
@@ -197,7 +208,9 @@ class FakeEngine final : public audio::Engine {
     };
     std::map<audio::Handle, Sync> syncs_;
     audio::Handle next_ = 100;
-    int lastError_ = 0;
+    std::atomic<int> lastError_{0};  // an address's open sets it on its own thread
+    mutable std::mutex urlMutex;
+    std::vector<std::string> urlCalls;  // "streamCreateUrl URL", under urlMutex
 };
 
 }  // namespace tw::test
