@@ -44,6 +44,9 @@ namespace tw::liveassist {
 class SpeechVoice;
 struct SampleBank;
 }  // namespace tw::liveassist
+namespace tw::playout {
+class DeadAirAlarm;
+}
 
 namespace tw::core {
 
@@ -165,6 +168,7 @@ class Console {
     std::int32_t silenceTicks = 0;
     std::int32_t statsTicks = 0;
     std::int32_t flashTicks = 0;
+    std::uint32_t mixLevel = 0;  // the mix's level word as the tick last read it
     std::int32_t barScale = 0;
     float formScale = 1.0f;
     float timeLeft1 = 0, timeLeft2 = 0;  // keep their last value on a tick that skips them
@@ -233,6 +237,8 @@ class Console {
     std::shared_ptr<liveassist::SpeechVoice> voice;
     // The sampler's ten buttons as appSettings.ini holds them; made at the first load.
     std::shared_ptr<liveassist::SampleBank> samples;
+    // The dead-air alarm's memory of the mix's silence; made at the tick's first look.
+    std::shared_ptr<playout::DeadAirAlarm> deadAir;
 
     // --- helpers with state ----------------------------------------------------------------
     TokenReader tokens;    // getToken's kept position

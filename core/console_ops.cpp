@@ -33,6 +33,24 @@ void appendLine(const std::string& path, const std::string& line) {
     ::close(fd);
 }
 
+// A log that has reached its size moves aside as .1, the older ones one number up, the fifth
+// dropped: weeks of failures or engine figures never fill the disk. A rename that fails leaves
+// the log to grow; nothing about it stops the line being written.
+void rotateWhenFull(const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    const auto size = fs::file_size(path, ec);
+    if (ec || size < kAppLogLimit) {
+        return;
+    }
+    const auto kept = [&path](int n) { return path + "." + std::to_string(n); };
+    fs::remove(kept(kAppLogsKept), ec);
+    for (int n = kAppLogsKept - 1; n >= 1; --n) {
+        fs::rename(kept(n), kept(n + 1), ec);
+    }
+    fs::rename(path, kept(1), ec);
+}
+
 bool matchesPattern(const std::string& name, const std::string& pattern) {
     if (pattern.empty() || pattern == "*" || pattern == "*.*") {
         return true;
@@ -83,6 +101,7 @@ void showCastError(Console& c, const std::string& message) {
 
 void logError(Console& c, const std::string& theError) {
     try {
+        rotateWhenFull(c.appLogPath());
         appendLine(c.appLogPath(), "#Time:" + generalDate(c.now()) + theError + "#\n");
     } catch (...) {
         // A log that cannot be written never stops the console.

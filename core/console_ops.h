@@ -4,6 +4,7 @@
 //
 // Thread contract: console thread only.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,7 +27,11 @@ void writeIniValue(Console& c, const std::string& file, std::string_view section
 void deleteIniKey(Console& c, const std::string& file, std::string_view section,
                   std::string_view key);
 
-// app.log: "#Time:" + date text + text + "#". Failures are swallowed.
+// app.log: "#Time:" + date text + text + "#". Failures are swallowed. At kAppLogLimit bytes the
+// log is renamed app.log.1 (the older ones to .2 ... .5, the fifth dropped) and a new one begun.
+// Played.log, the station's record of what went on the air, is never cut.
+inline constexpr std::uintmax_t kAppLogLimit = 10 * 1024 * 1024;
+inline constexpr int kAppLogsKept = 5;
 void logError(Console& c, const std::string& theError);
 // Played.log: title + "," + date text.
 void logPlayed(Console& c, const std::string& theTrack, DateValue theTime);

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "media/stream_opener.h"
 #include "media/stream_time.h"
+#include "playout/dead_air_alarm.h"
 #include "playout/progress_bars.h"
 #include "playout/stream_title.h"
 
@@ -157,6 +158,8 @@ void tmrCheckPosition_Timer(core::Console& c) {
             m.lblDateTime.caption = core::formatDate(now, "ddd mmm dd, yyyy") + "  " +
                                     core::formatDate(now, "HH:MM:SS AMPM");
         }
+        // After the clock: while it is raised, the alarm writes over it.
+        deadAirWatch(c, c.mixLevel);
 
         stage = 2;
         if (c.player1Stream != 0) {
@@ -207,6 +210,7 @@ void updateLevels(core::Console& c) {
     } catch (const std::exception& e) {
         core::logError(c, core::failureText("updateLevels dead air ", e));
     }
+    c.mixLevel = level;  // no mixer is no sound
     try {
         drawLevelMeters(c, level);
     } catch (const std::exception& e) {

@@ -50,6 +50,44 @@ TEST_F(ConsoleOpsTest, AppLogLinesHaveTheTimeFormAndNoSeparators) {
     EXPECT_EQ(readFile(dir / "app.log"), "#Time:11/22/2026 10:00:00 AMTarnWave Started#\n");
 }
 
+TEST_F(ConsoleOpsTest, AFullAppLogMovesAsideAndFiveAreKept) {
+    Console& c = make();
+    const fs::path log = dir / "app.log";
+    for (int round = 1; round <= 7; ++round) {
+        logError(c, "round " + std::to_string(round));
+        fs::resize_file(log, kAppLogLimit);  // the log reaches its size
+    }
+    logError(c, "after");
+    EXPECT_EQ(appLogLines(), (std::vector<std::string>{"#Time:11/22/2026 10:00:00 AMafter#"}));
+    for (int n = 1; n <= kAppLogsKept; ++n) {
+        const fs::path kept = dir / ("app.log." + std::to_string(n));
+        ASSERT_TRUE(fs::exists(kept)) << kept;
+        EXPECT_EQ(fs::file_size(kept), kAppLogLimit);
+        // The newest first: .1 began with the last round, .5 with the third.
+        const std::string first = "#Time:11/22/2026 10:00:00 AMround " + std::to_string(8 - n);
+        EXPECT_EQ(readFile(kept).substr(0, first.size()), first) << kept;
+    }
+    EXPECT_FALSE(fs::exists(dir / "app.log.6"));
+}
+
+TEST_F(ConsoleOpsTest, AnAppLogJustUnderItsSizeGrowsOn) {
+    Console& c = make();
+    logError(c, "first");
+    fs::resize_file(dir / "app.log", kAppLogLimit - 1);
+    logError(c, "second");
+    EXPECT_FALSE(fs::exists(dir / "app.log.1"));
+    EXPECT_GT(fs::file_size(dir / "app.log"), kAppLogLimit);
+}
+
+TEST_F(ConsoleOpsTest, PlayedLogIsNeverCut) {
+    Console& c = make();
+    logPlayed(c, "A - B", c.now());
+    fs::resize_file(dir / "Played.log", 3 * kAppLogLimit);
+    logPlayed(c, "C - D", c.now());
+    EXPECT_FALSE(fs::exists(dir / "Played.log.1"));
+    EXPECT_EQ(fs::file_size(dir / "Played.log"), 3 * kAppLogLimit + 29);
+}
+
 TEST_F(ConsoleOpsTest, ALineBreakInALogEntryIsWrittenAsItStands) {
     Console& c = make();
     logError(c, "one\ntwo");

@@ -62,6 +62,8 @@ TEST_F(StartupTest, TracesAppearInTheOrderOfLoadAndUnload) {
         "TarnWave minbuf:10 TarnWave Latency:40",
         "TarnWave Starting Before Firstload",
         "TarnWave Started",
+        // A station with no music is silent: the alarm says so once.
+        "DEAD AIR: the mix has been silent for 10 seconds",
         "TarnWave Unloaded",
     };
     EXPECT_EQ(traceTexts(appLogLines()), expected);
