@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-    build-essential cmake ninja-build pkg-config clang-14 libclang-rt-14-dev
+    build-essential cmake ninja-build pkg-config ccache clang-14 libclang-rt-14-dev
     qt6-base-dev qt6-base-dev-tools
     libmpg123-dev libfaad-dev libsoxr-dev portaudio19-dev libasound2-dev libjack-jackd2-dev libcurl4-openssl-dev libc-ares-dev libshout-dev libsndfile1-dev
     libespeak-ng-dev espeak-ng lame ffmpeg mpg123 sox icecast2

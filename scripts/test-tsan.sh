@@ -5,11 +5,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=build-tsan
-cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTW_TSAN=ON -DTW_BUILD_VIEW=OFF \
-    -DTW_BUILD_BENCH=OFF > "$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; exit 1; }
-cmake --build "$dir" -j"$(nproc)" --target audio_engine_test audio_realtime_test audio_encode_test \
-    audio_cast_protocol_test audio_effects_test audio_record_test autodj_cue_points_test \
-    core_worker_test autodj_library_jobs_test reporting_statistics_test
+TW_BUILD_TARGETS="audio_engine_test audio_realtime_test audio_encode_test audio_cast_protocol_test \
+    audio_effects_test audio_record_test autodj_cue_points_test core_worker_test \
+    autodj_library_jobs_test reporting_statistics_test" \
+    scripts/build.sh "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTW_TSAN=ON -DTW_BUILD_VIEW=OFF \
+    -DTW_BUILD_BENCH=OFF
 export TARNWAVE_AUDIO=null
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1"
 ctest --test-dir "$dir" -R 'Audio(Decode|Mix|Handle|Stream|Device|Realtime|Ring)|Cast|CommandLine|Waveform|Effects|Record(Device)?Test|Studio(Output|Ring)|WorkerTest|LibraryJobsTest|StatisticsTest' --output-on-failure --timeout 900
