@@ -84,7 +84,7 @@ bool ChildProcess::start(const std::vector<std::string>& argv, std::string& erro
         error = "empty command line";
         return false;
     }
-    int in[2], out[2];
+    int in[2], out[2], err[2];
     if (::pipe2(in, O_CLOEXEC) != 0) {
         error = std::strerror(errno);
         return false;
@@ -95,11 +95,18 @@ bool ChildProcess::start(const std::vector<std::string>& argv, std::string& erro
         ::close(in[1]);
         return false;
     }
+    if (::pipe2(err, O_CLOEXEC) != 0) {
+        error = std::strerror(errno);
+        for (int fd : {in[0], in[1], out[0], out[1]}) {
+            ::close(fd);
+        }
+        return false;
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, in[0], 0);
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, err[1], 2);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     // The child starts with default signal handling and its own process group, so that a
@@ -123,15 +130,23 @@ bool ChildProcess::start(const std::vector<std::string>& argv, std::string& erro
     posix_spawnattr_destroy(&attributes);
     ::close(in[0]);
     ::close(out[1]);
+    ::close(err[1]);
     if (rc != 0) {
         error = argv[0] + ": " + std::strerror(rc);
         ::close(in[1]);
         ::close(out[0]);
+        ::close(err[0]);
         pid_ = -1;
         return false;
     }
     input_ = in[1];
     output_ = out[0];
+    errors_ = err[0];
+    ::fcntl(errors_, F_SETFL, ::fcntl(errors_, F_GETFL) | O_NONBLOCK);
+    name_ = argv[0];
+    lastError_ = LastLine();
+    status_ = -1;
+    signal_ = 0;
     // Our ends never block: the threads that use them wait in poll() and look at their stop flag.
     ::fcntl(input_, F_SETFL, ::fcntl(input_, F_GETFL) | O_NONBLOCK);
     ::fcntl(output_, F_SETFL, ::fcntl(output_, F_GETFL) | O_NONBLOCK);
@@ -152,9 +167,40 @@ bool ChildProcess::running() {
     const pid_t r = ::waitpid(pid_, &status, WNOHANG);
     if (r == pid_ || (r < 0 && errno == ECHILD)) {
         exited_ = true;
+        if (r == pid_ && WIFEXITED(status)) {
+            status_ = WEXITSTATUS(status);
+        } else if (r == pid_ && WIFSIGNALED(status)) {
+            signal_ = WTERMSIG(status);
+        }
         return false;
     }
     return true;
+}
+
+void ChildProcess::readErrors() {
+    if (errors_ < 0) {
+        return;
+    }
+    char buffer[4096];
+    for (;;) {
+        const ssize_t n = ::read(errors_, buffer, sizeof buffer);
+        if (n > 0) {
+            lastError_.add(buffer, static_cast<std::size_t>(n));
+        } else if (n < 0 && errno == EINTR) {
+            continue;
+        } else {
+            return;
+        }
+    }
+}
+
+std::string ChildProcess::describeEnd() {
+    if (name_.empty() || running()) {
+        return {};
+    }
+    readErrors();
+    const std::string last = lastError_.get();
+    return describeExit(name_, status_, signal_) + (last.empty() ? "" : ": " + last);
 }
 
 void ChildProcess::stop() {
@@ -167,6 +213,7 @@ void ChildProcess::stop() {
         using namespace std::chrono_literals;
         const auto deadline = std::chrono::steady_clock::now() + 300ms;
         while (running() && std::chrono::steady_clock::now() < deadline) {
+            readErrors();
             std::this_thread::sleep_for(5ms);
         }
         if (running()) {
@@ -175,9 +222,11 @@ void ChildProcess::stop() {
         }
         pid_ = -1;
     }
-    if (output_ >= 0) {
-        ::close(output_);
-        output_ = -1;
+    for (int* fd : {&output_, &errors_}) {
+        if (*fd >= 0) {
+            ::close(*fd);
+            *fd = -1;
+        }
     }
 }
 

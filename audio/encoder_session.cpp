@@ -204,6 +204,11 @@ std::string EncoderSession::connectError() const {
     return connectError_;
 }
 
+std::string EncoderSession::programEnd() const {
+    std::lock_guard lock(mutex_);
+    return programEnd_;
+}
+
 bool EncoderSession::active() const {
     return (programAlive_.load() || programWaiting_.load()) && !castBroken_.load();
 }

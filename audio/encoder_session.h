@@ -53,6 +53,9 @@ class EncoderSession {
     std::string stats(int type, const std::string& password);
     // The program runs, and its cast (if it has one) is connected.
     bool active() const;
+    // How the program ended when it ended by itself, with the last line it printed; empty while
+    // it runs and after a stop.
+    std::string programEnd() const;
     // 0 bytes fed to the program, 1 bytes it gave back, 2 bytes sent to the server.
     std::uint64_t count(int what) const;
     // Tells the threads to end; returns at once.
@@ -77,6 +80,8 @@ class EncoderSession {
 
     // The shuttle's first step: false when stopped first or the program cannot be started.
     bool startProgram(std::stop_token stop);
+    // The shuttle's last step when the program ended by itself: keeps how it ended.
+    void programGone(std::stop_token stop);
 
     const std::shared_ptr<ProgramGate> gate_;
     ChildProcess program_;
@@ -103,6 +108,7 @@ class EncoderSession {
     };
     StatsCache stats_[2];
     std::string connectError_;
+    std::string programEnd_;
     bool statsAsked_ = false;        // a type was asked for the first time: fetch now
     bool statsRescheduled_ = false;  // a connect moved nextStats_
     std::chrono::steady_clock::time_point nextStats_{};

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "audio/encoder_session.h"
@@ -60,13 +61,13 @@ void EncoderSession::shuttle(std::stop_token stop) {
     std::condition_variable_any beat;
     while (!stop.stop_requested()) {
         if (!collectOutput(s)) {
-            programAlive_ = false;  // its output ended: the program has ended
+            programGone(stop);  // its output ended: the program has ended
             return;
         }
         sendOutbox(s);
         const FeedResult fed = feedProgram(s);
         if (fed == FeedResult::ProgramGone) {
-            programAlive_ = false;
+            programGone(stop);
             return;
         }
         if (fed == FeedResult::PipeFull) {
@@ -80,7 +81,25 @@ void EncoderSession::shuttle(std::stop_token stop) {
     }
 }
 
+void EncoderSession::programGone(std::stop_token stop) {
+    // Its pipes closed a moment before it exited: the exit is waited for a little, unless the
+    // session is being stopped (then the end is the stop's, not news).
+    const auto deadline = Clock::now() + 2s;
+    while (program_.running() && !stop.stop_requested() && Clock::now() < deadline) {
+        program_.readErrors();
+        std::this_thread::sleep_for(10ms);
+    }
+    if (!stop.stop_requested()) {
+        const std::string end = program_.describeEnd();
+        std::lock_guard lock(mutex_);
+        programEnd_ = end;
+    }
+    programAlive_ = false;
+}
+
 bool EncoderSession::collectOutput(Shuttle& s) {
+    // Its standard error is read at every beat, so that a talkative program never waits on it.
+    program_.readErrors();
     char buffer[16384];
     for (;;) {
         const ssize_t n = ::read(program_.output(), buffer, sizeof buffer);

@@ -224,6 +224,9 @@ class Engine {
     // "wrong password (401), the server says: ..."); empty after a success or before any. From
     // any thread, like castInit.
     virtual std::string castGetError(Handle encoder) = 0;
+    // How the encoder's program ended when it ended by itself ("lame ended with exit status 1:
+    // <the last line it printed>"); empty while it runs or when it was stopped.
+    virtual std::string encodeGetEnd(Handle encoder) = 0;
 };
 
 }  // namespace tw::audio

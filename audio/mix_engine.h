@@ -196,6 +196,7 @@ class MixEngine final : public Engine, private AudioProducer {
     bool castSetTitle(Handle encoder, const std::string& title, const std::string& url) override;
     std::string castGetStats(Handle encoder, int type, const std::string& password) override;
     std::string castGetError(Handle encoder) override;
+    std::string encodeGetEnd(Handle encoder) override;
     // The name servers that the casts' host names are asked of, instead of the system's
     // ("127.0.0.1:5353", comma-separated; empty for the system's): for tests, which bring their
     // own on the loopback interface.

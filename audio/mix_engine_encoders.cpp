@@ -146,6 +146,17 @@ std::string MixEngine::castGetError(Handle encoder) {
     return session->connectError();
 }
 
+std::string MixEngine::encodeGetEnd(Handle encoder) {
+    std::lock_guard lock(mutex_);
+    auto session = encoders_.get(encoder);
+    if (!session) {
+        fail(kErrorHandle);
+        return {};
+    }
+    ok();
+    return session->programEnd();
+}
+
 void MixEngine::setNameServers(const std::string& nameServers) {
     std::lock_guard lock(mutex_);
     nameServers_ = nameServers;

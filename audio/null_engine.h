@@ -94,6 +94,7 @@ class NullEngine : public Engine {
         return fail(), std::string();
     }
     std::string castGetError(Handle) override { return fail(), std::string(); }
+    std::string encodeGetEnd(Handle) override { return fail(), std::string(); }
 
   private:
     bool fail() {

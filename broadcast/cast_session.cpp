@@ -69,6 +69,7 @@ void applyConnect(core::Console& c, const ConnectRequest& r, bool connected,
         return;
     }
     state(c).connectFailureLogged[static_cast<std::size_t>(r.index)].clear();
+    state(c).programEndLogged[static_cast<std::size_t>(r.index)].clear();
     core::printOnButton(m.cmdOnAir, ImageRole::Red, "ON AIR");
     c.ui.cast.btnStart.caption = "Stop";
     core::printMessageOnScreen(
@@ -186,7 +187,27 @@ void Stop_(core::Console& c) {
     c.form().frmTarnDesk.caption = "TarnWave Internet Radio Automation Software " + c.version;
 }
 
-std::string checkStats(core::Console& c, int index, std::int32_t& listeners) {
+namespace {
+
+// An encoder whose program ended by itself says how in app.log, with the last line the program
+// printed: the original discarded it, which left a wrong command line or a crashed encoder to
+// guess. Once per end, and again only after the encoder was connected, so that a program that
+// cannot start does not fill the log at every poll.
+void reportProgramEnd(core::Console& c, int index) {
+    const audio::Handle handle = c.encoderHandles[static_cast<std::size_t>(index)];
+    if (handle == 0) {
+        return;
+    }
+    const std::string end = c.engine().encodeGetEnd(handle);
+    std::string& logged = state(c).programEndLogged[static_cast<std::size_t>(index)];
+    if (end.empty() || end == logged) {
+        return;
+    }
+    logged = end;
+    core::logError(c, "Cast Encoder " + std::to_string(index + 1) + ": " + end);
+}
+
+std::string serverAnswer(core::Console& c, int index, std::int32_t& listeners) {
     const EncoderProfile& p = state(c).profiles.at(static_cast<std::size_t>(index));
     const audio::Handle handle = c.encoderHandles[static_cast<std::size_t>(index)];
     const int type = static_cast<int>(core::val(p.severType));
@@ -215,6 +236,16 @@ std::string checkStats(core::Console& c, int index, std::int32_t& listeners) {
         }
         last = sent;
         return "live365";
+    }
+    return answer;
+}
+
+}  // namespace
+
+std::string checkStats(core::Console& c, int index, std::int32_t& listeners) {
+    std::string answer = serverAnswer(c, index, listeners);
+    if (answer.empty()) {
+        reportProgramEnd(c, index);
     }
     return answer;
 }

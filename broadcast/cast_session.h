@@ -23,6 +23,7 @@ void Stop_(core::Console& c);
 // leaves it alone, since it has no statistics yet and is not dead.
 bool castConnecting(core::Console& c, int index);
 // The server's statistics text ("" = not connected); listeners is written only on an answer.
+// Without one, an encoder whose program ended by itself has that written to app.log.
 std::string checkStats(core::Console& c, int index, std::int32_t& listeners);
 // A new track on the air: its title to every enabled encoder (kept to be sent again after a
 // reconnect).

@@ -51,6 +51,8 @@ struct CastState {
     std::string titleOnAir;              // sent again after a reconnect
     // The connect failure last written to app.log per encoder, empty once it connected.
     std::array<std::string, core::kEncoderCount> connectFailureLogged;
+    // How each encoder's program last ended, as written to app.log; empty once it connected.
+    std::array<std::string, core::kEncoderCount> programEndLogged;
     std::string urlOnAir;
     std::shared_ptr<ConnectRunner> connects;
     std::shared_ptr<const std::vector<std::uint8_t>> toneImage;  // the failed connect's tone

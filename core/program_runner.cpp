@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstring>
 
+#include "audio/program_output.h"
 #include "core/text.h"
 
 extern char** environ;
@@ -101,36 +102,7 @@ void exchange(int toChild, const std::string& input, int fromChild,
     pthread_sigmask(SIG_SETMASK, &oldSet, nullptr);
 }
 
-// The last line a program printed: lines end at a line feed or a carriage return (progress
-// lines rewrite themselves with the latter), blank ones do not count, and a line is kept to its
-// first kLongest bytes, so that a program that prints much costs nothing.
-class LastLine {
-  public:
-    void add(const char* text, std::size_t n) {
-        for (std::size_t i = 0; i < n; ++i) {
-            if (text[i] == '\n' || text[i] == '\r') {
-                takeCurrent();
-            } else if (current_.size() < kLongest) {
-                current_ += text[i];
-            }
-        }
-    }
-    std::string get() {
-        takeCurrent();
-        return last_;
-    }
-
-  private:
-    static constexpr std::size_t kLongest = 400;
-    void takeCurrent() {
-        std::string line = trim(current_);
-        if (!line.empty()) {
-            last_ = std::move(line);
-        }
-        current_.clear();
-    }
-    std::string current_, last_;
-};
+using audio::LastLine;
 
 }  // namespace
 
@@ -174,14 +146,7 @@ bool runCapturing(const std::vector<std::string>& argv, const std::string& input
 }
 
 std::string ProgramEnd::describe(const std::string& program) const {
-    std::string text = program;
-    if (signal != 0) {
-        text += " was ended by signal " + std::to_string(signal);
-    } else if (status < 0) {
-        text += " could not be started";
-    } else {
-        text += " ended with exit status " + std::to_string(status);
-    }
+    std::string text = audio::describeExit(program, status, signal);
     if (!fileError.empty()) {
         text += ", its file was not put in place: " + fileError;
     }

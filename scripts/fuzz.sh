@@ -12,19 +12,31 @@ targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
     mapfile -t targets < <(find build-fuzz/fuzz -maxdepth 1 -type f -name 'fuzz_*' -perm -u+x -printf '%f\n' | sort)
 fi
-for t in "${targets[@]}"; do
+# One fuzzer per core at a time; each prints its summary, or its whole report when it failed.
+run_one() {
+    local t=$1 work seeds run
     work=$(mktemp -d)
     seeds=fuzz/corpus/${t#fuzz_}
     run=$secs
     if [[ "$t" == fuzz_tag_* && "$run" -lt 60 ]]; then run=60; fi
-    echo "== $t for ${run}s (seeds: $seeds)"
-    if ! "build-fuzz/fuzz/$t" -max_total_time="$run" -timeout=10 -rss_limit_mb=2048 \
+    if "build-fuzz/fuzz/$t" -max_total_time="$run" -timeout=10 -rss_limit_mb=2048 \
         -artifact_prefix="build-fuzz/$t-" "$work" "$seeds" > "$work.log" 2>&1; then
-        # The whole report (the stack and the input's bytes) is what the next person needs.
-        grep -v '^#[0-9]' "$work.log" | tail -n 80
+        echo "== $t for ${run}s (seeds: $seeds)"
+        tail -n 3 "$work.log"
         rm -rf "$work" "$work.log"
-        exit 1
+        return 0
     fi
-    tail -n 3 "$work.log"
+    # The whole report (the stack and the input's bytes) is what the next person needs.
+    echo "== $t FAILED (seeds: $seeds)"
+    grep -v '^#[0-9]' "$work.log" | tail -n 80
     rm -rf "$work" "$work.log"
+    return 1
+}
+failed=0
+for t in "${targets[@]}"; do
+    while [ "$(jobs -rp | wc -l)" -ge "$(nproc)" ]; do wait -n || failed=1; done
+    run_one "$t" > "build-fuzz/$t.out" 2>&1 &
 done
+while [ "$(jobs -rp | wc -l)" -gt 0 ]; do wait -n || failed=1; done
+for t in "${targets[@]}"; do cat "build-fuzz/$t.out"; done
+exit "$failed"

@@ -149,6 +149,38 @@ TEST_F(CastTest, AnEncoderProgramThatDiesReadsAsInactive) {
     EXPECT_TRUE(engine.encodeStop(enc));
 }
 
+TEST_F(CastTest, AnEncoderProgramThatFailsTellsItsExitStatusAndTheLastLineItPrinted) {
+    const Handle enc = engine.encodeStart(
+        mixer, "sh -c \"echo starting >&2; echo Unsupported sample rate >&2; exit 3\"",
+        kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    EXPECT_EQ(engine.encodeGetEnd(enc), "") << "not while it may still run";
+    ASSERT_TRUE(eventually([&] { return engine.encodeIsActive(enc) == kStopped; }));
+    EXPECT_EQ(engine.encodeGetEnd(enc), "sh ended with exit status 3: Unsupported sample rate");
+    EXPECT_TRUE(engine.encodeStop(enc));
+    EXPECT_EQ(engine.encodeGetEnd(enc), "") << "the handle is gone";
+}
+
+TEST_F(CastTest, AnEncoderProgramEndedByASignalSaysWhich) {
+    const Handle enc = engine.encodeStart(mixer, "sh -c \"kill -9 $$\"", kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    ASSERT_TRUE(eventually([&] { return engine.encodeIsActive(enc) == kStopped; }));
+    EXPECT_EQ(engine.encodeGetEnd(enc), "sh was ended by signal 9");
+    EXPECT_TRUE(engine.encodeStop(enc));
+}
+
+TEST_F(CastTest, AnEncoderProgramThatPrintsMuchOnItsErrorOutputIsNeverHeldByIt) {
+    // Far more than a pipe holds, written before the program reads its input: unread, it would
+    // wait for ever and the encoder would give nothing.
+    const Handle enc = engine.encodeStart(
+        mixer, "sh -c \"yes progress | head -c 2000000 >&2; exec cat\"", kEncodeNoHead);
+    ASSERT_NE(enc, 0u);
+    EXPECT_TRUE(eventually([&] { return engine.encodeGetCount(enc, 1) > 176400; }));
+    EXPECT_EQ(engine.encodeIsActive(enc), kPlaying);
+    EXPECT_EQ(engine.encodeGetEnd(enc), "");
+    EXPECT_TRUE(engine.encodeStop(enc));
+}
+
 TEST_F(CastTest, AnEncoderThatFallsBehindDropsAudioAndNeverHoldsTheMix) {
     // sleep reads nothing: the pipe fills, then the tap; the mix goes on all the same.
     const Handle enc = engine.encodeStart(mixer, "sleep 30", kEncodeNoHead);

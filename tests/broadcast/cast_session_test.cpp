@@ -351,6 +351,42 @@ TEST_F(CastSessionTest, WithAutoReconnectSetTheStopHoldsOnlyUntilTheNextPollAsDe
     EXPECT_EQ(onAirCaption(), "ON AIR");
 }
 
+TEST_F(CastSessionTest, AnEncoderProgramThatEndedIsLoggedWithItsLastLineOncePerEnd) {
+    open();
+    setProfile(0, "autoReConnect", "1");
+    loadEncoderDataFromIni(*console);
+    engine.castAnswer = [](const std::string&) { return false; };
+    start(*console);
+    settle();
+    ASSERT_EQ(appLogLines().size(), 1u) << "the refused connect";
+    const std::string end = "lame ended with exit status 1: Unsupported bit rate 150";
+    engine.endProgram(console->encoderHandles[0], end);
+    poll(*console);  // the end is logged, and the encoder started again
+    settle();
+    ASSERT_NE(console->encoderHandles[0], 0u);
+    auto lines = appLogLines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[1].find("Cast Encoder 1: " + end + "#"), std::string::npos) << lines[1];
+    // The new program ends the same way, still without a connection: not logged again.
+    engine.endProgram(console->encoderHandles[0], end);
+    poll(*console);
+    settle();
+    EXPECT_EQ(appLogLines().size(), 2u);
+    // Once it was connected, an end is news again.
+    engine.castAnswer = nullptr;
+    engine.encodeStop(console->encoderHandles[0]);
+    console->encoderHandles[0] = 0;
+    start(*console);
+    settle();
+    EXPECT_EQ(onAirCaption(), "ON AIR");
+    engine.endProgram(console->encoderHandles[0], end);
+    poll(*console);
+    settle();
+    lines = appLogLines();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_NE(lines[2].find("Cast Encoder 1: " + end + "#"), std::string::npos) << lines[2];
+}
+
 TEST_F(CastSessionTest, WithoutAutoReconnectADeadServerChangesOnlyTheListenerFigure) {
     open();
     console->currentTitle = "Band - Tune";

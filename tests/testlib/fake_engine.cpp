@@ -549,6 +549,12 @@ bool FakeEngine::castInit(audio::Handle encoder, const std::string& server,
     return connected;
 }
 
+std::string FakeEngine::encodeGetEnd(audio::Handle encoder) {
+    std::lock_guard lock(castMutex);
+    auto it = encoders.find(encoder);
+    return it == encoders.end() ? std::string() : it->second.end;
+}
+
 std::string FakeEngine::castGetError(audio::Handle encoder) {
     std::lock_guard lock(castMutex);
     auto it = encoders.find(encoder);

@@ -154,6 +154,7 @@ class FakeEngine final : public audio::Engine {
         std::string stats[2];
         std::uint64_t castCount = 0;
         std::string castError;  // why its last castInit failed
+        std::string end;        // how its program ended, when a test ended it
     };
     bool encodeStartOk = true;
     // Decides castInit by the server text; accepts all when unset.
@@ -172,6 +173,13 @@ class FakeEngine final : public audio::Engine {
         std::lock_guard lock(castMutex);
         encoders[h].stats[type] = text;
     }
+    // The encoder's program ends by itself, as `end` says (encodeGetEnd).
+    void endProgram(audio::Handle h, const std::string& end) {
+        std::lock_guard lock(castMutex);
+        encoders[h].active = false;
+        encoders[h].stats[0] = encoders[h].stats[1] = "";
+        encoders[h].end = end;
+    }
 
     audio::Handle encodeStart(audio::Handle channel, const std::string& commandLine,
                               std::uint32_t flags) override;
@@ -189,6 +197,7 @@ class FakeEngine final : public audio::Engine {
     }
     std::string castGetStats(audio::Handle encoder, int type, const std::string&) override;
     std::string castGetError(audio::Handle encoder) override;
+    std::string encodeGetEnd(audio::Handle encoder) override;
 
     audio::Handle mixer = 0;
 
