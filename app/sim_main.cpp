@@ -1,6 +1,7 @@
-// tarnwave-sim [--start "YYYY-MM-DD HH:MM:SS"] STATION [SCRIPT]
+// tarnwave-sim [--start "YYYY-MM-DD HH:MM:SS"] [--mic FILE] STATION [SCRIPT]
 // Runs the console headless in virtual time on the station folder STATION, reading the scenario
-// from SCRIPT or from standard input.
+// from SCRIPT or from standard input. --mic FILE gives the simulated console a microphone that
+// plays FILE (WAV or MP3) over and over; without it there is no capture device.
 
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "audio/capture_device.h"
 #include "audio/mix_engine.h"
 #include "core/clock.h"
 #include "core/dates.h"
@@ -16,7 +18,8 @@
 namespace {
 
 int usage() {
-    std::cerr << "usage: tarnwave-sim [--start \"YYYY-MM-DD HH:MM:SS\"] STATION [SCRIPT]\n";
+    std::cerr << "usage: tarnwave-sim [--start \"YYYY-MM-DD HH:MM:SS\"] [--mic FILE] STATION "
+                 "[SCRIPT]\n";
     return 2;
 }
 
@@ -24,7 +27,7 @@ int usage() {
 
 int main(int argc, char** argv) {
     tw::core::DateValue start = tw::core::SystemClock().now();
-    std::string station, script;
+    std::string station, script, mic;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--start") {
@@ -33,6 +36,12 @@ int main(int argc, char** argv) {
                 return 2;
             }
             ++i;
+        } else if (arg == "--mic") {
+            if (i + 1 >= argc || !std::filesystem::is_regular_file(argv[i + 1])) {
+                std::cerr << "tarnwave-sim: --mic needs a WAV or MP3 file\n";
+                return 2;
+            }
+            mic = argv[++i];
         } else if (arg == "--help" || arg == "-h") {
             usage();
             return 0;
@@ -62,8 +71,11 @@ int main(int argc, char** argv) {
     }
 
     // The engine renders offline: exactly as much audio as virtual time moves on.
-    tw::sim::Simulator sim(station, start,
-                           std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline));
+    auto engine = std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline);
+    if (!mic.empty()) {
+        engine->useCapture(tw::audio::simulatedCapture(mic));
+    }
+    tw::sim::Simulator sim(station, start, std::move(engine));
     if (script.empty()) {
         return sim.run(std::cin, std::cout, std::cerr);
     }

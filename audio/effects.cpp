@@ -52,18 +52,21 @@ class ParamEqEffect final : public Effect {
         a2_ = (1.0f - alpha / a) / a0;
     }
     void run(float* x, std::size_t frames) override {
+        // The state and coefficients are held in locals for the block: written through `x`,
+        // members would have to be stored and read back at every sample.
+        const float b0 = b0_, b1 = b1_, b2 = b2_, a1 = a1_, a2 = a2_;
+        State l = state_[0], r = state_[1];
         for (std::size_t i = 0; i < frames; ++i) {
-            for (int c = 0; c < 2; ++c) {
-                State& s = state_[c];
-                const float in = x[2 * i + c];
-                const float out = b0_ * in + b1_ * s.x1 + b2_ * s.x2 - a1_ * s.y1 - a2_ * s.y2;
-                s.x2 = s.x1;
-                s.x1 = in;
-                s.y2 = s.y1;
-                s.y1 = out;
-                x[2 * i + c] = out;
-            }
+            const float inL = x[2 * i], inR = x[2 * i + 1];
+            const float outL = b0 * inL + b1 * l.x1 + b2 * l.x2 - a1 * l.y1 - a2 * l.y2;
+            const float outR = b0 * inR + b1 * r.x1 + b2 * r.x2 - a1 * r.y1 - a2 * r.y2;
+            l = {inL, l.x1, outL, l.y1};
+            r = {inR, r.x1, outR, r.y1};
+            x[2 * i] = outL;
+            x[2 * i + 1] = outR;
         }
+        state_[0] = l;
+        state_[1] = r;
     }
     float b0_ = 1, b1_ = 0, b2_ = 0, a1_ = 0, a2_ = 0;
     State state_[2];
@@ -96,22 +99,32 @@ class CompressorEffect final : public Effect {
             kMaxDelay - 1, static_cast<std::size_t>(std::max(0.0f, p[5]) / 1000 * kRate));
     }
     void run(float* x, std::size_t frames) override {
+        // Members in locals for the block: written through `x`, they would be stored and read
+        // back at every frame.
+        float* line = line_.data();
+        std::size_t pos = pos_;
+        const std::size_t delay = delay_;
+        const float threshold = threshold_, slope = slope_, attack = attack_, release = release_;
+        const float makeUp = makeUp_;
+        float reduction = reductionDb_;
         for (std::size_t i = 0; i < frames; ++i) {
             const float l = x[2 * i], r = x[2 * i + 1];
             const float peak = std::max(std::fabs(l), std::fabs(r));
             const float levelDb = 20.0f * std::log10(std::max(peak, 1e-9f));
-            const float target = std::max(0.0f, levelDb - threshold_) * slope_;
-            const float k = target > reductionDb_ ? attack_ : release_;
-            reductionDb_ = target + (reductionDb_ - target) * k;
-            // The delay line gives back the frame of `delay_` frames ago.
-            line_[2 * pos_] = l;
-            line_[2 * pos_ + 1] = r;
-            const std::size_t back = (pos_ + kMaxDelay - delay_) % kMaxDelay;
-            const float g = dbToGain(makeUp_ - reductionDb_);
-            x[2 * i] = line_[2 * back] * g;
-            x[2 * i + 1] = line_[2 * back + 1] * g;
-            pos_ = (pos_ + 1) % kMaxDelay;
+            const float target = std::max(0.0f, levelDb - threshold) * slope;
+            const float k = target > reduction ? attack : release;
+            reduction = target + (reduction - target) * k;
+            // The delay line gives back the frame of `delay` frames ago.
+            line[2 * pos] = l;
+            line[2 * pos + 1] = r;
+            const std::size_t back = (pos + kMaxDelay - delay) % kMaxDelay;
+            const float g = dbToGain(makeUp - reduction);
+            x[2 * i] = line[2 * back] * g;
+            x[2 * i + 1] = line[2 * back + 1] * g;
+            pos = (pos + 1) % kMaxDelay;
         }
+        pos_ = pos;
+        reductionDb_ = reduction;
     }
     std::vector<float> line_;
     std::size_t pos_ = 0, delay_ = 0;
@@ -156,12 +169,27 @@ class DynamicAmpEffect final : public Effect {
             waited_ += seconds;
         }
         const float wanted = moving ? target_ / peak : current_;
-        // Frame by frame towards the wanted gain, so that a change makes no click.
-        for (std::size_t i = 0; i < frames; ++i) {
-            current_ += (wanted - current_) * perFrame_;
-            x[2 * i] *= current_;
-            x[2 * i + 1] *= current_;
+        // Frame by frame towards the wanted gain, so that a change makes no click. The gain is
+        // a local for the block (a member would be stored and read back at every frame). Once a
+        // step no longer changes it, no later step in the block does: the rest of the block
+        // takes that gain as it is.
+        float gain = current_;
+        const float step = perFrame_;
+        std::size_t i = 0;
+        for (; i < frames; ++i) {
+            const float next = gain + (wanted - gain) * step;
+            if (next == gain) {
+                break;
+            }
+            gain = next;
+            x[2 * i] *= gain;
+            x[2 * i + 1] *= gain;
         }
+        for (; i < frames; ++i) {
+            x[2 * i] *= gain;
+            x[2 * i + 1] *= gain;
+        }
+        current_ = gain;
     }
     float target_ = 0, quiet_ = 0, rate_ = 0, start_ = 1, delay_ = 0, perFrame_ = 0;
     int channel_ = -1;

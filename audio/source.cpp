@@ -22,7 +22,11 @@ Source::Source(std::unique_ptr<Decoder> d, std::uint32_t createFlags)
         soxr_error_t err = nullptr;
         const soxr_io_spec_t io = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
         const soxr_quality_spec_t quality = soxr_quality_spec(SOXR_HQ, 0);
-        resampler_ = soxr_create(rate, kMixRate, kMixChannels, &err, &io, &quality, nullptr);
+        // A mono stream is resampled as one channel and doubled afterwards: the resampler's work
+        // is by far the largest part of a decode, and both channels would come out the same.
+        resampledChannels_ = channels == 1 ? 1 : kMixChannels;
+        resampler_ = soxr_create(rate, kMixRate, static_cast<unsigned>(resampledChannels_), &err,
+                                 &io, &quality, nullptr);
     }
 }
 
@@ -71,11 +75,30 @@ std::int64_t Source::position() const {
 void Source::convert(const std::int16_t* in, std::size_t frames) {
     constexpr float kScale = 1.0f / 32768.0f;
     const std::size_t ch = static_cast<std::size_t>(channels);
+    if (resampledChannels_ == 1) {
+        for (std::size_t i = 0; i < frames; ++i) {
+            stereo_[i] = static_cast<float>(in[i]) * kScale;
+        }
+        return;
+    }
     for (std::size_t i = 0; i < frames; ++i) {
         const float left = static_cast<float>(in[i * ch]) * kScale;
         const float right = ch > 1 ? static_cast<float>(in[i * ch + 1]) * kScale : left;
         stereo_[2 * i] = left;
         stereo_[2 * i + 1] = right;
+    }
+}
+
+void Source::keepResampled(const float* out, std::size_t frames) {
+    if (resampledChannels_ == kMixChannels) {
+        carry_.insert(carry_.end(), out, out + frames * kMixChannels);
+        return;
+    }
+    const std::size_t at = carry_.size();
+    carry_.resize(at + frames * kMixChannels);
+    for (std::size_t i = 0; i < frames; ++i) {
+        carry_[at + 2 * i] = out[i];
+        carry_[at + 2 * i + 1] = out[i];
     }
 }
 
@@ -128,7 +151,7 @@ bool Source::fill(std::size_t wantFrames, std::size_t maxChunks) {
                 size_t done = 0;
                 do {
                     soxr_process(resampler_, nullptr, 0, nullptr, out, 1024, &done);
-                    carry_.insert(carry_.end(), out, out + done * kMixChannels);
+                    keepResampled(out, done);
                 } while (done > 0);
             }
             flushed_ = true;
@@ -151,9 +174,9 @@ bool Source::fill(std::size_t wantFrames, std::size_t maxChunks) {
         float out[1024 * kMixChannels];
         while (in < n) {
             size_t used = 0, done = 0;
-            soxr_process(resampler_, stereo_.data() + in * kMixChannels, n - in, &used, out, 1024,
-                         &done);
-            carry_.insert(carry_.end(), out, out + done * kMixChannels);
+            soxr_process(resampler_, stereo_.data() + in * resampledChannels_, n - in, &used, out,
+                         1024, &done);
+            keepResampled(out, done);
             in += used;
             if (used == 0 && done == 0) {
                 break;

@@ -96,8 +96,13 @@ struct Source {
     std::atomic<bool> stalled{false};
 
   private:
+    // The mixer-format frames of a stream at the mix rate, or the resampler's input: one float a
+    // frame for a mono stream that is resampled, interleaved stereo otherwise.
     void convert(const std::int16_t* in, std::size_t frames);
+    // Appends `frames` frames of the resampler's output to carry_ as stereo.
+    void keepResampled(const float* out, std::size_t frames);
     soxr_t resampler_ = nullptr;
+    std::size_t resampledChannels_ = kMixChannels;  // what the resampler works on
     std::vector<std::int16_t> pcm_;
     std::vector<float> stereo_;
     std::vector<float> carry_;  // converted audio that did not fit in the ring yet

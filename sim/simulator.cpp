@@ -459,6 +459,9 @@ int Simulator::run(std::istream& in, std::ostream& out, std::ostream& err) {
             err << "tarnwave-sim: line " << number << ": " << error << "\n";
             return 2;
         }
+        // What a line printed is out before the next one runs, so that a long scenario can be
+        // followed as it goes.
+        out.flush();
     }
     return 0;
 }
