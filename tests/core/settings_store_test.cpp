@@ -10,6 +10,7 @@
 #include <set>
 #include <string>
 
+#include "core/unfinished_files.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw::core {
@@ -297,8 +298,9 @@ class FailingFlushTest : public SettingsStoreTest {
 };
 
 TEST_F(FailingFlushTest, TemporaryFilePlaceTakenByAFolder) {
-    fs::create_directories(dir_ / ".played.ini.tmp" / "inside");
-    expectOriginalKept({"played.ini", ".played.ini.tmp"});
+    const std::string temp = fs::path(unfinishedPath(path("played.ini"), "tmp")).filename();
+    fs::create_directories(dir_ / temp / "inside");
+    expectOriginalKept({"played.ini", temp});
 }
 
 TEST_F(FailingFlushTest, ReadOnlyFolder) {
@@ -327,7 +329,7 @@ TEST_F(SettingsStoreTest, FolderInPlaceOfTheFileReadsDefaultsAndIsLeftAlone) {
 }
 
 TEST_F(SettingsStoreTest, LeftoverTemporaryFileIsRemovedByTheNextFlush) {
-    writeFile(dir_ / ".played.ini.tmp", "[t]\nPlayCount=half a fi");
+    writeFile(unfinishedPath(path("played.ini"), "tmp"), "[t]\nPlayCount=half a fi");
     store_.write(path("played.ini"), "t", "PlayCount", "1");
     EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"played.ini"});
     EXPECT_EQ(readFile(dir_ / "played.ini"), "[t]\nPlayCount=1\n");
