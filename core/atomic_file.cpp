@@ -21,6 +21,9 @@ bool writeAll(int fd, const std::string& bytes) {
             continue;
         }
         if (n <= 0) {
+            if (n == 0) {
+                errno = ENOSPC;
+            }
             return false;
         }
         done += static_cast<std::size_t>(n);
@@ -49,6 +52,7 @@ std::optional<struct stat> replaceFile(const std::string& path, const std::strin
     struct stat old {};
     const bool exists = ::stat(path.c_str(), &old) == 0;
     if (exists && !S_ISREG(old.st_mode)) {
+        errno = EISDIR;
         return std::nullopt;
     }
     ::unlink(temp.c_str());
@@ -62,10 +66,18 @@ std::optional<struct stat> replaceFile(const std::string& path, const std::strin
     struct stat written {};
     bool ok = (!exists || ::fchmod(fd, old.st_mode & 07777) == 0) && writeAll(fd, bytes) &&
               ::fdatasync(fd) == 0 && ::fstat(fd, &written) == 0;
-    ok = (::close(fd) == 0) && ok;
-    ok = ok && ::rename(temp.c_str(), path.c_str()) == 0;
+    int err = ok ? 0 : errno;
+    if (::close(fd) != 0 && ok) {
+        ok = false;
+        err = errno;
+    }
+    if (ok && ::rename(temp.c_str(), path.c_str()) != 0) {
+        ok = false;
+        err = errno;
+    }
     if (!ok) {
         ::unlink(temp.c_str());
+        errno = err;  // the caller's reason
         return std::nullopt;
     }
     // Syncing the folder makes the rename itself survive a power cut. Without it the old file

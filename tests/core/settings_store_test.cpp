@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "core/unfinished_files.h"
 #include "tests/testlib/temp_dir.h"
@@ -301,6 +303,21 @@ TEST_F(FailingFlushTest, TemporaryFilePlaceTakenByAFolder) {
     const std::string temp = fs::path(unfinishedPath(path("played.ini"), "tmp")).filename();
     fs::create_directories(dir_ / temp / "inside");
     expectOriginalKept({"played.ini", temp});
+}
+
+TEST_F(FailingFlushTest, AFailedFlushIsReportedWithThePathAndTheReason) {
+    std::vector<std::pair<std::string, int>> reported;
+    store_.onWriteFailure(
+        [&reported](const std::string& file, int err) { reported.emplace_back(file, err); });
+    const std::string temp = fs::path(unfinishedPath(path("played.ini"), "tmp")).filename();
+    fs::create_directories(dir_ / temp / "inside");
+    store_.write(path("played.ini"), "t", "PlayCount", "2");
+    ASSERT_EQ(reported.size(), 1u);
+    EXPECT_EQ(reported[0].first, path("played.ini"));
+    EXPECT_EQ(reported[0].second, EEXIST) << "the temporary file's place is taken";
+    store_.onWriteFailure({});
+    store_.write(path("played.ini"), "t", "PlayCount", "3");
+    EXPECT_EQ(reported.size(), 1u) << "no calls once the handler is gone";
 }
 
 TEST_F(FailingFlushTest, ReadOnlyFolder) {
