@@ -172,6 +172,15 @@ for folder, _, files in os.walk(station):
         if name.startswith(".") or name.endswith(".part"):
             left.append(os.path.join(folder, name))
 open(os.path.join(state, "left"), "w").write("".join(p + "\n" for p in left))
+def kind(path):
+    name = os.path.basename(path)
+    for pattern, what in ((r"\.tw-\d+-\d+\.part$", "encoder part"), (r"\.tw-\d+\.tmp$", "replaced file"),
+                          (r"\.tw-\d+\.copy$", "import copy"), (r"\.tw-\d+\.tag.{6}$", "tag write")):
+        if re.search(pattern, name):
+            return what
+    return "other: " + name
+with open(os.path.join(state, "kinds"), "a") as kinds:
+    kinds.write("".join(kind(p) + "\n" for p in left))
 with open(os.path.join(state, "counts"), "a") as counts:
     counts.write(f"{ini_count} {track_count} {len(left)}\n")
 for f in faults:
@@ -183,6 +192,7 @@ python3 "$checker" "$work" "$station" baseline "$work"/imports/*.mp3
 failures=0
 : > "$work/air"
 : > "$work/left"
+: > "$work/kinds"
 : > "$work/stale"
 
 # Waits until Played.log has more than $1 lines or 5 s have passed; prints the seconds taken.
@@ -305,6 +315,7 @@ sort -n "$work/air" | awk '$1 >= 0 { v[n++] = $1 } $1 < 0 { late++ }
         else print "time to air: never on the air"
     }'
 echo "checks: $checks, each of $inis INI files and $tracks_checked tracks (mpg123 decode and audio digest)"
-echo "unfinished files found right after a kill: $left_after_kills; still there after the next start: $(paste -sd+ "$work/stale" | bc); at the end: $left_at_end"
+kinds=$(sort "$work/kinds" | uniq -c | awk '{ n = $1; $1 = ""; printf "%s%s%s", sep, n, $0; sep = ", " }')
+echo "unfinished files found right after a kill: $left_after_kills (${kinds:-none}); still there after the next start: $(paste -sd+ "$work/stale" | bc); at the end: $left_at_end"
 echo "Played.log lines: $(grep -c . "$station/Played.log"); voice tracks: $(find "$station/Music/VoiceTracks" -name '*.mp3' 2> /dev/null | wc -l); failed checks: $failures"
 ((failures == 0))
