@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "core/failure.h"
+#include "core/unfinished_files.h"
 
 namespace tw::core {
 
@@ -20,6 +21,9 @@ bool writeAll(int fd, const std::string& bytes) {
             continue;
         }
         if (n <= 0) {
+            if (n == 0) {
+                errno = ENOSPC;
+            }
             return false;
         }
         done += static_cast<std::size_t>(n);
@@ -35,23 +39,20 @@ std::string folderOf(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-std::string nameOf(const std::string& path) {
-    const auto slash = path.rfind('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 }  // namespace
 
 // Replaces the file at path with bytes so that the path shows either the old or the new contents,
-// whatever happens meanwhile. The temporary file has one fixed name per target: a flush killed
-// half-way leaves at most that one file behind, and the next flush of the same target removes it.
+// whatever happens meanwhile. The temporary file has one name per target and process: a flush
+// killed half-way leaves at most that one file behind, which the next start sweeps away
+// (core/unfinished_files.h).
 std::optional<struct stat> replaceFile(const std::string& path, const std::string& bytes,
                                        bool privateWhenNew) {
     const std::string folder = folderOf(path);
-    const std::string temp = folder + "/." + nameOf(path) + ".tmp";
+    const std::string temp = unfinishedPath(path, "tmp");
     struct stat old {};
     const bool exists = ::stat(path.c_str(), &old) == 0;
     if (exists && !S_ISREG(old.st_mode)) {
+        errno = EISDIR;
         return std::nullopt;
     }
     ::unlink(temp.c_str());
@@ -65,10 +66,18 @@ std::optional<struct stat> replaceFile(const std::string& path, const std::strin
     struct stat written {};
     bool ok = (!exists || ::fchmod(fd, old.st_mode & 07777) == 0) && writeAll(fd, bytes) &&
               ::fdatasync(fd) == 0 && ::fstat(fd, &written) == 0;
-    ok = (::close(fd) == 0) && ok;
-    ok = ok && ::rename(temp.c_str(), path.c_str()) == 0;
+    int err = ok ? 0 : errno;
+    if (::close(fd) != 0 && ok) {
+        ok = false;
+        err = errno;
+    }
+    if (ok && ::rename(temp.c_str(), path.c_str()) != 0) {
+        ok = false;
+        err = errno;
+    }
     if (!ok) {
         ::unlink(temp.c_str());
+        errno = err;  // the caller's reason
         return std::nullopt;
     }
     // Syncing the folder makes the rename itself survive a power cut. Without it the old file
@@ -84,7 +93,7 @@ std::optional<struct stat> replaceFile(const std::string& path, const std::strin
 std::string copyIntoFolder(const std::string& file, const std::string& folder) {
     namespace fs = std::filesystem;
     const fs::path target = fs::path(folder) / fs::path(file).filename();
-    const fs::path partial = target.string() + ".part";
+    const fs::path partial = unfinishedPath(target.string(), "copy");
     std::error_code ec;
     fs::copy_file(file, partial, fs::copy_options::overwrite_existing, ec);
     if (!ec) {

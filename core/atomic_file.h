@@ -13,7 +13,7 @@ namespace tw::core {
 
 // Writes bytes to a temporary file beside path, syncs it, gives it the old file's mode (or 0600
 // for a new private file, else the umask's), and renames it over path. Returns the new file's
-// status, or nothing when the file was left as it was.
+// status, or nothing (with errno saying why) when the file was left as it was.
 std::optional<struct stat> replaceFile(const std::string& path, const std::string& bytes,
                                        bool privateWhenNew);
 

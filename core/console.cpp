@@ -1,5 +1,7 @@
 #include "core/console.h"
 
+#include "core/console_ops.h"
+
 namespace tw::core {
 
 namespace {
@@ -138,8 +140,16 @@ Console::Console(std::string appFolder, Services services)
     ui.statistics.lstSongList.columns = {"Catagory", "Track Name", "Playcount", "TuneOuts",
                                          "Percentage"};
     ui.statistics.flSongs.visible = false;
+    if (svc.settings) {
+        svc.settings->onWriteFailure(
+            [this](const std::string& path, int err) { noteWriteFailure(*this, path, err); });
+    }
 }
 
-Console::~Console() = default;
+Console::~Console() {
+    if (svc.settings) {
+        svc.settings->onWriteFailure({});
+    }
+}
 
 }  // namespace tw::core

@@ -22,6 +22,7 @@
 #include "core/settings_store.h"
 #include "core/track_listing.h"
 #include "core/trash.h"
+#include "core/write_failures.h"
 
 namespace tw::tags {
 class clsID3;
@@ -241,6 +242,9 @@ class Console {
     std::shared_ptr<playout::DeadAirAlarm> deadAir;
 
     // --- helpers with state ----------------------------------------------------------------
+    // The failed writes not yet told (core::noteWriteFailure); the settings store reports its
+    // failed flushes here for as long as the console lives.
+    WriteFailures writeFailures;
     TokenReader tokens;    // getToken's kept position
     double lastYield = 0;  // seconds since midnight of the last throttled yield
     std::int32_t lastScheduleDay = 0;

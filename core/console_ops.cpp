@@ -1,9 +1,13 @@
 #include "core/console_ops.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 
 #include "core/failure.h"
@@ -13,24 +17,60 @@ namespace tw::core {
 
 namespace {
 
-void appendLine(const std::string& path, const std::string& line) {
+// Appends one whole line, or nothing: 0, or the system's error. A line that only partly fits (a
+// disk that fills in the middle of it) is cut off again, so that the next line never runs on from
+// half of this one; what the file held before is never touched.
+int appendLine(const std::string& path, const std::string& line) {
     // Opened, written and closed for every line, so that nothing stays open between events and a
     // failure (a full disk, a folder gone) costs only this line.
-    int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
     if (fd < 0) {
-        return;
+        return errno;
+    }
+    struct stat before {};
+    if (::fstat(fd, &before) != 0) {
+        const int err = errno;
+        ::close(fd);
+        return err;
     }
     const char* p = line.data();
     std::size_t left = line.size();
+    int err = 0;
     while (left > 0) {
-        ssize_t n = ::write(fd, p, left);
+        const ssize_t n = ::write(fd, p, left);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
         if (n <= 0) {
+            err = n < 0 ? errno : ENOSPC;
             break;
         }
         p += n;
         left -= static_cast<std::size_t>(n);
     }
-    ::close(fd);
+    if (err != 0 && left < line.size()) {
+        [[maybe_unused]] const int cut = ::ftruncate(fd, before.st_size);
+    }
+    if (::close(fd) != 0 && err == 0) {
+        err = errno;
+    }
+    return err;
+}
+
+// Tells the write failures' line where it can be read: app.log, else (that failing as well, as on
+// a full disk) the standard error.
+void tellWriteFailures(Console& c, const std::string& text) {
+    const std::string line = "#Time:" + generalDate(c.now()) + text + "#\n";
+    if (appendLine(c.appLogPath(), line) != 0) {
+        const std::string out = "tarnwave: " + text + "\n";
+        [[maybe_unused]] const ssize_t n = ::write(STDERR_FILENO, out.data(), out.size());
+    }
+}
+
+// To the millisecond: a date held in days does not give whole seconds back exactly, and a minute
+// must be a minute.
+double failureSeconds(const Console& c) {
+    return c.svc.clock ? std::round(c.svc.clock->exact() * 86400000.0) / 1000.0 : 0;
 }
 
 // A log that has reached its size moves aside as .1, the older ones one number up, the fifth
@@ -102,7 +142,11 @@ void showCastError(Console& c, const std::string& message) {
 void logError(Console& c, const std::string& theError) {
     try {
         rotateWhenFull(c.appLogPath());
-        appendLine(c.appLogPath(), "#Time:" + generalDate(c.now()) + theError + "#\n");
+        const int err =
+            appendLine(c.appLogPath(), "#Time:" + generalDate(c.now()) + theError + "#\n");
+        if (err != 0) {
+            noteWriteFailure(c, c.appLogPath(), err);
+        }
     } catch (...) {
         // A log that cannot be written never stops the console.
     }
@@ -110,8 +154,25 @@ void logError(Console& c, const std::string& theError) {
 
 void logPlayed(Console& c, const std::string& theTrack, DateValue theTime) {
     try {
-        appendLine(c.playedLogPath(), theTrack + "," + generalDate(theTime) + "\n");
+        const int err = appendLine(c.playedLogPath(), theTrack + "," + generalDate(theTime) + "\n");
+        if (err != 0) {
+            noteWriteFailure(c, c.playedLogPath(), err);
+        } else {
+            noteWriteSuccess(c);
+        }
     } catch (...) {
+    }
+}
+
+void noteWriteFailure(Console& c, const std::string& path, int err) {
+    if (auto line = c.writeFailures.failed(path, err, failureSeconds(c))) {
+        tellWriteFailures(c, *line);
+    }
+}
+
+void noteWriteSuccess(Console& c) {
+    if (auto line = c.writeFailures.succeeded(failureSeconds(c))) {
+        tellWriteFailures(c, *line);
     }
 }
 

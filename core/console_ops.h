@@ -33,8 +33,14 @@ void deleteIniKey(Console& c, const std::string& file, std::string_view section,
 inline constexpr std::uintmax_t kAppLogLimit = 10 * 1024 * 1024;
 inline constexpr int kAppLogsKept = 5;
 void logError(Console& c, const std::string& theError);
-// Played.log: title + "," + date text.
+// Played.log: title + "," + date text. A line is appended whole or not at all; the lines already
+// there are never rewritten.
 void logPlayed(Console& c, const std::string& theTrack, DateValue theTime);
+// A write of the console's (a log line, a settings file) that failed with the system's error err,
+// and one that succeeded after such failures: at most one line a minute about them goes to
+// app.log, or to the standard error when app.log cannot be written either (WriteFailures).
+void noteWriteFailure(Console& c, const std::string& path, int err);
+void noteWriteSuccess(Console& c);
 // The failure line most routines write: name + description + "  " + number + tail.
 std::string failureText(const std::string& routine, const std::exception& e);
 

@@ -159,6 +159,7 @@ struct SettingsStore::Impl {
 
     std::unordered_map<std::string, Entry> files;
     std::vector<std::string> privateNames;
+    std::function<void(const std::string&, int)> failureHandler;
     int eventDepth = 0;
     std::uint64_t eventSerial = 0;  // counts the outermost events; 0 is "no event"
     timespec uncertainty = uncertainTimeAfterWrite();
@@ -226,12 +227,16 @@ struct SettingsStore::Impl {
     // reads next is what the disk holds, as when a classic write fails.
     bool flushFile(const std::string& path, Entry& e) {
         const auto written = replaceFile(path, e.doc.serialize(), isPrivate(path));
-        const auto stamp = written ? std::optional<DiskStamp>(stampOf(*written)) : std::nullopt;
-        if (!stamp) {
+        if (!written) {
+            const int err = errno;
+            if (failureHandler) {
+                failureHandler(path, err);
+            }
             return false;
         }
+        const DiskStamp stamp = stampOf(*written);
         e.dirty = false;
-        trust(e, *stamp);
+        trust(e, stamp);
         return true;
     }
 
@@ -305,6 +310,10 @@ void SettingsStore::flush() {
 
 void SettingsStore::addPrivateFileName(std::string name) {
     impl_->privateNames.push_back(foldName(std::move(name)));
+}
+
+void SettingsStore::onWriteFailure(std::function<void(const std::string& path, int err)> handler) {
+    impl_->failureHandler = std::move(handler);
 }
 
 void SettingsStore::dropCache() {

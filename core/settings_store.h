@@ -18,6 +18,7 @@
 // Thread contract: console thread only. The store holds no lock.
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -56,6 +57,10 @@ class SettingsStore {
 
     // Forgets every cached file (the next read goes to disk). Unwritten changes are flushed first.
     void dropCache();
+
+    // Called with the file's path and the system's error when a file cannot be written (the
+    // change is dropped as before); an empty function stops the calls.
+    void onWriteFailure(std::function<void(const std::string& path, int err)> handler);
 
   private:
     struct Impl;

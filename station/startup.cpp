@@ -12,6 +12,7 @@
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/text.h"
+#include "core/unfinished_files.h"
 #include "desk/console_layout.h"
 #include "desk/size_form_controls.h"
 #include "liveassist/sampler.h"
@@ -69,7 +70,14 @@ void Form_Load(core::Console& c) {
     c.loaded = true;
     try {
         auto& m = c.form();
+        // What a killed run was writing (a setting file, a tag, an import, an encoder's output)
+        // goes before this run writes anything of its own.
+        const int swept = sweepUnfinishedFiles(c.AppFolder);
         logError(c, "TarnWave Starting Before Voice");
+        if (swept > 0) {
+            logError(c, "TarnWave removed " + std::to_string(swept) +
+                            " unfinished files left by an earlier run");
+        }
         liveassist::createVoice(c);
         logError(c, "TarnWave Starting After Voice");
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/paths.h"
+#include "core/unfinished_files.h"
 
 namespace tw::tags {
 namespace {
@@ -81,22 +82,6 @@ std::string trackAttributes(const std::string& path, struct stat& attributes) {
 
 namespace {
 
-// The hidden temporary name beside the track: "." + name + ".tw-tag-XXXXXX", with the name cut (on
-// a character boundary) so that the whole stays within the file system's limit for one name.
-std::string temporaryPattern(const std::string& folder, const std::string& name) {
-    constexpr std::size_t kSuffix = sizeof(".tw-tag-XXXXXX") - 1;
-    constexpr std::size_t kNameMax = 255;
-    std::string kept = name;
-    if (kept.size() + 1 + kSuffix > kNameMax) {
-        std::size_t cut = kNameMax - 1 - kSuffix;
-        while (cut > 0 && (static_cast<unsigned char>(kept[cut]) & 0xC0) == 0x80) {
-            --cut;  // never split a UTF-8 sequence
-        }
-        kept.resize(cut);
-    }
-    return folder + "." + kept + ".tw-tag-XXXXXX";
-}
-
 // Where the bytes of path really live: a symbolic link is followed to its target.
 std::string resolvedTrack(const std::string& path, std::string& error) {
     struct stat link {};
@@ -114,13 +99,23 @@ std::string resolvedTrack(const std::string& path, std::string& error) {
 }
 
 // A track with other hard links keeps its inode: the complete, flushed image is copied into it.
-// The room is reserved first, so that a full disk fails before the first byte is overwritten; if
-// the copy still fails half way, the new image is kept beside the track and named in the reason.
+// The room is reserved first, so that a full disk fails before the first byte is overwritten.
+// Before the first byte the image takes a name the start-up sweep leaves alone: if the copy fails
+// half way, or the console is killed during it, the whole new image stays beside the track (and a
+// failure names it).
 std::string copyImageInto(const std::string& temp, const std::string& path,
                           const struct stat& old) {
-    int from = ::open(temp.c_str(), O_RDONLY | O_CLOEXEC);
+    const std::string kept = temp.substr(0, temp.rfind(".tw-")) + ".tw-whole";
+    if (::rename(temp.c_str(), kept.c_str()) != 0) {
+        const int err = errno;
+        ::unlink(temp.c_str());
+        return failure("keeping the new file", err);
+    }
+    int from = ::open(kept.c_str(), O_RDONLY | O_CLOEXEC);
     if (from < 0) {
-        return failure("reading the new file", errno);
+        const int err = errno;
+        ::unlink(kept.c_str());
+        return failure("reading the new file", err);
     }
     struct stat image {};
     ::fstat(from, &image);
@@ -128,16 +123,17 @@ std::string copyImageInto(const std::string& temp, const std::string& path,
     if (to < 0) {
         int err = errno;
         ::close(from);
+        ::unlink(kept.c_str());
         return failure("opening the track for writing", err);
     }
     auto fail = [&](const char* what, int err, bool touched) {
         ::close(from);
         ::close(to);
         if (!touched) {
-            ::unlink(temp.c_str());
+            ::unlink(kept.c_str());
             return failure(what, err);
         }
-        return failure(what, err) + "; the complete new file is kept as " + temp;
+        return failure(what, err) + "; the complete new file is kept as " + kept;
     };
     if (image.st_size > old.st_size) {
         if (int err = ::posix_fallocate(to, 0, image.st_size);
@@ -168,7 +164,7 @@ std::string copyImageInto(const std::string& temp, const std::string& path,
     ::futimens(to, times);
     ::close(from);
     ::close(to);
-    ::unlink(temp.c_str());
+    ::unlink(kept.c_str());
     return {};
 }
 
@@ -183,7 +179,7 @@ std::string replaceFile(const std::string& givenPath, const struct stat& old,
         return linkError;
     }
     std::string folder = core::parsePath(path, 3);
-    std::string pattern = temporaryPattern(folder, core::parsePath(path, 6));
+    std::string pattern = core::unfinishedPath(path, "tagXXXXXX");
     std::vector<char> name(pattern.begin(), pattern.end());
     name.push_back('\0');
     if (int err = hook(hooks, WriteStep::CreateTemp)) {

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "autodj/library_state.h"
+#include "core/unfinished_files.h"
 #include "desk/actions.h"
 #include "tests/audio/audio_fixtures.h"
 #include "tests/autodj/station_fixture.h"
@@ -155,7 +156,8 @@ TEST_F(LibraryJobsTest, AFileThatCannotBeCopiedEndsTheBatchAndTheCopiesSoFarStay
     EXPECT_TRUE(lines.back().starts_with("Error in importFiles: " + missing)) << lines.back();
     EXPECT_EQ(c.form().lstSongs.listCount(), 1);
     for (const auto& entry : fs::directory_iterator(rock())) {
-        EXPECT_FALSE(entry.path().string().ends_with(".part")) << "no half file left";
+        EXPECT_FALSE(core::unfinishedFileWriter(entry.path().filename().string()))
+            << "no half file left: " << entry.path();
     }
 }
 

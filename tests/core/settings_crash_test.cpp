@@ -16,6 +16,7 @@
 
 #include "core/ini_document.h"
 #include "core/settings_store.h"
+#include "core/unfinished_files.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw::core {
@@ -71,7 +72,6 @@ std::set<std::string> entriesOf(const fs::path& folder) {
 TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile) {
     test::TempDir dir;
     const fs::path file = dir / "played.ini";
-    const std::string temp = ".played.ini.tmp";
     test::writeFile(file, versionText(0));
 
     std::mt19937 random(20261122);
@@ -85,6 +85,7 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
         if (child == 0) {
             writeForever(file.string());
         }
+        const std::string temp = ".played.ini.tw-" + std::to_string(child) + ".tmp";
         // Wait for the writer's first flush to land (the file is replaced, so its inode changes),
         // so that even a slow machine gets its kills among the flushes; then let it run on.
         const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
@@ -120,6 +121,9 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
         if (entries.count(temp)) {
             ++killedMidFlush;
         }
+        // Each round's writer has a name of its own; what an earlier one left is swept as at a
+        // start.
+        sweepUnfinishedFiles(dir.str());
         ASSERT_TRUE(entries == std::set<std::string>({"played.ini"}) ||
                     entries == std::set<std::string>({"played.ini", temp}))
             << "round " << round << ": " << entries.size() << " entries";
@@ -128,10 +132,7 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
     EXPECT_GT(killedMidFlush, 0);
 
     // The next start clears what the last kill left.
-    {
-        SettingsStore store;
-        store.write(file.string(), "Track 0", "Gen", std::to_string(lastVersion + 1));
-    }
+    sweepUnfinishedFiles(dir.str());
     EXPECT_EQ(entriesOf(dir.path()), std::set<std::string>{"played.ini"});
 }
 

@@ -9,7 +9,10 @@
 #include <filesystem>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "core/unfinished_files.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw::core {
@@ -297,8 +300,24 @@ class FailingFlushTest : public SettingsStoreTest {
 };
 
 TEST_F(FailingFlushTest, TemporaryFilePlaceTakenByAFolder) {
-    fs::create_directories(dir_ / ".played.ini.tmp" / "inside");
-    expectOriginalKept({"played.ini", ".played.ini.tmp"});
+    const std::string temp = fs::path(unfinishedPath(path("played.ini"), "tmp")).filename();
+    fs::create_directories(dir_ / temp / "inside");
+    expectOriginalKept({"played.ini", temp});
+}
+
+TEST_F(FailingFlushTest, AFailedFlushIsReportedWithThePathAndTheReason) {
+    std::vector<std::pair<std::string, int>> reported;
+    store_.onWriteFailure(
+        [&reported](const std::string& file, int err) { reported.emplace_back(file, err); });
+    const std::string temp = fs::path(unfinishedPath(path("played.ini"), "tmp")).filename();
+    fs::create_directories(dir_ / temp / "inside");
+    store_.write(path("played.ini"), "t", "PlayCount", "2");
+    ASSERT_EQ(reported.size(), 1u);
+    EXPECT_EQ(reported[0].first, path("played.ini"));
+    EXPECT_EQ(reported[0].second, EEXIST) << "the temporary file's place is taken";
+    store_.onWriteFailure({});
+    store_.write(path("played.ini"), "t", "PlayCount", "3");
+    EXPECT_EQ(reported.size(), 1u) << "no calls once the handler is gone";
 }
 
 TEST_F(FailingFlushTest, ReadOnlyFolder) {
@@ -327,7 +346,7 @@ TEST_F(SettingsStoreTest, FolderInPlaceOfTheFileReadsDefaultsAndIsLeftAlone) {
 }
 
 TEST_F(SettingsStoreTest, LeftoverTemporaryFileIsRemovedByTheNextFlush) {
-    writeFile(dir_ / ".played.ini.tmp", "[t]\nPlayCount=half a fi");
+    writeFile(unfinishedPath(path("played.ini"), "tmp"), "[t]\nPlayCount=half a fi");
     store_.write(path("played.ini"), "t", "PlayCount", "1");
     EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"played.ini"});
     EXPECT_EQ(readFile(dir_ / "played.ini"), "[t]\nPlayCount=1\n");

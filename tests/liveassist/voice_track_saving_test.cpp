@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "core/program_runner.h"
+#include "core/unfinished_files.h"
 #include "desk/actions.h"
 #include "liveassist/voice_tracks.h"
 #include "station/startup.h"
@@ -183,7 +184,7 @@ TEST_F(VoiceTrackSavingTest, ATakeThatCannotBeWrittenIsSavedFromMemoryNotFromThe
     const std::string first = slurp(dir / "VoiceTrack1.wav");
     ASSERT_EQ(first.size(), 4044u);
     // The next take cannot be written: its temporary file's name is taken by a folder.
-    fs::create_directories(dir / ".VoiceTrack1.wav.tmp");
+    fs::create_directories(core::unfinishedPath((dir / "VoiceTrack1.wav").string(), "tmp"));
     recordBytes(2000, 2000);
     prompter.queueAnswer("OK");  // the message that the take could not be written
     prompter.queueAnswer("Second Link");

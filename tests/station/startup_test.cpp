@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <regex>
 
@@ -47,6 +50,31 @@ TEST_F(StartupTest, FirstRunWithAnEmptyFolderCreatesTheFoldersAndPlaysNothing) {
         EXPECT_EQ(t.find("loading Form"), std::string::npos) << t;
     }
     EXPECT_TRUE(c.tmrCheckPositionBool);
+}
+
+TEST_F(StartupTest, LoadRemovesTheUnfinishedFilesOfAKilledRunAndSaysSo) {
+    // A run that has ended: a child that exits at once.
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    const std::string killed = std::to_string(child);
+    fs::create_directories(dir / "Music/Rock");
+    writeFile(dir / "played.ini", "[t]\nPlayCount=1\n");
+    writeFile(dir / (".played.ini.tw-" + killed + ".tmp"), "[t]\nPlayCo");
+    writeFile(dir / ("Music/Rock/.Song.mp3.tw-" + killed + ".tagAbCdEf"), "ID3");
+    writeFile(dir / ("Music/.tw-" + killed + "-4.part"), "half a take");
+    Console& c = make();
+    Form_Load(c);
+    EXPECT_FALSE(fs::exists(dir / (".played.ini.tw-" + killed + ".tmp")));
+    EXPECT_FALSE(fs::exists(dir / ("Music/Rock/.Song.mp3.tw-" + killed + ".tagAbCdEf")));
+    EXPECT_FALSE(fs::exists(dir / ("Music/.tw-" + killed + "-4.part")));
+    EXPECT_EQ(readFile(dir / "played.ini"), "[t]\nPlayCount=1\n");
+    const auto texts = traceTexts(appLogLines());
+    ASSERT_GE(texts.size(), 2u);
+    EXPECT_EQ(texts[1], "TarnWave removed 3 unfinished files left by an earlier run");
 }
 
 TEST_F(StartupTest, TracesAppearInTheOrderOfLoadAndUnload) {
