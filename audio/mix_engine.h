@@ -203,6 +203,9 @@ class MixEngine final : public Engine, private AudioProducer {
     void setNameServers(const std::string& nameServers);
 
   private:
+    // A text the encoder's session keeps (connectError, programEnd), under the lock; empty and
+    // kErrorHandle when there is no such encoder.
+    std::string sessionText(Handle encoder, std::string (EncoderSession::*text)() const);
     // A channel handle names either the mixer (no source) or a stream.
     struct Channel {
         std::shared_ptr<Source> source;

@@ -135,7 +135,7 @@ std::string MixEngine::castGetStats(Handle encoder, int type, const std::string&
     return session->stats(type, password);
 }
 
-std::string MixEngine::castGetError(Handle encoder) {
+std::string MixEngine::sessionText(Handle encoder, std::string (EncoderSession::*text)() const) {
     std::lock_guard lock(mutex_);
     auto session = encoders_.get(encoder);
     if (!session) {
@@ -143,18 +143,15 @@ std::string MixEngine::castGetError(Handle encoder) {
         return {};
     }
     ok();
-    return session->connectError();
+    return (session.get()->*text)();
+}
+
+std::string MixEngine::castGetError(Handle encoder) {
+    return sessionText(encoder, &EncoderSession::connectError);
 }
 
 std::string MixEngine::encodeGetEnd(Handle encoder) {
-    std::lock_guard lock(mutex_);
-    auto session = encoders_.get(encoder);
-    if (!session) {
-        fail(kErrorHandle);
-        return {};
-    }
-    ok();
-    return session->programEnd();
+    return sessionText(encoder, &EncoderSession::programEnd);
 }
 
 void MixEngine::setNameServers(const std::string& nameServers) {

@@ -37,12 +37,7 @@ cleanup() {
 trap cleanup EXIT
 mount -t tmpfs -o size=16m,mode=0755 tw-disk-full-soak "$disk"
 
-export HOME=$work/home
-export XDG_DATA_HOME=$HOME/.local/share XDG_CACHE_HOME=$HOME/.cache XDG_CONFIG_HOME=$HOME/.config
-export XDG_RUNTIME_DIR=$HOME/run
-mkdir -p "$XDG_DATA_HOME" "$XDG_CACHE_HOME" "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR"
-chmod 700 "$XDG_RUNTIME_DIR"
-export TARNWAVE_AUDIO=null QT_QPA_PLATFORM=offscreen
+. scripts/isolated-home.sh "$work"
 station=$disk/station
 export TARNWAVE_HOME=$station
 # 4 categories of 6 tracks, 8 to 15 s: a start every ten seconds or so.

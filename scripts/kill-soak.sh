@@ -43,12 +43,7 @@ cleanup() {
     rm -rf "$work"
 }
 trap cleanup EXIT
-export HOME=$work/home
-export XDG_DATA_HOME=$HOME/.local/share XDG_CACHE_HOME=$HOME/.cache XDG_CONFIG_HOME=$HOME/.config
-export XDG_RUNTIME_DIR=$HOME/run
-mkdir -p "$XDG_DATA_HOME" "$XDG_CACHE_HOME" "$XDG_CONFIG_HOME" "$XDG_RUNTIME_DIR"
-chmod 700 "$XDG_RUNTIME_DIR"
-export TARNWAVE_AUDIO=null QT_QPA_PLATFORM=offscreen
+. scripts/isolated-home.sh "$work"
 station=$work/station
 export TARNWAVE_HOME=$station
 
