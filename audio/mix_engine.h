@@ -21,6 +21,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -203,9 +204,10 @@ class MixEngine final : public Engine, private AudioProducer {
     void setNameServers(const std::string& nameServers);
 
   private:
-    // A text the encoder's session keeps (connectError, programEnd), under the lock; empty and
-    // kErrorHandle when there is no such encoder.
-    std::string sessionText(Handle encoder, std::string (EncoderSession::*text)() const);
+    // What read gives of the encoder's session, under the lock; empty and kErrorHandle when
+    // there is no such encoder.
+    std::string sessionText(Handle encoder,
+                            const std::function<std::string(EncoderSession&)>& read);
     // A channel handle names either the mixer (no source) or a stream.
     struct Channel {
         std::shared_ptr<Source> source;

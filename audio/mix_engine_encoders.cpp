@@ -125,17 +125,11 @@ bool MixEngine::castSetTitle(Handle encoder, const std::string& title, const std
 }
 
 std::string MixEngine::castGetStats(Handle encoder, int type, const std::string& password) {
-    std::lock_guard lock(mutex_);
-    auto session = encoders_.get(encoder);
-    if (!session) {
-        fail(kErrorHandle);
-        return {};
-    }
-    ok();
-    return session->stats(type, password);
+    return sessionText(encoder, [&](EncoderSession& s) { return s.stats(type, password); });
 }
 
-std::string MixEngine::sessionText(Handle encoder, std::string (EncoderSession::*text)() const) {
+std::string MixEngine::sessionText(Handle encoder,
+                                   const std::function<std::string(EncoderSession&)>& read) {
     std::lock_guard lock(mutex_);
     auto session = encoders_.get(encoder);
     if (!session) {
@@ -143,15 +137,15 @@ std::string MixEngine::sessionText(Handle encoder, std::string (EncoderSession::
         return {};
     }
     ok();
-    return (session.get()->*text)();
+    return read(*session);
 }
 
 std::string MixEngine::castGetError(Handle encoder) {
-    return sessionText(encoder, &EncoderSession::connectError);
+    return sessionText(encoder, [](EncoderSession& s) { return s.connectError(); });
 }
 
 std::string MixEngine::encodeGetEnd(Handle encoder) {
-    return sessionText(encoder, &EncoderSession::programEnd);
+    return sessionText(encoder, [](EncoderSession& s) { return s.programEnd(); });
 }
 
 void MixEngine::setNameServers(const std::string& nameServers) {

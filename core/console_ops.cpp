@@ -17,21 +17,45 @@ namespace tw::core {
 
 namespace {
 
+// A log that has reached its size moves aside as .1, the older ones one number up, the fifth
+// dropped: weeks of failures or engine figures never fill the disk. A rename that fails leaves
+// the log to grow; nothing about it stops the line being written.
+void moveLogsAside(const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    const auto kept = [&path](int n) { return path + "." + std::to_string(n); };
+    fs::remove(kept(kAppLogsKept), ec);
+    for (int n = kAppLogsKept - 1; n >= 1; --n) {
+        fs::rename(kept(n), kept(n + 1), ec);
+    }
+    fs::rename(path, kept(1), ec);
+}
+
 // Appends one whole line, or nothing: 0, or the system's error. A line that only partly fits (a
 // disk that fills in the middle of it) is cut off again, so that the next line never runs on from
-// half of this one; what the file held before is never touched.
-int appendLine(const std::string& path, const std::string& line) {
+// half of this one; what the file held before is never touched. With rotateAt, a file that has
+// reached that size is first moved aside (moveLogsAside) and the line begins a new one.
+int appendLine(const std::string& path, const std::string& line, off_t rotateAt = 0) {
     // Opened, written and closed for every line, so that nothing stays open between events and a
     // failure (a full disk, a folder gone) costs only this line.
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    if (fd < 0) {
-        return errno;
-    }
+    int fd = -1;
     struct stat before {};
-    if (::fstat(fd, &before) != 0) {
-        const int err = errno;
+    for (bool rotated = false;;) {
+        fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        if (fd < 0) {
+            return errno;
+        }
+        if (::fstat(fd, &before) != 0) {
+            const int err = errno;
+            ::close(fd);
+            return err;
+        }
+        if (rotateAt == 0 || before.st_size < rotateAt || rotated) {
+            break;
+        }
         ::close(fd);
-        return err;
+        moveLogsAside(path);
+        rotated = true;
     }
     const char* p = line.data();
     std::size_t left = line.size();
@@ -71,24 +95,6 @@ void tellWriteFailures(Console& c, const std::string& text) {
 // must be a minute.
 double failureSeconds(const Console& c) {
     return c.svc.clock ? std::round(c.svc.clock->exact() * 86400000.0) / 1000.0 : 0;
-}
-
-// A log that has reached its size moves aside as .1, the older ones one number up, the fifth
-// dropped: weeks of failures or engine figures never fill the disk. A rename that fails leaves
-// the log to grow; nothing about it stops the line being written.
-void rotateWhenFull(const std::string& path) {
-    namespace fs = std::filesystem;
-    std::error_code ec;
-    const auto size = fs::file_size(path, ec);
-    if (ec || size < kAppLogLimit) {
-        return;
-    }
-    const auto kept = [&path](int n) { return path + "." + std::to_string(n); };
-    fs::remove(kept(kAppLogsKept), ec);
-    for (int n = kAppLogsKept - 1; n >= 1; --n) {
-        fs::rename(kept(n), kept(n + 1), ec);
-    }
-    fs::rename(path, kept(1), ec);
 }
 
 bool matchesPattern(const std::string& name, const std::string& pattern) {
@@ -141,9 +147,9 @@ void showCastError(Console& c, const std::string& message) {
 
 void logError(Console& c, const std::string& theError) {
     try {
-        rotateWhenFull(c.appLogPath());
         const int err =
-            appendLine(c.appLogPath(), "#Time:" + generalDate(c.now()) + theError + "#\n");
+            appendLine(c.appLogPath(), "#Time:" + generalDate(c.now()) + theError + "#\n",
+                       static_cast<off_t>(kAppLogLimit));
         if (err != 0) {
             noteWriteFailure(c, c.appLogPath(), err);
         }

@@ -93,17 +93,6 @@ class WavWriter {
     std::uint64_t dataBytes_ = 0;
 };
 
-// VmRSS of this process in kB, 0 when it cannot be read.
-long residentKb() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind("VmRSS:", 0) == 0) {
-            return std::strtol(line.c_str() + 6, nullptr, 10);
-        }
-    }
-    return 0;
-}
-
 // The words of a line, split at blanks.
 std::vector<std::string> words(const std::string& text) {
     std::vector<std::string> out;
@@ -115,6 +104,16 @@ std::vector<std::string> words(const std::string& text) {
 }
 
 }  // namespace
+
+long residentKb() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmRSS:", 0) == 0) {
+            return std::strtol(line.c_str() + 6, nullptr, 10);
+        }
+    }
+    return 0;
+}
 
 std::function<void(std::int64_t)> offlineRenderer(std::function<bool(std::size_t)> renderFrames) {
     return [renderFrames = std::move(renderFrames), micros = std::int64_t{0},

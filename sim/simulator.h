@@ -55,6 +55,9 @@ namespace tw::sim {
 // frames of 44100 Hz audio, carrying the fractions over so that no time is lost.
 std::function<void(std::int64_t)> offlineRenderer(std::function<bool(std::size_t)> renderFrames);
 
+// VmRSS of this process in kB, 0 when it cannot be read.
+long residentKb();
+
 class Simulator {
   public:
     // Receives every stretch of the mix the engine rendered: `frames` frames of interleaved

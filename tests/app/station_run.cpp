@@ -82,16 +82,6 @@ void copyStation(const std::filesystem::path& from, const std::filesystem::path&
                               std::filesystem::copy_options::overwrite_existing);
 }
 
-long residentKb() {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind("VmRSS:", 0) == 0) {
-            return std::strtol(line.c_str() + 6, nullptr, 10);
-        }
-    }
-    return 0;
-}
-
 namespace {
 
 std::unique_ptr<audio::MixEngine> offlineEngine(

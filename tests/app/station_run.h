@@ -47,8 +47,7 @@ std::string makeScenarioStation(const std::filesystem::path& station);
 // Copies every file and folder of `from` into `to`.
 void copyStation(const std::filesystem::path& from, const std::filesystem::path& to);
 
-// VmRSS of this process in kB (0 when it cannot be read).
-long residentKb();
+using sim::residentKb;
 
 struct SilenceStretch {
     double startSeconds = 0;  // from the start of the run

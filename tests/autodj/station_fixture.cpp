@@ -33,6 +33,14 @@ core::Console& StationFixture::open() {
     return c;
 }
 
+core::Console& StationFixture::openWithMicrophone() {
+    engine.recordDevices = {"Desk mic"};
+    engine.recordInputs = {"Mic"};
+    core::Console& c = open();
+    c.mixerStream = engine.mixerStreamCreate(44100, 2, 0);
+    return c;
+}
+
 void StationFixture::setHistory(const std::string& section, const std::string& key,
                                 const std::string& value) {
     core::writeIniValue(*console, console->playedIniPath(), section, key, value);

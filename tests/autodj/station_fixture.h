@@ -21,6 +21,9 @@ class StationFixture : public ConsoleFixture {
                          const std::string& artist, const std::string& title);
     // The console with its library lists built as start-up builds them.
     core::Console& open();
+    // The same with a desk microphone ("Desk mic", input "Mic") and the mixer's stream, as the
+    // microphone, the takes and the voice tracks need.
+    core::Console& openWithMicrophone();
     // A value in played.ini, through the console's settings store.
     void setHistory(const std::string& section, const std::string& key, const std::string& value);
     std::string history(const std::string& section, const std::string& key,

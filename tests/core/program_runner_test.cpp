@@ -21,11 +21,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 class ProgramRunnerTest : public ::testing::Test {
   protected:
     // Runs the loop's events until an end was reported or five seconds.
@@ -79,7 +74,7 @@ TEST_F(ProgramRunnerTest, ItsInputIsFedToItAndItsFileIsPutInPlaceWhenWhole) {
     ASSERT_TRUE(runner.start(job, keep()));
     ASSERT_TRUE(pumpUntilEnded());
     EXPECT_TRUE(ended->whole());
-    EXPECT_EQ(slurp(target), std::string(300000, 'x'));
+    EXPECT_EQ(test::readFile(target), std::string(300000, 'x'));
     EXPECT_FALSE(fs::exists(job.partFile));
 }
 
@@ -92,7 +87,7 @@ TEST_F(ProgramRunnerTest, AFailedProgramsPartFileGoesAndTheTargetStays) {
     job.target = target;
     ASSERT_TRUE(runner.start(job, keep()));
     ASSERT_TRUE(pumpUntilEnded());
-    EXPECT_EQ(slurp(target), "old");
+    EXPECT_EQ(test::readFile(target), "old");
     EXPECT_FALSE(fs::exists(job.partFile));
 }
 
@@ -113,7 +108,7 @@ TEST_F(ProgramRunnerTest, FinishWaitsForAProgramThatEndsInTime) {
     runner.finish(5s);
     ASSERT_TRUE(ended.has_value()) << "its end is reported inside finish";
     EXPECT_TRUE(ended->whole());
-    EXPECT_EQ(slurp(target), "done\n");
+    EXPECT_EQ(test::readFile(target), "done\n");
 }
 
 TEST_F(ProgramRunnerTest, FinishEndsAProgramPastItsTimeAndRemovesItsPartFile) {

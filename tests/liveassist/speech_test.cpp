@@ -13,6 +13,7 @@
 #include "desk/actions.h"
 #include "liveassist/microphone.h"
 #include "tests/autodj/station_fixture.h"
+#include "tests/testlib/temp_dir.h"
 
 namespace tw::test {
 namespace {
@@ -21,11 +22,6 @@ namespace fs = std::filesystem;
 
 std::string h(audio::Handle v) {
     return std::to_string(v);
-}
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 class SpeechTest : public StationFixture {
@@ -43,7 +39,7 @@ TEST_F(SpeechTest, ALineIsRenderedAsA44kStereoWavThatIsAudible) {
     auto& c = station();
     c.form().txtSendText.text = "Good morning, this is the station.";
     desk::press(c, "cmdSayIt");
-    const std::string wav = slurp(spoken());
+    const std::string wav = readFile(spoken());
     ASSERT_GT(wav.size(), 44u + 44100u) << "more than a quarter second of speech";
     EXPECT_EQ(wav.substr(0, 4), "RIFF");
     EXPECT_EQ(static_cast<unsigned char>(wav[22]), 2) << "stereo";
@@ -67,7 +63,7 @@ TEST_F(SpeechTest, AnEmptyTextIsSpokenAsItIsAndThePlayersDipForTheShortPlay) {
     c.player1Stream = engine.addStream(60);
     c.player2Stream = engine.addStream(60);
     liveassist::sayText(c, "");
-    EXPECT_EQ(slurp(spoken()).size(), 44u);
+    EXPECT_EQ(readFile(spoken()).size(), 44u);
     ASSERT_NE(c.spokenStream, 0u);
     EXPECT_EQ(engine.count("mixerAddChannel " + h(c.mixerStream) + " " + h(c.spokenStream) + " " +
                            std::to_string(audio::kStreamAutoFree)),

@@ -19,24 +19,16 @@
 #include "liveassist/voice_tracks.h"
 #include "station/startup.h"
 #include "tests/autodj/station_fixture.h"
+#include "tests/testlib/temp_dir.h"
 
 namespace tw::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void spit(const fs::path& p, const std::string& text) {
-    std::ofstream(p, std::ios::binary) << text;
-}
-
 // Whether the file holds `bytes` (the library may tag a new track once it shows it).
 bool holds(const fs::path& p, const std::string& bytes) {
-    return slurp(p).find(bytes) != std::string::npos;
+    return readFile(p).find(bytes) != std::string::npos;
 }
 
 // The files of a folder, by name.
@@ -63,19 +55,11 @@ class VoiceTrackSavingTest : public StationFixture {
     // its standard input) and $out the file it is to write.
     void fakeLame(const std::string& body) {
         const fs::path lame = bin_ / "lame";
-        spit(lame,
-             "#!/bin/sh\n"
-             "for a in \"$@\"; do in=$out; out=$a; done\n" +
-                 body + "\n");
+        writeFile(lame,
+                  "#!/bin/sh\n"
+                  "for a in \"$@\"; do in=$out; out=$a; done\n" +
+                      body + "\n");
         fs::permissions(lame, fs::perms::owner_all);
-    }
-
-    core::Console& station() {
-        engine.recordDevices = {"Desk mic"};
-        engine.recordInputs = {"Mic"};
-        open();
-        console->mixerStream = engine.mixerStreamCreate(44100, 2, 0);
-        return *console;
     }
 
     // Starts a take and feeds it `bytes` bytes of the sample value `value`; false when the
@@ -125,36 +109,36 @@ TEST_F(VoiceTrackSavingTest, AFailedEncoderWritesItsExitStatusAndItsLastLineToTh
         "printf 'Frame 1/3\\rFrame 2/3\\r' >&2\n"
         "echo 'Error writing the output: No space left on device' >&2\n"
         "exit 3");
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(4000);
     prompter.queueAnswer("Broken Link");
     desk::press(c, "cmdRecord");
     ASSERT_TRUE(settle());
-    EXPECT_TRUE(logged("exit status 3")) << "app.log: " << slurp(dir / "app.log");
+    EXPECT_TRUE(logged("exit status 3")) << "app.log: " << readFile(dir / "app.log");
     EXPECT_TRUE(logged("Error writing the output: No space left on device"))
-        << "app.log: " << slurp(dir / "app.log");
-    EXPECT_TRUE(logged("Broken Link")) << "app.log: " << slurp(dir / "app.log");
+        << "app.log: " << readFile(dir / "app.log");
+    EXPECT_TRUE(logged("Broken Link")) << "app.log: " << readFile(dir / "app.log");
     EXPECT_EQ(namesIn(tracks()), std::vector<std::string>{}) << "no file is left behind";
 }
 
 TEST_F(VoiceTrackSavingTest, AnEncoderThatSucceedsLeavesNoLine) {
     fakeLame("echo 'all fine' >&2; cat -- \"$in\" > \"$out\"");
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(4000);
     prompter.queueAnswer("Good Link");
     desk::press(c, "cmdRecord");
     ASSERT_TRUE(settle());
-    EXPECT_TRUE(holds(tracks() / "Good Link.mp3", slurp(dir / "VoiceTrack1.wav")));
+    EXPECT_TRUE(holds(tracks() / "Good Link.mp3", readFile(dir / "VoiceTrack1.wav")));
     EXPECT_EQ(namesIn(tracks()), std::vector<std::string>{"Good Link.mp3"});
     EXPECT_FALSE(logged("all fine"));
 }
 
 TEST_F(VoiceTrackSavingTest, ATrackSavedUnderAnExistingNameStaysWholeUntilTheNewOneIsWhole) {
     fs::create_directories(tracks());
-    spit(tracks() / "Link.mp3", "the old link, whole");
+    writeFile(tracks() / "Link.mp3", "the old link, whole");
     // Half a file, a moment's work, then the encoder fails.
     fakeLame("printf 'half of the new' > \"$out\"; sleep 0.3; exit 1");
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(4000);
     prompter.queueAnswer("Link");
     desk::press(c, "cmdRecord");
@@ -178,10 +162,10 @@ TEST_F(VoiceTrackSavingTest, ATrackSavedUnderAnExistingNameStaysWholeUntilTheNew
 
 TEST_F(VoiceTrackSavingTest, ATakeThatCannotBeWrittenIsSavedFromMemoryNotFromTheLastTake) {
     fakeLame("cat -- \"$in\" > \"$out\"");
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(4000, 1000);
     desk::press(c, "cmdRecord");  // the first take, kept without a name
-    const std::string first = slurp(dir / "VoiceTrack1.wav");
+    const std::string first = readFile(dir / "VoiceTrack1.wav");
     ASSERT_EQ(first.size(), 4044u);
     // The next take cannot be written: its temporary file's name is taken by a folder.
     fs::create_directories(core::unfinishedPath((dir / "VoiceTrack1.wav").string(), "tmp"));
@@ -192,7 +176,7 @@ TEST_F(VoiceTrackSavingTest, ATakeThatCannotBeWrittenIsSavedFromMemoryNotFromThe
     EXPECT_TRUE(std::any_of(prompter.shown().begin(), prompter.shown().end(), [](const auto& s) {
         return s.text.find("Can't create the file") != std::string::npos;
     }));
-    EXPECT_EQ(slurp(dir / "VoiceTrack1.wav"), first) << "the last take stays as it was";
+    EXPECT_EQ(readFile(dir / "VoiceTrack1.wav"), first) << "the last take stays as it was";
     ASSERT_TRUE(settle());
     const fs::path saved = tracks() / "Second Link.mp3";
     ASSERT_TRUE(fs::exists(saved)) << "the take is saved under its new name";
@@ -207,7 +191,7 @@ TEST_F(VoiceTrackSavingTest, ATakeThatCannotBeWrittenIsSavedFromMemoryNotFromThe
 }
 
 TEST_F(VoiceTrackSavingTest, ATakeThatCannotGrowIsWrittenAsFarAsItWasRecorded) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     c.recordLimit = 400000;
     bool accepted = true;
     int blocks = 0;
@@ -221,7 +205,7 @@ TEST_F(VoiceTrackSavingTest, ATakeThatCannotGrowIsWrittenAsFarAsItWasRecorded) {
     EXPECT_EQ(c.form().cmdRecord.caption, "Record");
     ASSERT_FALSE(prompter.shown().empty());
     EXPECT_NE(prompter.shown().back().text.find("Out of memory!"), std::string::npos);
-    const std::string wav = slurp(dir / "VoiceTrack1.wav");
+    const std::string wav = readFile(dir / "VoiceTrack1.wav");
     ASSERT_EQ(wav.size(), 44u + 40000u * static_cast<std::size_t>(blocks)) << "what was recorded";
     EXPECT_EQ(c.form().cmdVoiceTrack.caption, "VoiceTrack");
     // The take's record channel is stopped, so it holds nothing more of the engine's.
@@ -230,12 +214,12 @@ TEST_F(VoiceTrackSavingTest, ATakeThatCannotGrowIsWrittenAsFarAsItWasRecorded) {
 
 TEST_F(VoiceTrackSavingTest, AnEncoderStillWorkingAtShutDownFinishesItsTrack) {
     fakeLame("sleep 1; cat -- \"$in\" > \"$out\"");
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(4000);
     prompter.queueAnswer("Last Link");
     desk::press(c, "cmdRecord");
     station::Form_Unload(c);
-    EXPECT_TRUE(holds(tracks() / "Last Link.mp3", slurp(dir / "VoiceTrack1.wav")));
+    EXPECT_TRUE(holds(tracks() / "Last Link.mp3", readFile(dir / "VoiceTrack1.wav")));
     EXPECT_EQ(namesIn(tracks()), std::vector<std::string>{"Last Link.mp3"});
 }
 

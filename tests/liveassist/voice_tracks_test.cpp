@@ -16,6 +16,7 @@
 #include "tags/id3_tag.h"
 #include "tests/autodj/station_fixture.h"
 #include "tests/tags/tag_test_util.h"
+#include "tests/testlib/temp_dir.h"
 
 namespace tw::test {
 namespace {
@@ -33,20 +34,8 @@ std::uint32_t le32(const std::string& b, std::size_t at) {
            static_cast<std::uint32_t>(static_cast<unsigned char>(b[at + 3])) << 24;
 }
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 class VoiceTracksTest : public StationFixture {
   protected:
-    core::Console& station() {
-        engine.recordDevices = {"Desk mic"};
-        engine.recordInputs = {"Mic"};
-        open();
-        console->mixerStream = engine.mixerStreamCreate(44100, 2, 0);
-        return *console;
-    }
     // Starts a take and feeds it `bytes` bytes of samples through its callback.
     void recordBytes(std::size_t bytes) {
         auto& c = *console;
@@ -79,7 +68,7 @@ class VoiceTracksTest : public StationFixture {
 };
 
 TEST_F(VoiceTracksTest, RecordStartsAPausedTakeWithTheVoiceChainAndItsCaption) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     desk::press(c, "cmdRecord");
     EXPECT_EQ(c.form().cmdRecord.caption, "Recording");
     ASSERT_NE(c.recordChannel, 0u);
@@ -92,7 +81,7 @@ TEST_F(VoiceTracksTest, RecordStartsAPausedTakeWithTheVoiceChainAndItsCaption) {
 }
 
 TEST_F(VoiceTracksTest, TheTakesAmplifierKeepsItsDefaultsAndTheMasterOneTakesTheVoiceValues) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     desk::press(c, "cmdCompressor");
     const audio::Handle master = c.masterDampFx;
     desk::press(c, "cmdRecord");
@@ -102,10 +91,10 @@ TEST_F(VoiceTracksTest, TheTakesAmplifierKeepsItsDefaultsAndTheMasterOneTakesThe
 }
 
 TEST_F(VoiceTracksTest, ATakeOfNoSamplesLeavesA44ByteFileWithDataLengthZero) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     desk::press(c, "cmdRecord");
     desk::press(c, "cmdRecord");  // the dialog is cancelled: no answer queued
-    const std::string wav = slurp(wavPath());
+    const std::string wav = readFile(wavPath());
     ASSERT_EQ(wav.size(), 44u);
     EXPECT_EQ(wav.substr(0, 4), "RIFF");
     EXPECT_EQ(le32(wav, 4), 36u);
@@ -118,7 +107,7 @@ TEST_F(VoiceTracksTest, ATakeOfNoSamplesLeavesA44ByteFileWithDataLengthZero) {
 }
 
 TEST_F(VoiceTracksTest, ATakeEndingExactlyOnAStepHasGrownBeforeTheLastCopy) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(200000 - 44 - 1000);
     EXPECT_EQ(c.recordBuffer.size(), 200000u);
     recordBytes(1000);  // ends exactly on 200000
@@ -127,7 +116,7 @@ TEST_F(VoiceTracksTest, ATakeEndingExactlyOnAStepHasGrownBeforeTheLastCopy) {
 }
 
 TEST_F(VoiceTracksTest, TheBufferGrowsInWholeStepsNotPerBlock) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(700000);
     EXPECT_EQ(c.recordLength, 700044);
     EXPECT_EQ(c.recordBuffer.size(), 800000u);
@@ -136,13 +125,13 @@ TEST_F(VoiceTracksTest, TheBufferGrowsInWholeStepsNotPerBlock) {
 }
 
 TEST_F(VoiceTracksTest, StoppingWritesTheLengthsAndTheFileAndOpensTheTakeInMemory) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(4000);
     const audio::Handle channel = c.recordChannel;
     desk::press(c, "cmdRecord");
     EXPECT_EQ(engine.count("channelStop " + h(channel)), 1);
     EXPECT_EQ(c.recordChannel, 0u);
-    const std::string wav = slurp(wavPath());
+    const std::string wav = readFile(wavPath());
     ASSERT_EQ(wav.size(), 4044u);
     EXPECT_EQ(le32(wav, 4), 4036u);
     EXPECT_EQ(le32(wav, 40), 4000u);
@@ -152,7 +141,7 @@ TEST_F(VoiceTracksTest, StoppingWritesTheLengthsAndTheFileAndOpensTheTakeInMemor
 }
 
 TEST_F(VoiceTracksTest, CancelInTheDialogKeepsTheWavAndVoiceTrackCanStillPlayIt) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(4000);
     desk::press(c, "cmdRecord");
     ASSERT_EQ(prompter.shown().back().kind, "name");
@@ -165,7 +154,7 @@ TEST_F(VoiceTracksTest, CancelInTheDialogKeepsTheWavAndVoiceTrackCanStillPlayIt)
 }
 
 TEST_F(VoiceTracksTest, TheDialogInVoiceTrackModeHasItsCaptions) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     liveassist::setUpVoiceTrack(c);
     const auto& d = c.ui.dialog;
     EXPECT_EQ(d.frmDialog.tag, "VoiceTrack");
@@ -176,7 +165,7 @@ TEST_F(VoiceTracksTest, TheDialogInVoiceTrackModeHasItsCaptions) {
 }
 
 TEST_F(VoiceTracksTest, TheNameLeftAtEnterNameHereSavesNothing) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(400);
     prompter.queueAnswer("Enter Name Here");
     desk::press(c, "cmdRecord");
@@ -186,7 +175,7 @@ TEST_F(VoiceTracksTest, TheNameLeftAtEnterNameHereSavesNothing) {
 }
 
 TEST_F(VoiceTracksTest, ANamedTakeIsEncodedWithoutAShellIntoTheCategoryAndTagged) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     recordBytes(44100 * 4);  // one second
     const std::string name = "Morning \"Show\" $(touch x) Ümlaut";
     prompter.queueAnswer(name);
@@ -231,7 +220,7 @@ TEST_F(VoiceTracksTest, TheFirstTakeSavedMakesItsCategoryWithoutAPlaylistErrorAn
     addCategory("Jazz");
     addTrack("Jazz", "a.mp3", "Artist", "Song");
     addCategory("Rock");
-    auto& c = station();
+    auto& c = openWithMicrophone();
     ASSERT_EQ(c.form().lstPlaylists.listCount(), 2);
     recordBytes(44100 * 4);
     prompter.queueAnswer("Drive Link");
@@ -258,7 +247,7 @@ TEST_F(VoiceTracksTest, ATakeSavedIntoTheExistingCategoryKeepsTheLibraryFigures)
     addCategory("Jazz");
     addCategory("VoiceTracks");
     addTrack("VoiceTracks", "Old Link.mp3", "VoiceTrack", "Old Link");
-    auto& c = station();
+    auto& c = openWithMicrophone();
     // Counted before: two hours and five minutes until VoiceTracks repeats.
     c.library->repeatTime.at(2) = 2 * 3600 + 5 * 60;
     c.library->averageSong.at(1) = 200;
@@ -279,7 +268,7 @@ TEST_F(VoiceTracksTest, ATakeSavedIntoTheExistingCategoryKeepsTheLibraryFigures)
 }
 
 TEST_F(VoiceTracksTest, LiveModeDucksAndAddsTheTakeToTheMixUntilItIsFreed) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     writeFile(wavPath(), "x");
     engine.fileSeconds[wavPath()] = 2;
     c.player1Stream = engine.addStream(60);
@@ -301,7 +290,7 @@ TEST_F(VoiceTracksTest, LiveModeDucksAndAddsTheTakeToTheMixUntilItIsFreed) {
 }
 
 TEST_F(VoiceTracksTest, TheTakeCountsDownOnItsButtonAndTheBeatStopsWhenNothingIsLeftToShow) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     engine.fileSeconds[wavPath()] = 12;
     desk::press(c, "cmdVoiceTrack");
     ASSERT_NE(c.previewTimerId, 0);
@@ -316,7 +305,7 @@ TEST_F(VoiceTracksTest, TheTakeCountsDownOnItsButtonAndTheBeatStopsWhenNothingIs
 }
 
 TEST_F(VoiceTracksTest, TheMicrophonesMeterFollowsItsLevel) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     c.form().picMicLevel.rect.width = 100;
     c.form().picMicLevel.rect.height = 10;
     desk::press(c, "cmdMic");
@@ -327,7 +316,7 @@ TEST_F(VoiceTracksTest, TheMicrophonesMeterFollowsItsLevel) {
 }
 
 TEST_F(VoiceTracksTest, PreviewModePlaysInTheStudioAndStillRestoresThePlayersAtTheEnd) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     engine.fileSeconds[wavPath()] = 2;
     c.player2Stream = engine.addStream(60);
     desk::press(c, "optSamplerMode(1)");
@@ -343,7 +332,7 @@ TEST_F(VoiceTracksTest, PreviewModePlaysInTheStudioAndStillRestoresThePlayersAtT
 }
 
 TEST_F(VoiceTracksTest, MoveToPlayerModeAndTheRightButtonDoNothing) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     engine.fileSeconds[wavPath()] = 2;
     desk::press(c, "cmdVoiceTrack", desk::MouseButton::Right);
     desk::press(c, "optSamplerMode(2)");
@@ -353,7 +342,7 @@ TEST_F(VoiceTracksTest, MoveToPlayerModeAndTheRightButtonDoNothing) {
 }
 
 TEST_F(VoiceTracksTest, APressWhileASampleSoundsStopsThatSampleInsteadOfStartingTheTake) {
-    auto& c = station();
+    auto& c = openWithMicrophone();
     engine.fileSeconds[wavPath()] = 2;
     const audio::Handle sample = engine.addStream(5);
     liveassist::setMicPreview(c, sample);

@@ -33,11 +33,6 @@ std::uint32_t le32(const std::string& b, std::size_t at) {
     return v;
 }
 
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
 // A microphone that plays a tone. Offline it delivers when the engine pulls; `racing` gives it a
 // thread that delivers small blocks as fast as it can; with `lastBlockAtClose` it delivers one
 // more block while it is being closed, as a capture thread that is in the middle of a delivery
@@ -116,7 +111,7 @@ class UnloadWhileRecordingTest : public ::testing::Test {
     }
     // The take on disk: whole, its lengths telling its size; its seconds of audio.
     double takeSeconds() {
-        const std::string wav = slurp(dir / "VoiceTrack1.wav");
+        const std::string wav = readFile(dir / "VoiceTrack1.wav");
         EXPECT_GE(wav.size(), 44u);
         if (wav.size() < 44) {
             return -1;
