@@ -150,11 +150,14 @@ TEST_F(CastTest, AnEncoderProgramThatDiesReadsAsInactive) {
 }
 
 TEST_F(CastTest, AnEncoderProgramThatFailsTellsItsExitStatusAndTheLastLineItPrinted) {
-    const Handle enc = engine.encodeStart(
-        mixer, "sh -c \"echo starting >&2; echo Unsupported sample rate >&2; exit 3\"",
-        kEncodeNoHead);
+    // It reads a second of the mix before it gives up, so it is surely still running when first
+    // asked: the mix comes in real time.
+    const Handle enc = engine.encodeStart(mixer,
+                                          "sh -c \"echo starting >&2; echo Unsupported sample rate "
+                                          ">&2; head -c 176400 >/dev/null; exit 3\"",
+                                          kEncodeNoHead);
     ASSERT_NE(enc, 0u);
-    EXPECT_EQ(engine.encodeGetEnd(enc), "") << "not while it may still run";
+    EXPECT_EQ(engine.encodeGetEnd(enc), "") << "not while it still runs";
     ASSERT_TRUE(eventually([&] { return engine.encodeIsActive(enc) == kStopped; }));
     EXPECT_EQ(engine.encodeGetEnd(enc), "sh ended with exit status 3: Unsupported sample rate");
     EXPECT_TRUE(engine.encodeStop(enc));
