@@ -42,6 +42,10 @@ inline constexpr std::uint32_t kRecordInputOn = 0x20000;   // recordSetInput: sw
 
 inline constexpr std::uint32_t kAttribFreq = 1;
 inline constexpr std::uint32_t kAttribVol = 2;
+// A stream's loudness stage: a factor of its own under the volume, so that the volume, its slides
+// and the fades act on top of it as if it were not there. 1 (the default) leaves every sample as
+// it is. Set at once; it cannot slide. Streams only, not the mixer.
+inline constexpr std::uint32_t kAttribLoudness = 0x100;
 
 inline constexpr std::uint32_t kSyncEnd = 2;   // the stream reached its end
 inline constexpr std::uint32_t kSyncFree = 8;  // the stream was freed

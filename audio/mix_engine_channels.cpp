@@ -396,6 +396,10 @@ bool MixEngine::channelGetAttribute(Handle h, std::uint32_t attrib, float& value
         value = mixer ? core_.mixerGain().published() : s->gain.published();
         return ok();
     }
+    if (attrib == kAttribLoudness && s) {
+        value = s->loudness;
+        return ok();
+    }
     if (attrib == kAttribFreq) {
         value = static_cast<float>(mixer ? kMixRate : s->rate);
         return ok();
@@ -410,6 +414,15 @@ bool MixEngine::channelSlideAttribute(Handle h, std::uint32_t attrib, float valu
     auto s = sourceOf(h);
     if (!mixer && !s) {
         return fail(kErrorHandle);
+    }
+    if (attrib == kAttribLoudness && s && ms == 0 && std::isfinite(value) && value >= 0) {
+        s->loudness = value;
+        Command c;
+        c.type = Command::Type::SetLoudness;
+        c.source = s.get();
+        c.value = value;
+        send(c);
+        return ok();
     }
     if (attrib != kAttribVol || !std::isfinite(value)) {
         // The frequency is the source's own: playing at another speed is not offered.

@@ -67,6 +67,9 @@ void MixerCore::apply(const Command& c) {
         case Command::Type::SlideGain:
             c.gain->slide(c.value, c.count);
             break;
+        case Command::Type::SetLoudness:
+            c.source->cbLoudness = c.value;
+            break;
         case Command::Type::SetPaused:
             c.source->cbPaused = c.flag;
             break;
@@ -129,8 +132,10 @@ bool MixerCore::mixVoice(Voice& v, float* dst, std::size_t frames) {
         s.cbFx.run(take_, take);  // the stream's effects work before its volume
     }
     float pl = v.peakL, pr = v.peakR;
+    // The loudness stage is a factor under the volume; at 1 it changes no sample.
+    const float loudness = s.cbLoudness;
     if (s.gain.steady()) {
-        const float g = s.gain.applied();
+        const float g = s.gain.applied() * loudness;
         for (std::size_t i = 0; i < take; ++i) {
             const float l = take_[2 * i] * g, rt = take_[2 * i + 1] * g;
             dst[2 * i] += l;
@@ -141,7 +146,7 @@ bool MixerCore::mixVoice(Voice& v, float* dst, std::size_t frames) {
     } else {
         // The slide runs in real time, through a stall as well.
         for (std::size_t i = 0; i < frames; ++i) {
-            const float g = s.gain.next();
+            const float g = s.gain.next() * loudness;
             if (i < take) {
                 const float l = take_[2 * i] * g, rt = take_[2 * i + 1] * g;
                 dst[2 * i] += l;

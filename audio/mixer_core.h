@@ -26,18 +26,19 @@ class StudioRing;
 
 struct Command {
     enum class Type : std::uint8_t {
-        Attach,     // source starts playing from ring, to target, paused as flag, serial as count
-        Detach,     // source leaves the mix
-        SwapRing,   // source plays from ring from now on (after a seek)
-        SetGain,    // gain takes value at once
-        SlideGain,  // gain slides to value over count frames
-        SetPaused,  // source's pause flag is flag
-        RunMixer,   // the mixer runs (flag) or stands
-        AddTap,     // tap receives the mix from now on
-        RemoveTap,  // tap receives nothing more
-        AddFx,      // fx works on source (the mixer's output when null), priority as count
-        RemoveFx,   // fx leaves source's chain
-        ResetFx,    // fx forgets its state
+        Attach,       // source starts playing from ring, to target, paused as flag, serial as count
+        Detach,       // source leaves the mix
+        SwapRing,     // source plays from ring from now on (after a seek)
+        SetGain,      // gain takes value at once
+        SlideGain,    // gain slides to value over count frames
+        SetLoudness,  // source's loudness stage takes value
+        SetPaused,    // source's pause flag is flag
+        RunMixer,     // the mixer runs (flag) or stands
+        AddTap,       // tap receives the mix from now on
+        RemoveTap,    // tap receives nothing more
+        AddFx,        // fx works on source (the mixer's output when null), priority as count
+        RemoveFx,     // fx leaves source's chain
+        ResetFx,      // fx forgets its state
     };
     Type type = Type::Detach;
     Source* source = nullptr;

@@ -58,6 +58,7 @@ struct Source {
 
     // --- console side: guarded by the engine's API mutex ---------------------------------------
     Target target = Target::None;
+    float loudness = 1.0f;  // what the console last gave the loudness stage
     std::uint32_t mixerFlags = 0;
     std::uint32_t attachSerial = 0;  // which attachment an end event belongs to
     bool ended = false;              // reached its end (and was not moved since)
@@ -87,6 +88,7 @@ struct Source {
 
     // --- audio callback side: touched only by the command consumer ------------------------------
     Gain gain;
+    float cbLoudness = 1.0f;  // the loudness stage, under the gain
     FxChain cbFx;
     PlayRing* cbRing = nullptr;
     bool cbPaused = false;

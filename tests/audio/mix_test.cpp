@@ -52,6 +52,62 @@ TEST_F(OfflineEngineTest, AudioMixSlideToMinus100IsSilentAfter20ms) {
     EXPECT_EQ(engine.channelIsActive(h), kPlaying);  // silence, not removal
 }
 
+TEST_F(OfflineEngineTest, AudioMixLoudnessStageOfOneChangesNoSample) {
+    const Pcm a = sine(44100, 2, 440.0, 0.3, 20000);
+    const Handle plain = wavStream(a, "a.wav");
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, plain, 0));
+    ASSERT_TRUE(engine.channelSlideAttribute(plain, kAttribVol, 0.3f, 100));
+    const auto before = render(15000);
+    ASSERT_TRUE(engine.streamFree(plain));
+
+    const Handle staged = wavStream(a, "b.wav");
+    ASSERT_TRUE(engine.channelSetAttribute(staged, kAttribLoudness, 1.0f));
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, staged, 0));
+    ASSERT_TRUE(engine.channelSlideAttribute(staged, kAttribVol, 0.3f, 100));
+    const auto after = render(15000);
+    ASSERT_EQ(before.size(), after.size());
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        ASSERT_EQ(before[i], after[i]) << "sample " << i;
+    }
+}
+
+TEST_F(OfflineEngineTest, AudioMixLoudnessStageSitsUnderTheVolumeAndItsSlide) {
+    const Handle h = wavStream(constant(44100, 16384, 16384, 44100 * 3), "dc.wav");
+    ASSERT_TRUE(engine.channelSetAttribute(h, kAttribLoudness, 0.5f));
+    ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+    auto out = render(1000);
+    EXPECT_NEAR(out[0] / kHalf, 0.5f, 1e-6f);
+    // The volume slides from 1 to 0.2 on top of it, and reads as the console set it.
+    ASSERT_TRUE(engine.channelSlideAttribute(h, kAttribVol, 0.2f, 1000));
+    out = render(22050);
+    EXPECT_NEAR(out[2 * 22050 - 2] / kHalf, 0.5f * 0.6f, 1e-3f);
+    out = render(44100);
+    EXPECT_NEAR(out[2 * 44000] / kHalf, 0.5f * 0.2f, 1e-6f);
+    float v = 0;
+    ASSERT_TRUE(engine.channelGetAttribute(h, kAttribVol, v));
+    EXPECT_FLOAT_EQ(v, 0.2f);
+    ASSERT_TRUE(engine.channelGetAttribute(h, kAttribLoudness, v));
+    EXPECT_FLOAT_EQ(v, 0.5f);
+    // A louder stage lifts it above the volume too.
+    ASSERT_TRUE(engine.channelSetAttribute(h, kAttribLoudness, 2.0f));
+    out = render(100);
+    EXPECT_NEAR(out[0] / kHalf, 2.0f * 0.2f, 1e-6f);
+}
+
+TEST_F(OfflineEngineTest, AudioMixLoudnessStageIsForStreamsAndTakesNoSlideOrNegative) {
+    const Handle h = wavStream(constant(44100, 16384, 16384, 44100), "dc.wav");
+    float v = 0;
+    ASSERT_TRUE(engine.channelGetAttribute(h, kAttribLoudness, v));
+    EXPECT_FLOAT_EQ(v, 1.0f);
+    EXPECT_FALSE(engine.channelSetAttribute(mixer, kAttribLoudness, 0.5f));
+    EXPECT_FALSE(engine.channelSlideAttribute(h, kAttribLoudness, 0.5f, 100));
+    EXPECT_FALSE(engine.channelSetAttribute(h, kAttribLoudness, -1.0f));
+    EXPECT_FALSE(engine.channelSetAttribute(h, kAttribLoudness, std::nanf("")));
+    EXPECT_FALSE(engine.channelSetAttribute(0, kAttribLoudness, 0.5f));
+    ASSERT_TRUE(engine.channelGetAttribute(h, kAttribLoudness, v));
+    EXPECT_FLOAT_EQ(v, 1.0f);
+}
+
 TEST_F(OfflineEngineTest, AudioMixMoreCommandsThanTheQueueHoldsBetweenRenders) {
     const Handle h = wavStream(constant(44100, 16384, 16384, 44100), "dc.wav");
     ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
