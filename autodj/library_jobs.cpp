@@ -6,6 +6,7 @@
 
 #include "autodj/library.h"
 #include "autodj/library_state.h"
+#include "autodj/loudness.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -161,10 +162,16 @@ void importCompleted(core::Console& c) {
     LibraryJobs& j = jobs(c);
     const std::shared_ptr<ImportState> s = std::move(j.import);
     std::string error;
+    std::vector<std::string> copies;
     {
         const std::lock_guard lock(s->mutex);
         error = s->error;
         c.library->titleHints = std::move(s->titles);
+        for (std::size_t i = 0; i < s->done && i < s->files.size(); ++i) {
+            if (isMp3(s->files[i])) {
+                copies.push_back(s->folder + "/" + fs::path(s->files[i]).filename().string());
+            }
+        }
     }
     if (!error.empty()) {
         core::logError(c, "Error in importFiles: " + error);
@@ -178,6 +185,7 @@ void importCompleted(core::Console& c) {
         lstPlaylists_Click(c, m.lstPlaylists.listIndex);
     }
     c.library->titleHints.clear();
+    askLoudness(c, copies);  // measured as soon as they are in
     cmdCalculate_Click(c);
     if (!j.waiting.empty()) {
         auto [files, folder] = std::move(j.waiting.front());

@@ -1,6 +1,7 @@
 #include "autodj/planner.h"
 
 #include "autodj/history.h"
+#include "autodj/loudness.h"
 #include "autodj/picker.h"
 #include "autodj/rotations.h"
 #include "core/console_ops.h"
@@ -228,6 +229,7 @@ void loadNextSong(core::Console& c, std::int16_t flag) {
             } else {
                 c.failedOpens = 0;
                 stream = media::openStream(c.engine(), song, 0, 0, audio::kStreamDecode, song);
+                applyLoudness(c, stream, song, LoudnessKind::Track);
                 takeStream(c, player, song, stream);
             }
         }

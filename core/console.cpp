@@ -42,6 +42,13 @@ void describeSettingsForm(SettingsForm& s) {
     s.cboStudioOutput.toolTip =
         "The card the previews and studio samples play on; the air's monitor stays on the main "
         "card";
+    s.frmLoudness.caption = "Loudness on the Air";
+    s.cboLoudnessTarget.toolTip =
+        "Every track, sweeper, sample and voice track played at this loudness (EBU R128); type a "
+        "level and press Return, or choose Off";
+    s.cmdWriteReplayGain.caption = "Write ReplayGain Tags";
+    s.cmdWriteReplayGain.toolTip =
+        "Writes the measured loudness into the files' tags, for other players";
     for (Element& box : s.txtCrossfadeSeconds) {
         box.backColor = 0xFFFFFF;
     }

@@ -35,6 +35,7 @@ namespace tw::broadcast {
 struct CastState;
 }
 namespace tw::media {
+class LoudnessLibrary;
 class StreamOpener;
 class WaveformCache;
 }  // namespace tw::media
@@ -204,6 +205,9 @@ class Console {
     std::shared_ptr<broadcast::CastState> cast;
     // The details panel's track pictures, measured off the console thread.
     std::shared_ptr<media::WaveformCache> waveforms;
+    // The loudness of the station's files and their measurement; made at the first use while
+    // "[Loudness] Target" is set (autodj/loudness.h).
+    std::shared_ptr<media::LoudnessLibrary> loudness;
     std::string detailsSong;  // the path of the track the details panel shows
     // Its cue points as its tag holds them, read when it was chosen and after each write: the
     // markers show what is stored, not what the panel's boxes say.

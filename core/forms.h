@@ -69,6 +69,7 @@ namespace tw::core {
     X(lblListerners, Label)               \
     X(lblPeakListeners, Label)            \
     X(lblListInfo, Label)                 \
+    X(lblLoudnessInfo, Label)             \
     X(lblShowData, Label)                 \
     X(lblSweepStart, Label)               \
     X(lblIntroUntil, Label)               \
@@ -190,7 +191,11 @@ namespace tw::core {
     X(cboMicInput, ComboBox)              \
     X(cmdRefreshMicList, Button)          \
     X(frmStudioOutput, Frame)             \
-    X(cboStudioOutput, ComboBox)
+    X(cboStudioOutput, ComboBox)          \
+    X(frmLoudness, Frame)                 \
+    X(cboLoudnessTarget, ComboBox)        \
+    X(lblLoudnessProgress, Label)         \
+    X(cmdWriteReplayGain, Button)
 
 #define TW_SCHEDULE_FORM_ELEMENTS(X, A) \
     X(frmSchedule, Form)                \

@@ -15,6 +15,7 @@
 #include "desk/cast_actions.h"
 #include "desk/console_layout.h"
 #include "desk/playlist_actions.h"
+#include "liveassist/loudness_settings.h"
 #include "liveassist/microphone.h"
 #include "liveassist/sampler.h"
 #include "liveassist/settings_panel.h"
@@ -253,6 +254,8 @@ void afterSelect(core::Console& c, std::string_view name, int row) {
         liveassist::cboMicInput_Click(c);
     } else if (name == "frmAppSettings.cboStudioOutput") {
         liveassist::cboStudioOutput_Click(c);
+    } else if (name == "frmAppSettings.cboLoudnessTarget") {
+        liveassist::cboLoudnessTarget_Click(c);
     }
 }
 
@@ -460,6 +463,8 @@ bool enter(core::Console& c, std::string_view name) {
     return onElement(c, name, [&] {
         if (name == "txtSearch") {
             autodj::cmdSearch_Click(c);
+        } else if (name == "frmAppSettings.cboLoudnessTarget") {
+            liveassist::cboLoudnessTarget_Enter(c);
         }
     });
 }

@@ -46,7 +46,8 @@ bool slide(core::Console& c, std::string_view name, int value);
 bool type(core::Console& c, std::string_view name, const std::string& text);
 // A double click on an element (the peak figure's reset).
 bool doubleClick(core::Console& c, std::string_view name);
-// The Return key in a text box: in the search box it runs the search.
+// The Return key in a text box: in the search box it runs the search; in the loudness target's
+// box it takes the level typed.
 bool enter(core::Console& c, std::string_view name);
 
 }  // namespace tw::desk

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "autodj/library_state.h"
+#include "autodj/loudness.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -61,6 +62,7 @@ void takeSample(core::Console& c, int n, const std::string& file) {
         saveSample(c, copy, n);
         loadSamples(c);
         showSamples(c);
+        autodj::askLoudness(c, copy);
     } catch (const std::exception& e) {
         core::logError(c, "Error in file drop: " + core::describeFailure(e).description);
     }
@@ -157,10 +159,12 @@ void playSample(core::Console& c, int n) {
     }
     if (mode == 1) {  // in the studio only
         c.spotChannel = media::openStream(e, path, 0, 0, 0, path);
+        autodj::applyLoudness(c, c.spotChannel, path, autodj::LoudnessKind::Jingle);
         e.channelPlay(c.spotChannel, false);
         e.channelSetSync(c.spotChannel, audio::kSyncEnd, 0, spotEndedSync(c));
     } else {  // over the music, without ducking the players
         c.spotChannel = media::openStream(e, path, 0, 0, audio::kStreamDecode, path);
+        autodj::applyLoudness(c, c.spotChannel, path, autodj::LoudnessKind::Jingle);
         e.mixerAddChannel(c.mixerStream, c.spotChannel, audio::kStreamAutoFree);
         e.channelPlay(c.spotChannel, false);
         e.channelSetSync(c.spotChannel, audio::kSyncFree, 0, spotEndedSync(c));

@@ -11,6 +11,7 @@
 #include "core/prompter.h"
 #include "core/settings_store.h"
 #include "core/text.h"
+#include "liveassist/loudness_settings.h"
 #include "liveassist/microphone.h"
 
 namespace tw::liveassist {
@@ -126,6 +127,7 @@ void frmAppSettings_Load(core::Console& c) {
         core::logError(c, core::failureText("frmAppSettings microphone ", e));
     }
     fillStudioOutputs(c);
+    fillLoudnessTargets(c);
     fillTwoBoxField(c, twoBoxField(c, "txtCrossfadeSeconds"));
     fillTwoBoxField(c, twoBoxField(c, "txtSilenceSeconds"));
     readArtistSeperationTime(c);

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "autodj/library_state.h"
+#include "autodj/loudness.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -38,6 +39,7 @@ void playSweeper(core::Console& c, const std::string& path) {
         }
         // A file that cannot be opened gives 0, and the mixer takes nothing: no message.
         c.sweeperStream = media::streamCreateFileW(e, path, 0, 0, audio::kStreamDecode);
+        autodj::applyLoudness(c, c.sweeperStream, path, autodj::LoudnessKind::Jingle);
         e.mixerAddChannel(c.mixerStream, c.sweeperStream, audio::kStreamAutoFree);
     } catch (const std::exception& ex) {
         core::logError(c, core::failureText("playSweeper", ex));
@@ -116,8 +118,10 @@ void flSweepers_DragDrop(core::Console& c, const std::vector<std::string>& files
             // The free number is taken from the files the list shows, so the list takes in each
             // copy before the next one is numbered: files dropped together get a number each.
             // A replaced file is read as it is now, its old number gone with it.
-            tags::setSweeperNumber(c, core::copyIntoFolder(file, sweeperFolder(c)));
+            const std::string copy = core::copyIntoFolder(file, sweeperFolder(c));
+            tags::setSweeperNumber(c, copy);
             core::refreshFileList(list);
+            autodj::askLoudness(c, copy);
         }
     } catch (const std::exception& e) {
         core::logError(c, "Error in file drop: " + core::describeFailure(e).description);

@@ -8,6 +8,7 @@
 
 #include "audio/wav_header.h"
 #include "autodj/library.h"
+#include "autodj/loudness.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/name_dialog.h"
@@ -213,11 +214,13 @@ void cmdVoiceTrack_MouseDown(core::Console& c, bool leftButton) {
     switch (samplerMode(c)) {
         case 1:  // in the studio only: a playing stream, not through the mixer
             c.spotChannel = e.streamCreateFile(path, 0, 0, 0);
+            autodj::applyLoudness(c, c.spotChannel, path, autodj::LoudnessKind::Track);
             e.channelPlay(c.spotChannel, false);
             e.channelSetSync(c.spotChannel, audio::kSyncEnd, 0, spotEndedSync(c));
             break;
         case 0:
             c.spotChannel = e.streamCreateFile(path, 0, 0, audio::kStreamDecode);
+            autodj::applyLoudness(c, c.spotChannel, path, autodj::LoudnessKind::Track);
             slidePlayers(c, 0.5f, 1000);
             e.mixerAddChannel(c.mixerStream, c.spotChannel, audio::kStreamAutoFree);
             e.channelPlay(c.spotChannel, false);
@@ -294,9 +297,10 @@ void saveVoiceTrack(core::Console& c, const std::string& name, bool fromWav) {
     auto failed = [&c, name](const core::ProgramEnd& end) {
         core::logError(c, "Voice track \"" + name + "\" not saved: " + end.describe("lame"));
     };
-    const bool started = c.programs->start(std::move(job), [&c, failed](const auto& end) {
+    const bool started = c.programs->start(std::move(job), [&c, failed, target](const auto& end) {
         if (end.whole()) {
             showVoiceTracksCategory(c);  // the new track shows once it is whole
+            autodj::askLoudness(c, target);
         } else {
             failed(end);
         }

@@ -2,6 +2,7 @@
 
 #include "autodj/history.h"
 #include "autodj/library_state.h"
+#include "autodj/loudness.h"
 #include "autodj/planner.h"
 #include "core/console_ops.h"
 #include "core/paths.h"
@@ -120,6 +121,7 @@ audio::Handle reopen(core::Console& c, int n, const std::string& path) {
     }
     media::openingOn(c, n) = 0;  // an address still being opened for the player is not wanted
     stream = media::openStream(c.engine(), path, 0, 0, audio::kStreamDecode, path);
+    autodj::applyLoudness(c, stream, path, autodj::LoudnessKind::Track);
     return stream;
 }
 

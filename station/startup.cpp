@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "autodj/library.h"
+#include "autodj/loudness.h"
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
 #include "autodj/schedule.h"
@@ -15,6 +16,7 @@
 #include "core/unfinished_files.h"
 #include "desk/console_layout.h"
 #include "desk/size_form_controls.h"
+#include "liveassist/loudness_settings.h"
 #include "liveassist/sampler.h"
 #include "liveassist/settings_panel.h"
 #include "liveassist/speech.h"
@@ -136,6 +138,13 @@ void Form_Load(core::Console& c) {
         logError(c, "loading Form" + f.description + "  " + std::to_string(f.number) + " " +
                         std::to_string(errno) + " " + f.source);
     }
+    // With a loudness target, what the station holds and is not yet known is measured in the
+    // background; what plays first was asked for already and goes before it.
+    try {
+        liveassist::startLoudnessScan(c);
+    } catch (const std::exception& e) {
+        logError(c, failureText("startLoudnessScan", e));
+    }
 }
 
 void firstLoad(core::Console& c) {
@@ -178,6 +187,8 @@ void Form_Unload(core::Console& c) {
     // The capture thread may still be filling the take: it is stopped and kept before its
     // buffer goes, and the voice tracks being encoded are finished.
     liveassist::finishVoiceTracks(c);
+    // What was measured is kept; a file under way is left for the next run.
+    autodj::stopLoudness(c);
     c.recordBuffer.clear();
     c.recordBuffer.shrink_to_fit();
     c.recordLength = 0;
