@@ -57,4 +57,11 @@ std::string loudnessProgressLine(core::Console& c);
 // Writes loudness.ini and stops the measurement (the file under way is left): at shut-down.
 void stopLoudness(core::Console& c);
 
+// "Write ReplayGain Tags": every file the console measured itself gets its track gain (against
+// -18 LUFS) and peak as ReplayGain tags, through the safe tag writer, on a worker with its
+// progress in "Library Update". Files whose loudness came from their tags are left as they are.
+// A second press while it runs does nothing.
+void cmdWriteReplayGain_Click(core::Console& c);
+bool replayGainJobBusy(const core::Console& c);
+
 }  // namespace tw::autodj

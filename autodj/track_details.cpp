@@ -3,6 +3,7 @@
 #include <string>
 
 #include "autodj/history.h"
+#include "autodj/loudness.h"
 #include "autodj/library_state.h"
 #include "core/console_ops.h"
 #include "core/dates.h"
@@ -89,6 +90,8 @@ void lstSongs_Click(core::Console& c, int row) {
     m.lblListInfo.caption = historyLine(c, tag.mp3Title);
 
     c.detailsSong = files[static_cast<std::size_t>(row)];
+    m.lblLoudnessInfo.caption = loudnessLine(c, c.detailsSong);
+    askLoudness(c, c.detailsSong);  // a file not yet known is measured, and the line follows
     showCuePoints(c, tag.tarnWaveData);
     c.detailsCue = tags::readCueRecord(c, c.detailsSong);
     m.cmdPlayActiveSong.backColor = kWhite;

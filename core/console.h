@@ -30,6 +30,7 @@ class clsID3;
 namespace tw::autodj {
 struct LibraryState;
 struct LibraryJobs;
+struct ReplayGainJob;
 }  // namespace tw::autodj
 namespace tw::broadcast {
 struct CastState;
@@ -208,6 +209,8 @@ class Console {
     // The loudness of the station's files and their measurement; made at the first use while
     // "[Loudness] Target" is set (autodj/loudness.h).
     std::shared_ptr<media::LoudnessLibrary> loudness;
+    // The writing of the measurements into the files' ReplayGain tags; made at its first use.
+    std::shared_ptr<autodj::ReplayGainJob> replayGainJob;
     std::string detailsSong;  // the path of the track the details panel shows
     // Its cue points as its tag holds them, read when it was chosen and after each write: the
     // markers show what is stored, not what the panel's boxes say.

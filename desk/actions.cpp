@@ -6,6 +6,7 @@
 
 #include "autodj/library.h"
 #include "autodj/library_jobs.h"
+#include "autodj/loudness.h"
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
 #include "autodj/schedule.h"
@@ -207,6 +208,8 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
          [](core::Console& c, MouseButton, double) { liveassist::cmdViewPlayedLog_Click(c); }},
         {"frmAppSettings.cmdResetPlayed",
          [](core::Console& c, MouseButton, double) { liveassist::cmdResetPlayed_Click(c); }},
+        {"frmAppSettings.cmdWriteReplayGain",
+         [](core::Console& c, MouseButton, double) { autodj::cmdWriteReplayGain_Click(c); }},
         {"frmAppSettings.cmdRefreshMicList",
          [](core::Console& c, MouseButton, double) { liveassist::cmdRefreshMicList_Click(c); }},
         {"lblSweepStart", markAction(autodj::CuePoint::Sweep)},

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
 #include <deque>
@@ -112,6 +113,31 @@ std::optional<LoudnessEntry> LoudnessLibrary::find(const std::string& path) cons
         return std::nullopt;
     }
     return it->second;
+}
+
+std::vector<std::pair<std::string, LoudnessEntry>> LoudnessLibrary::knownFiles() const {
+    std::vector<std::pair<std::string, LoudnessEntry>> out;
+    for (const auto& [path, entry] : known_) {
+        if (find(path)) {
+            out.emplace_back(path, entry);
+        }
+    }
+    std::sort(out.begin(), out.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    return out;
+}
+
+bool LoudnessLibrary::restamp(const std::string& path) {
+    const auto it = known_.find(path);
+    const auto stamp = stampOf(path);
+    if (it == known_.end() || !stamp) {
+        return false;
+    }
+    it->second.size = stamp->size;
+    it->second.writtenSec = stamp->sec;
+    it->second.writtenNsec = stamp->nsec;
+    ++unsaved_;
+    return true;
 }
 
 void LoudnessLibrary::ask(const std::string& path, bool urgent) {

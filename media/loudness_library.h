@@ -72,6 +72,11 @@ class LoudnessLibrary {
     bool busy() const { return progress_.done < progress_.total; }
     Progress progress() const { return progress_; }
     std::size_t knownCount() const { return known_.size(); }
+    // Every file known as it is now, with what is known of it.
+    std::vector<std::pair<std::string, LoudnessEntry>> knownFiles() const;
+    // The file was rewritten by the console itself without a change to its audio (its tags): the
+    // entry takes the file's new size and time. False when it was not known or is gone.
+    bool restamp(const std::string& path);
 
     // Runs after each file the worker answered (path, known now or not).
     std::function<void(const std::string& path)> onAnswer;
