@@ -152,6 +152,24 @@ void applyLoudness(core::Console& c, audio::Handle stream, const std::string& pa
                                    static_cast<float>(std::pow(10.0, gain / 20.0)));
 }
 
+void applyLoudnessMeasuredNow(core::Console& c, audio::Handle stream, const std::string& path) {
+    const auto target = loudnessTarget(c);
+    if (stream == 0 || !target) {
+        return;
+    }
+    const std::atomic<bool> never{false};
+    media::MeasuredLoudness m;
+    if (media::replayGainOrMeter()(path, never, m) != media::MeasureOutcome::Measured) {
+        return;
+    }
+    media::LoudnessEntry e;
+    e.lufs = m.lufs;
+    e.peakDbtp = m.peakDbtp;
+    c.engine().channelSetAttribute(
+        stream, audio::kAttribLoudness,
+        static_cast<float>(std::pow(10.0, loudnessGainDb(*target, e, 0.0) / 20.0)));
+}
+
 void askLoudness(core::Console& c, const std::string& path) {
     if (media::LoudnessLibrary* lib = loudnessLibrary(c)) {
         lib->ask(path, false);

@@ -44,6 +44,9 @@ media::LoudnessLibrary* loudnessLibrary(core::Console& c);
 // Puts a stream just made for path through the loudness stage (or asks for the file first).
 void applyLoudness(core::Console& c, audio::Handle stream, const std::string& path,
                    LoudnessKind kind);
+// The same for a file made a moment ago that plays at once (a spoken line): measured here, on the
+// calling thread, since it is short and its answer is wanted now.
+void applyLoudnessMeasuredNow(core::Console& c, audio::Handle stream, const std::string& path);
 // A file that has just come into the station (an import, a voice track, a sweeper or a sample
 // dropped): measured next, behind what is about to play.
 void askLoudness(core::Console& c, const std::string& path);

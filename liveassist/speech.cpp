@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "audio/wav_header.h"
+#include "autodj/loudness.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -149,6 +150,7 @@ void playSpoken(core::Console& c, const std::string& path) {
         c.spokenStream = 0;  // the calls below find no stream and fail quietly
     } else {
         c.spokenStream = media::streamCreateFileW(e, path, 0, 0, audio::kStreamDecode);
+        autodj::applyLoudnessMeasuredNow(c, c.spokenStream, path);
     }
     c.flangerFx = e.channelSetFX(c.spokenStream, audio::kFxChorus, 0);
     e.fxReset(c.spokenStream);

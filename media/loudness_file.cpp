@@ -43,7 +43,12 @@ bool parseLevel(std::string_view s, double& out) {
         out = -HUGE_VAL;
         return true;
     }
-    return parseWhole(s, out) && std::isfinite(out) && out > -200 && out < 100;
+    // Kept to the hundredth it is written with, so that what is read is what a write gives back.
+    if (!parseWhole(s, out) || !std::isfinite(out)) {
+        return false;
+    }
+    out = std::round(out * 100) / 100;
+    return out > -200 && out < 100;
 }
 
 std::string formatLevel(double v) {
