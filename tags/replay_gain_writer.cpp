@@ -1,0 +1,119 @@
+// Writing a track's ReplayGain values into its ID3v2 tag. Unlike the tag object's write, which
+// rebuilds every frame it knows from its fields, this one touches only the two frames it writes:
+// a gain may be measured and written long after the track's tags were read, and must not undo
+// anything written to them in between.
+
+#include <cmath>
+
+#include "core/text.h"
+#include "tags/file_reader.h"
+#include "tags/frame_builder.h"
+#include "tags/front_tag.h"
+#include "tags/id3v2_frames.h"
+#include "tags/replay_gain.h"
+#include "tags/safe_replace.h"
+
+namespace tw::tags {
+namespace {
+
+// The padding a new tag gets, as the tag object's write gives it.
+constexpr std::size_t kNewPadding = 2048;
+// The tag size field holds 28 bits.
+constexpr std::size_t kMaxTagSize = (std::size_t{1} << 28) - 1;
+
+bool isReplayGainFrame(std::string_view body, std::size_t pos, std::uint8_t revision) {
+    if (!isUserTextFrame(frameId(body, pos, revision))) {
+        return false;
+    }
+    const auto frame = decodeUserTextFrame(body, pos, revision);
+    return frame && (core::equalsNoCase(frame->description, kTrackGainName) ||
+                     core::equalsNoCase(frame->description, kTrackPeakName));
+}
+
+// Takes the ReplayGain track frames out of body and cuts it behind the last frame; gives the
+// length of the padding (or the leftovers another encoder put there) that stood behind it.
+std::size_t dropReplayGainFrames(std::string& body, std::uint8_t revision) {
+    std::size_t pos = 0;
+    while (pos < body.size()) {
+        const auto length = frameLength(body, pos, revision);
+        if (!length || isPaddingId(frameId(body, pos, revision)) || signatureAt(body, pos)) {
+            break;
+        }
+        const std::size_t extent =
+            std::min<std::size_t>(static_cast<std::size_t>(*length), body.size() - pos);
+        if (isReplayGainFrame(body, pos, revision)) {
+            body.erase(pos, extent);
+        } else {
+            pos += extent;
+        }
+    }
+    const std::size_t padding = body.size() - pos;
+    body.resize(pos);
+    return padding;
+}
+
+std::string userTextFrame(std::string_view name, const std::string& value, std::uint8_t revision) {
+    std::string text(name);
+    text.push_back('\0');
+    text += value;
+    return buildFrame(revision < 3 ? "TXX" : "TXXX", text, revision);
+}
+
+std::string rangeError(double trackGainDb, double trackPeakLinear) {
+    if (!std::isfinite(trackGainDb) || std::fabs(trackGainDb) > kMaxReplayGainDb) {
+        return "the track gain is not a number of decibels within 64 of 0";
+    }
+    if (!std::isfinite(trackPeakLinear) || trackPeakLinear < 0 ||
+        trackPeakLinear > kMaxReplayGainPeak) {
+        return "the track peak is not a number from 0 to 100";
+    }
+    return {};
+}
+
+}  // namespace
+
+bool writeReplayGain(const std::string& path, double trackGainDb, double trackPeakLinear,
+                     std::string& error) {
+    error = rangeError(trackGainDb, trackPeakLinear);
+    if (!error.empty()) {
+        return false;
+    }
+    struct stat attributes {};
+    error = trackAttributes(path, attributes);
+    if (!error.empty()) {
+        return false;
+    }
+    const FileReader file(path);
+    if (!file.isOpen()) {
+        error = "cannot open the track";
+        return false;
+    }
+    FrontTag old = readFrontTag(file);
+    const std::uint8_t revision = old.header.valid ? old.header.revision : 3;
+    // Compressed frames cannot be kept frame by frame, and a revision past 4 is not known: such a
+    // tag is left alone rather than lost.
+    if (old.header.valid && (old.header.compressionFlag || revision < 2 || revision > 4)) {
+        error = "the track's ID3v2 tag is of a kind that cannot be rewritten";
+        return false;
+    }
+    std::string body = std::move(old.body);
+    const std::size_t padding = dropReplayGainFrames(body, revision);
+    body += userTextFrame(kTrackGainName, formatReplayGainDb(trackGainDb), revision);
+    body += userTextFrame(kTrackPeakName, formatReplayGainPeak(trackPeakLinear), revision);
+    body.append(padding == 0 ? kNewPadding : padding, '\0');
+    if (body.size() > kMaxTagSize) {
+        error = "the track's ID3v2 tag would be too large";
+        return false;
+    }
+    std::string header = "ID3";
+    header.push_back(static_cast<char>(revision));
+    header.append(2, '\0');
+    header += syncsafe4(body.size());
+    error = replaceFile(path, attributes, WriteHooks{}, [&](ReplacementSink& sink) {
+        return sink.write(header) && sink.write(body) &&
+               copyFileRange(file, old.audioStart, file.size(), sink);
+    });
+    return error.empty();
+}
+
+}  // namespace tw::tags
