@@ -58,8 +58,9 @@ std::optional<ReplayGain> readReplayGain(const std::string& path);
 std::optional<ReplayGain> readId3ReplayGain(std::string_view body, std::uint8_t revision);
 std::optional<ReplayGain> readApeReplayGain(std::span<const std::uint8_t> tail);
 
-// Writes the track gain ("%+.2f dB") and peak ("%.6f") as user text frames into the ID3v2 tag at
-// the front of the file (a revision 3 tag when it has none), replacing such frames of any case.
+// Writes the track gain ("%+.2f dB") and peak ("%.6f") as user text frames in front of the other
+// frames of the ID3v2 tag at the front of the file (a revision 3 tag when it has none), replacing
+// such frames of any case.
 // Every other frame, the audio and whatever follows it (APEv2, Lyrics3, ID3v1) are kept byte for
 // byte, except that, as with every tag write, a whole-tag unsynchronisation is undone and an
 // extended header dropped; the new file is built beside the track and renamed over it, so a failure
@@ -67,5 +68,10 @@ std::optional<ReplayGain> readApeReplayGain(std::span<const std::uint8_t> tail);
 // write.
 bool writeReplayGain(const std::string& path, double trackGainDb, double trackPeakLinear,
                      std::string& error);
+// The write's step on a tag body as readFrontTag gives it: the track frames of any case taken out,
+// the new ones put in front, the padding kept (2048 bytes where there was none). The values must
+// be in range.
+std::string withReplayGainFrames(std::string body, std::uint8_t revision, double trackGainDb,
+                                 double trackPeakLinear);
 
 }  // namespace tw::tags

@@ -72,6 +72,18 @@ std::string rangeError(double trackGainDb, double trackPeakLinear) {
 
 }  // namespace
 
+std::string withReplayGainFrames(std::string body, std::uint8_t revision, double trackGainDb,
+                                 double trackPeakLinear) {
+    const std::size_t padding = dropReplayGainFrames(body, revision);
+    // In front of the other frames: a damaged frame size further on, which ends every reader's
+    // walk, cannot hide them there.
+    body.insert(0,
+                userTextFrame(kTrackGainName, formatReplayGainDb(trackGainDb), revision) +
+                    userTextFrame(kTrackPeakName, formatReplayGainPeak(trackPeakLinear), revision));
+    body.append(padding == 0 ? kNewPadding : padding, '\0');
+    return body;
+}
+
 bool writeReplayGain(const std::string& path, double trackGainDb, double trackPeakLinear,
                      std::string& error) {
     error = rangeError(trackGainDb, trackPeakLinear);
@@ -96,11 +108,8 @@ bool writeReplayGain(const std::string& path, double trackGainDb, double trackPe
         error = "the track's ID3v2 tag is of a kind that cannot be rewritten";
         return false;
     }
-    std::string body = std::move(old.body);
-    const std::size_t padding = dropReplayGainFrames(body, revision);
-    body += userTextFrame(kTrackGainName, formatReplayGainDb(trackGainDb), revision);
-    body += userTextFrame(kTrackPeakName, formatReplayGainPeak(trackPeakLinear), revision);
-    body.append(padding == 0 ? kNewPadding : padding, '\0');
+    const std::string body =
+        withReplayGainFrames(std::move(old.body), revision, trackGainDb, trackPeakLinear);
     if (body.size() > kMaxTagSize) {
         error = "the track's ID3v2 tag would be too large";
         return false;
