@@ -71,7 +71,7 @@ bool writeReplayGain(const std::string& path, double trackGainDb, double trackPe
 // The write's step on a tag body as readFrontTag gives it: the track frames of any case taken out,
 // the new ones put in front, the padding kept (2048 bytes where there was none). The values must
 // be in range.
-std::string withReplayGainFrames(std::string body, std::uint8_t revision, double trackGainDb,
+std::string withReplayGainFrames(std::string_view body, std::uint8_t revision, double trackGainDb,
                                  double trackPeakLinear);
 
 }  // namespace tw::tags

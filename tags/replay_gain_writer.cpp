@@ -3,6 +3,7 @@
 // a gain may be measured and written long after the track's tags were read, and must not undo
 // anything written to them in between.
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/text.h"
@@ -30,9 +31,12 @@ bool isReplayGainFrame(std::string_view body, std::size_t pos, std::uint8_t revi
                      core::equalsNoCase(frame->description, kTrackPeakName));
 }
 
-// Takes the ReplayGain track frames out of body and cuts it behind the last frame; gives the
-// length of the padding (or the leftovers another encoder put there) that stood behind it.
-std::size_t dropReplayGainFrames(std::string& body, std::uint8_t revision) {
+// The frames of body without its ReplayGain track frames, copied in one pass however many there
+// are; padding receives the length of what stood behind the last frame (padding, or the
+// leftovers another encoder put there).
+std::string framesWithoutReplayGain(std::string_view body, std::uint8_t revision,
+                                    std::size_t& padding) {
+    std::string kept;
     std::size_t pos = 0;
     while (pos < body.size()) {
         const auto length = frameLength(body, pos, revision);
@@ -41,15 +45,13 @@ std::size_t dropReplayGainFrames(std::string& body, std::uint8_t revision) {
         }
         const std::size_t extent =
             std::min<std::size_t>(static_cast<std::size_t>(*length), body.size() - pos);
-        if (isReplayGainFrame(body, pos, revision)) {
-            body.erase(pos, extent);
-        } else {
-            pos += extent;
+        if (!isReplayGainFrame(body, pos, revision)) {
+            kept.append(body.substr(pos, extent));
         }
+        pos += extent;
     }
-    const std::size_t padding = body.size() - pos;
-    body.resize(pos);
-    return padding;
+    padding = body.size() - pos;
+    return kept;
 }
 
 std::string userTextFrame(std::string_view name, const std::string& value, std::uint8_t revision) {
@@ -72,16 +74,18 @@ std::string rangeError(double trackGainDb, double trackPeakLinear) {
 
 }  // namespace
 
-std::string withReplayGainFrames(std::string body, std::uint8_t revision, double trackGainDb,
+std::string withReplayGainFrames(std::string_view body, std::uint8_t revision, double trackGainDb,
                                  double trackPeakLinear) {
-    const std::size_t padding = dropReplayGainFrames(body, revision);
+    std::size_t padding = 0;
+    const std::string others = framesWithoutReplayGain(body, revision, padding);
     // In front of the other frames: a damaged frame size further on, which ends every reader's
     // walk, cannot hide them there.
-    body.insert(0,
-                userTextFrame(kTrackGainName, formatReplayGainDb(trackGainDb), revision) +
-                    userTextFrame(kTrackPeakName, formatReplayGainPeak(trackPeakLinear), revision));
-    body.append(padding == 0 ? kNewPadding : padding, '\0');
-    return body;
+    std::string tag =
+        userTextFrame(kTrackGainName, formatReplayGainDb(trackGainDb), revision) +
+        userTextFrame(kTrackPeakName, formatReplayGainPeak(trackPeakLinear), revision);
+    tag += others;
+    tag.append(padding == 0 ? kNewPadding : padding, '\0');
+    return tag;
 }
 
 bool writeReplayGain(const std::string& path, double trackGainDb, double trackPeakLinear,
@@ -100,7 +104,7 @@ bool writeReplayGain(const std::string& path, double trackGainDb, double trackPe
         error = "cannot open the track";
         return false;
     }
-    FrontTag old = readFrontTag(file);
+    const FrontTag old = readFrontTag(file);
     const std::uint8_t revision = old.header.valid ? old.header.revision : 3;
     // Compressed frames cannot be kept frame by frame, and a revision past 4 is not known: such a
     // tag is left alone rather than lost.
@@ -108,8 +112,7 @@ bool writeReplayGain(const std::string& path, double trackGainDb, double trackPe
         error = "the track's ID3v2 tag is of a kind that cannot be rewritten";
         return false;
     }
-    const std::string body =
-        withReplayGainFrames(std::move(old.body), revision, trackGainDb, trackPeakLinear);
+    const std::string body = withReplayGainFrames(old.body, revision, trackGainDb, trackPeakLinear);
     if (body.size() > kMaxTagSize) {
         error = "the track's ID3v2 tag would be too large";
         return false;
