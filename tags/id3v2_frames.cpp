@@ -164,9 +164,12 @@ bool signatureAt(std::string_view body, std::size_t pos) {
     return false;
 }
 
-DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t revision) {
-    DecodedFrame result;
-    const std::string id = frameId(body, pos, revision);
+namespace {
+
+// The bytes behind a frame's header, frame-level unsynchronisation undone; none when the frame
+// says its data is compressed.
+std::optional<std::string> frameData(std::string_view body, std::size_t pos,
+                                     std::uint8_t revision) {
     const std::size_t hdr = frameHeaderLength(revision);
     auto total = frameLength(body, pos, revision);
     std::string data;
@@ -176,41 +179,58 @@ DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t re
     if (revision >= 3 && pos + 9 < body.size()) {
         std::uint8_t flags = byteAt(body, pos + 9);
         if ((revision == 3 && (flags & 0x80)) || (revision >= 4 && (flags & 0x08))) {
-            return result;
+            return std::nullopt;
         }
         if (revision >= 4 && (flags & 0x02)) {
             data = undoUnsync(data);
         }
     }
-    int encoding = 0;
-    std::string_view text = data;
-    if (!text.empty()) {
-        std::uint8_t first = byteAt(text, 0);
-        if (first == 0 || first == 1 || (revision >= 4 && (first == 2 || first == 3))) {
-            encoding = first;
-            text.remove_prefix(1);
-        }
+    return data;
+}
+
+// Takes the leading encoding byte off text when it is one the revision knows; else 0, and the
+// text keeps its first byte.
+std::uint8_t takeEncoding(std::string_view& text, std::uint8_t revision) {
+    if (text.empty()) {
+        return 0;
     }
-    result.encoding = static_cast<std::uint8_t>(encoding);
+    const std::uint8_t first = byteAt(text, 0);
+    if (first == 0 || first == 1 || (revision >= 4 && (first == 2 || first == 3))) {
+        text.remove_prefix(1);
+        return first;
+    }
+    return 0;
+}
+
+std::u32string decodeText(std::string_view text, std::uint8_t encoding) {
+    switch (encoding) {
+        case 1:
+            return decodeUtf16Pieces(text);
+        case 2:
+            return utf16ToChars(text, true);
+        case 3:
+            return utf8ToChars(text, true);
+        default:
+            return latin1ToChars(text);
+    }
+}
+
+}  // namespace
+
+DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t revision) {
+    DecodedFrame result;
+    const std::string id = frameId(body, pos, revision);
+    const std::optional<std::string> data = frameData(body, pos, revision);
+    if (!data) {
+        return result;
+    }
+    std::string_view text = *data;
+    result.encoding = takeEncoding(text, revision);
     if (isPictureFrame(id)) {
         result.value = std::string(text);
         return result;
     }
-    std::u32string chars;
-    switch (encoding) {
-        case 1:
-            chars = decodeUtf16Pieces(text);
-            break;
-        case 2:
-            chars = utf16ToChars(text, true);
-            break;
-        case 3:
-            chars = utf8ToChars(text, true);
-            break;
-        default:
-            chars = latin1ToChars(text);
-            break;
-    }
+    std::u32string chars = decodeText(text, result.encoding);
     if (isCommentFrame(id)) {
         chars.erase(0, std::min<std::size_t>(3, chars.size()));
         if (!chars.empty() && chars[0] == 0) {
@@ -224,6 +244,42 @@ DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t re
     }
     result.value = charsToUtf8(chars);
     return result;
+}
+
+std::optional<UserText> decodeUserTextFrame(std::string_view body, std::size_t pos,
+                                            std::uint8_t revision) {
+    std::optional<std::string> data = frameData(body, pos, revision);
+    if (!data) {
+        return std::nullopt;
+    }
+    std::string_view text = *data;
+    // What stands between the header and the text: a group byte (both revisions) and, at
+    // revision 4, a data length. Encrypted data cannot be read at all.
+    if (revision >= 3 && pos + 9 < body.size()) {
+        const std::uint8_t flags = byteAt(body, pos + 9);
+        const bool encrypted = revision == 3 ? (flags & 0x40) != 0 : (flags & 0x04) != 0;
+        if (encrypted) {
+            return std::nullopt;
+        }
+        std::size_t skip = 0;
+        if (revision == 3) {
+            skip = (flags & 0x20) ? 1 : 0;
+        } else {
+            skip = ((flags & 0x40) ? 1 : 0) + ((flags & 0x01) ? 4 : 0);
+        }
+        text.remove_prefix(std::min(skip, text.size()));
+    }
+    const std::uint8_t encoding = takeEncoding(text, revision);
+    const std::u32string chars = decodeText(text, encoding);
+    const std::size_t end = chars.find(char32_t{0});
+    if (end == std::u32string::npos) {
+        return std::nullopt;  // a description with no value behind it
+    }
+    std::u32string value = chars.substr(end + 1);
+    if (auto nul = value.find(char32_t{0}); nul != std::u32string::npos) {
+        value.resize(nul);  // revision 4 may list several values; the first is the one
+    }
+    return UserText{charsToUtf8(chars.substr(0, end)), charsToUtf8(value)};
 }
 
 }  // namespace tw::tags

@@ -1,6 +1,7 @@
 #pragma once
 // The ID3v2 layout as this system reads it, shared by the readers and the writer: header test,
 // tag body, frame lengths, the end-of-frames tests and the decoding of one frame.
+// Thread contract: pure functions of their arguments; any thread.
 
 #include <cstdint>
 #include <optional>
@@ -51,5 +52,18 @@ struct DecodedFrame {
     std::uint8_t encoding = 0;  // the encoding byte that was taken, 0 when none
 };
 DecodedFrame decodeFrame(std::string_view body, std::size_t pos, std::uint8_t revision);
+
+// A user text frame ("TXXX", "TXX"): a description, then a value, both in the frame's encoding.
+inline bool isUserTextFrame(std::string_view id) {
+    return id == "TXXX" || id == "TXX";
+}
+struct UserText {
+    std::string description;  // UTF-8
+    std::string value;        // UTF-8, the first value when several are listed
+};
+// None when the frame's data is compressed or encrypted, or holds no value behind the
+// description.
+std::optional<UserText> decodeUserTextFrame(std::string_view body, std::size_t pos,
+                                            std::uint8_t revision);
 
 }  // namespace tw::tags

@@ -3,6 +3,7 @@
 
 #include "core/text.h"
 #include "tags/frame_table.h"
+#include "tags/front_tag.h"
 #include "tags/tag_reader.h"
 #include "tags/text_codec.h"
 
@@ -113,22 +114,18 @@ void readId3v2Frames(TagFields& fields, std::string_view body, std::uint8_t revi
 }
 
 Id3v2Header readId3v2(TagFields& fields, const FileReader& file) {
-    Id3v2Header header = parseId3v2Header(file.readAt(0, 10));
-    if (!header.valid) {
+    const FrontTag tag = readFrontTag(file);
+    if (!tag.header.valid) {
         fields.revision = 3;
-        return header;
+        return tag.header;
     }
     fields.ID3v2Exists = true;
-    fields.revision = header.revision;
-    if (header.compressionFlag) {
-        return header;
+    fields.revision = tag.header.revision;
+    if (tag.header.compressionFlag) {
+        return tag.header;
     }
-    std::string body = undoTagUnsync(file.readAt(10, header.size), header);
-    if (header.extendedFlag) {
-        body = dropExtendedHeader(std::move(body), header.revision);
-    }
-    readId3v2Frames(fields, body, header.revision);
-    return header;
+    readId3v2Frames(fields, tag.body, tag.header.revision);
+    return tag.header;
 }
 
 }  // namespace tw::tags

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -69,6 +70,19 @@ class FdSink : public ReplacementSink {
 };
 
 }  // namespace
+
+bool copyFileRange(const FileReader& file, std::int64_t from, std::int64_t to,
+                   ReplacementSink& sink) {
+    constexpr std::int64_t kBlock = 20480;
+    for (std::int64_t pos = from; pos <= to; pos += kBlock) {
+        const std::int64_t count = std::min(kBlock, to - pos + 1);
+        const std::string chunk = file.readAt(pos - 1, count);
+        if (static_cast<std::int64_t>(chunk.size()) != count || !sink.write(chunk)) {
+            return false;
+        }
+    }
+    return true;
+}
 
 std::string trackAttributes(const std::string& path, struct stat& attributes) {
     if (::stat(path.c_str(), &attributes) != 0) {

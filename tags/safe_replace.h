@@ -8,6 +8,7 @@
 
 #include <sys/stat.h>
 
+#include "tags/file_reader.h"
 #include "tags/tag_writer.h"
 
 namespace tw::tags {
@@ -26,5 +27,10 @@ std::string trackAttributes(const std::string& path, struct stat& attributes);
 // over path only when fill and every later step succeed. Empty text on success, else the reason.
 std::string replaceFile(const std::string& path, const struct stat& attributes,
                         const WriteHooks& hooks, const std::function<bool(ReplacementSink&)>& fill);
+
+// Writes the bytes from 1-based position from to position to (both included) into the sink, block
+// by block; false when the file gives fewer bytes than asked or the sink fails.
+bool copyFileRange(const FileReader& file, std::int64_t from, std::int64_t to,
+                   ReplacementSink& sink);
 
 }  // namespace tw::tags

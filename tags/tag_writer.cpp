@@ -11,6 +11,7 @@
 #include "tags/file_reader.h"
 #include "tags/frame_builder.h"
 #include "tags/frame_table.h"
+#include "tags/front_tag.h"
 #include "tags/id3v2_frames.h"
 #include "tags/lyrics3.h"
 #include "tags/safe_replace.h"
@@ -18,33 +19,6 @@
 
 namespace tw::tags {
 namespace {
-
-constexpr std::int64_t kCopyChunk = 20480;
-
-struct OldTag {
-    std::uint8_t revision = 3;
-    std::string body;
-    std::int64_t audioStart = 1;  // 1-based
-};
-
-OldTag readOldTag(const FileReader& file) {
-    OldTag old;
-    const Id3v2Header header = parseId3v2Header(file.readAt(0, 10));
-    if (!header.valid) {
-        return old;
-    }
-    old.revision = header.revision;
-    old.audioStart = 11 + static_cast<std::int64_t>(header.size) + (header.footerFlag ? 10 : 0);
-    // A tag with compressed frames cannot be rewritten frame by frame; its frames are lost.
-    if (header.compressionFlag) {
-        return old;
-    }
-    old.body = undoTagUnsync(file.readAt(10, header.size), header);
-    if (header.extendedFlag) {
-        old.body = dropExtendedHeader(std::move(old.body), header.revision);
-    }
-    return old;
-}
 
 // 1-based position of the last audio byte: before an ID3v1 tag and a Lyrics3 block. For a
 // Lyrics3 v1 block the first five bytes of the block stay behind the audio, as they always have.
@@ -204,20 +178,6 @@ class FrameRewriter {
     int pictureIndex_ = 1;
 };
 
-bool copyAudio(const FileReader& file, std::int64_t from, std::int64_t to, ReplacementSink& sink) {
-    for (std::int64_t pos = from; pos <= to; pos += kCopyChunk) {
-        const std::int64_t count = std::min(kCopyChunk, to - pos + 1);
-        const std::string chunk = file.readAt(pos - 1, count);
-        if (static_cast<std::int64_t>(chunk.size()) != count) {
-            return false;
-        }
-        if (!sink.write(chunk)) {
-            return false;
-        }
-    }
-    return true;
-}
-
 }  // namespace
 
 std::string updateTagsInFile(const TagFields& fields, const std::string& path,
@@ -230,14 +190,16 @@ std::string updateTagsInFile(const TagFields& fields, const std::string& path,
     if (!file.isOpen()) {
         return "cannot open the track";
     }
-    OldTag old = readOldTag(file);
-    FrameRewriter rewriter(fields, old.revision);
+    // A tag with compressed frames cannot be rewritten frame by frame; its frames are lost.
+    FrontTag old = readFrontTag(file);
+    const std::uint8_t revision = old.header.valid ? old.header.revision : 3;
+    FrameRewriter rewriter(fields, revision);
     std::size_t padding = rewriter.rewrite(old.body);
     rewriter.addMissing(old.body);
     old.body.append(padding == 0 ? 2048 : padding, '\0');
 
     std::string header = "ID3";
-    header.push_back(static_cast<char>(old.revision));
+    header.push_back(static_cast<char>(revision));
     header.push_back('\0');
     header.push_back('\0');
     header += syncsafe4(old.body.size());
@@ -246,7 +208,7 @@ std::string updateTagsInFile(const TagFields& fields, const std::string& path,
     const std::string tail = buildLyrics3(fields) + buildId3v1(fields);
     return replaceFile(path, attributes, hooks, [&](ReplacementSink& sink) {
         return sink.write(header) && sink.write(old.body) &&
-               copyAudio(file, old.audioStart, audioEnd, sink) && sink.write(tail);
+               copyFileRange(file, old.audioStart, audioEnd, sink) && sink.write(tail);
     });
 }
 
@@ -259,10 +221,10 @@ std::string deleteTagsInFile(const std::string& path, const WriteHooks& hooks) {
     if (!file.isOpen()) {
         return "cannot open the track";
     }
-    const OldTag old = readOldTag(file);
+    const FrontTag old = readFrontTag(file);
     const std::int64_t audioEnd = findAudioEnd(file);
     return replaceFile(path, attributes, hooks, [&](ReplacementSink& sink) {
-        return copyAudio(file, old.audioStart, audioEnd, sink);
+        return copyFileRange(file, old.audioStart, audioEnd, sink);
     });
 }
 
