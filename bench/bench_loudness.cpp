@@ -48,7 +48,7 @@ constexpr std::size_t kCorpusFiles = 10;
 // ffmpeg's reading where no block passes the gate.
 constexpr double kFfmpegNothingGated = -70.0;
 // Below this a peak is a few steps of 16 bits, where ffmpeg's floating-point decoding and
-// resampling and our 16-bit samples part by whole decibels: such files are counted, not compared.
+// resampling and our 16-bit samples differ by whole decibels: such files are counted, not compared.
 constexpr double kNearSilenceDbtp = -60.0;
 
 double secondsSince(Clock::time_point t) {
