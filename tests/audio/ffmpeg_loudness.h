@@ -9,7 +9,7 @@ namespace tw::audio::test {
 
 struct FfmpegFigures {
     double integratedLufs = 0;  // "I:" of the summary; ffmpeg gives -70.0 where nothing is gated
-    double truePeakDbtp = 0;    // "Peak:" of the summary's true-peak part; -inf for silence
+    double truePeakDbtp = 0;    // "Peak:" under the summary's "True peak:"; -inf for silence
 };
 
 // The command that is run, its standard error sent to its standard output. A mono file is taken
