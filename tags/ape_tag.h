@@ -16,7 +16,7 @@ namespace tw::tags {
 // a size field beyond this is far more likely to be damage than a tag.
 inline constexpr std::size_t kMaxApeTagSize = 16 * 1024 * 1024;
 inline constexpr std::size_t kApeFooterSize = 32;
-// What readApeTagSpot must see of a file's end to find the footer in both places.
+// What findApeTag must see of a file's end to find the footer in both places.
 inline constexpr std::size_t kApeSearchLength = kApeFooterSize + 128;
 
 struct ApeTagSpot {
