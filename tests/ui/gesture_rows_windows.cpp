@@ -119,6 +119,12 @@ void recordDesktop(B& b) {
     });
 }
 
+// The line the console prints on its own window, "" for none.
+std::string messageLine(B& b) {
+    const auto& texts = b.m().frmTarnDesk.drawing.texts;
+    return texts.empty() ? std::string() : texts.front().text;
+}
+
 std::string shownFile(B& b) {
     std::string shown = b.memo["shown"];
     EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 1) << shown;
@@ -314,6 +320,40 @@ std::vector<GestureRow> windowGestures() {
              EXPECT_EQ(b.c().ui.settings.cboStudioOutput.listIndex, 0);
              EXPECT_EQ(b.c().ui.settings.cboStudioOutput.text,
                        b.c().ui.settings.cboStudioOutput.items.at(0).text);
+         }},
+        {"ALoudnessTargetIsChosenAndWritten", "frmAppSettings.cboLoudnessTarget", Gesture::Choice,
+         [](B& b) {
+             settingsWindow(b);
+             ASSERT_EQ(b.c().ui.settings.cboLoudnessTarget.items.at(3).text, "-16 LUFS");
+         },
+         [](B& b) { b.choose("frmAppSettings.cboLoudnessTarget", 3); },
+         [](B& b) {
+             EXPECT_EQ(profile(b, "Loudness", "Target"), "-16");
+             EXPECT_EQ(b.c().ui.settings.cboLoudnessTarget.text, "-16 LUFS");
+         }},
+        {"ALoudnessLevelTypedIsTheBoxsTextUntilReturn", "frmAppSettings.cboLoudnessTarget",
+         Gesture::Typing, settingsWindow,
+         [](B& b) { b.type("frmAppSettings.cboLoudnessTarget", "-19.5"); },
+         [](B& b) {
+             EXPECT_EQ(b.c().ui.settings.cboLoudnessTarget.text, "-19.5");
+             EXPECT_EQ(profile(b, "Loudness", "Target"), "<none>");
+         }},
+        {"ALoudnessLevelTypedIsTakenOnReturn", "frmAppSettings.cboLoudnessTarget",
+         Gesture::ReturnKey, settingsWindow,
+         [](B& b) {
+             b.type("frmAppSettings.cboLoudnessTarget", "-19.5");
+             b.returnKey("frmAppSettings.cboLoudnessTarget");
+         },
+         [](B& b) {
+             EXPECT_EQ(profile(b, "Loudness", "Target"), "-19.5");
+             EXPECT_EQ(b.c().ui.settings.cboLoudnessTarget.text, "-19.5 LUFS");
+         }},
+        {"WriteReplayGainTagsWithoutATargetAsksForOne", "frmAppSettings.cmdWriteReplayGain",
+         Gesture::LeftClick, settingsWindow,
+         [](B& b) { b.click("frmAppSettings.cmdWriteReplayGain"); },
+         [](B& b) {
+             EXPECT_EQ(messageLine(b),
+                       "Choose a loudness target first: the files are measured then");
          }},
         {"TheSettingsCloseBoxHidesTheForm", "frmAppSettings", Gesture::CloseBox, settingsWindow,
          [](B& b) { b.closeWindow("frmAppSettings"); },
