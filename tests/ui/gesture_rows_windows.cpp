@@ -5,12 +5,15 @@
 #include <QLineEdit>
 #include <QUrl>
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 
+#include "autodj/loudness.h"
 #include "autodj/schedule.h"
 #include "broadcast/cast_state.h"
 #include "core/console_ops.h"
 #include "desk/actions.h"
+#include "tags/replay_gain.h"
 #include "tests/ui/gesture_table.h"
 #include "ui/surface_widget.h"
 
@@ -354,6 +357,24 @@ std::vector<GestureRow> windowGestures() {
          [](B& b) {
              EXPECT_EQ(messageLine(b),
                        "Choose a loudness target first: the files are measured then");
+         }},
+        {"WriteReplayGainTagsWritesWhatWasMeasured", "frmAppSettings.cmdWriteReplayGain",
+         Gesture::LeftClick,
+         [](B& b) {
+             b.measured("Music/Jazz/Beta - Two.mp3", -12.41, -0.32);
+             core::writeIniValue(b.c(), b.c().appSettingsPath(), "Loudness", "Target", "-16");
+             settingsWindow(b);
+         },
+         [](B& b) { b.click("frmAppSettings.cmdWriteReplayGain"); },
+         [](B& b) {
+             EXPECT_TRUE(b.waitFor([&b] { return !autodj::replayGainJobBusy(b.c()); }));
+             EXPECT_EQ(messageLine(b), "ReplayGain tags written to 1 files");
+             const auto written =
+                 tags::readReplayGain((b.folder() / "Music/Jazz/Beta - Two.mp3").string());
+             ASSERT_TRUE(written.has_value());
+             EXPECT_NEAR(written->trackGainDb, -18 - -12.41, 0.006);
+             ASSERT_TRUE(written->trackPeak.has_value());
+             EXPECT_NEAR(*written->trackPeak, std::pow(10.0, -0.32 / 20), 1e-6);
          }},
         {"TheSettingsCloseBoxHidesTheForm", "frmAppSettings", Gesture::CloseBox, settingsWindow,
          [](B& b) { b.closeWindow("frmAppSettings"); },
