@@ -98,6 +98,8 @@ const Place kPlaces[] = {
     {"txtComposer", 492, 414, 388, 24, "frmNameTitleArtist"},
     {"txtPublisher", 492, 448, 388, 24, "frmNameTitleArtist"},
     {"txtRecordLabel", 492, 482, 388, 24, "frmNameTitleArtist"},
+    // The chosen track's loudness, under its tag fields.
+    {"lblLoudnessInfo", 492, 509, 388, 16, "frmNameTitleArtist"},
     {"lblSweepStart", 492, 244, 120, 22, "frmMoreInfo"},
     {"txtSweeper", 616, 244, 110, 22, "frmMoreInfo"},
     {"lblIntroUntil", 492, 272, 120, 22, "frmMoreInfo"},

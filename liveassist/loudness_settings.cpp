@@ -23,12 +23,17 @@ const std::vector<std::string>& presets() {
     return p;
 }
 
-std::string targetText(double v) {
+// A level as the settings keep it, to a tenth and without a tenth of none: "-16", "-19.5".
+std::string levelText(double v) {
     std::string t = core::formatNumber(v, "0.0");
     if (t.size() > 2 && t.compare(t.size() - 2, 2, ".0") == 0) {
         t.resize(t.size() - 2);
     }
-    return t + " LUFS";
+    return t;
+}
+
+std::string targetText(double v) {
+    return levelText(v) + " LUFS";
 }
 
 void showTarget(core::Console& c) {
@@ -46,8 +51,7 @@ void showTarget(core::Console& c) {
 
 void setTarget(core::Console& c, std::optional<double> target) {
     if (target) {
-        core::writeIniValue(c, c.appSettingsPath(), "Loudness", "Target",
-                            core::formatNumber(*target, "0.0#"));
+        core::writeIniValue(c, c.appSettingsPath(), "Loudness", "Target", levelText(*target));
     } else {
         core::deleteIniKey(c, c.appSettingsPath(), "Loudness", "Target");
         autodj::stopLoudness(c);

@@ -18,6 +18,14 @@ BoxEditor::~BoxEditor() {
 void BoxEditor::open(const core::Element& box, bool password) {
     editing_ = box.name;
     edit_->setEchoMode(password ? QLineEdit::Password : QLineEdit::Normal);
+    follow(box);
+    edit_->setText(QString::fromStdString(box.text));
+    edit_->selectAll();
+    edit_->show();
+    edit_->setFocus(Qt::MouseFocusReason);
+}
+
+void BoxEditor::follow(const core::Element& box) {
     edit_->setFont(consoleFont(box.fontSize, box.fontBold));
     QRectF area(box.rect.left, box.rect.top, box.rect.width, box.rect.height);
     if (box.kind == core::ElementKind::ComboBox) {
@@ -25,10 +33,6 @@ void BoxEditor::open(const core::Element& box, bool password) {
         area.setRight(comboArrowPlace(box).left());
     }
     edit_->setGeometry(area.toAlignedRect().adjusted(1, 1, -1, -1));
-    edit_->setText(QString::fromStdString(box.text));
-    edit_->selectAll();
-    edit_->show();
-    edit_->setFocus(Qt::MouseFocusReason);
 }
 
 bool BoxEditor::close() {

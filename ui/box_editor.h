@@ -29,6 +29,9 @@ class BoxEditor {
     // hint such as "Type Search Here"), shown and focused; a password shows no characters. Over
     // a combo box it leaves the arrow uncovered.
     void open(const core::Element& box, bool password = false);
+    // Puts the open editor over the box's present place and font (the window grew); the text
+    // typed so far stays.
+    void follow(const core::Element& box);
     // Hides it; false when it was not open.
     bool close();
 

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "desk/actions.h"
+#include "ui/box_editor.h"
 #include "ui/console_colors.h"
 #include "ui/element_fingerprint.h"
 #include "ui/element_painter.h"
@@ -25,10 +26,11 @@ namespace tw::ui {
 namespace {
 
 // The layout at its design size, in window pixels: two columns of frames, 322 wide, with a
-// 12-pixel margin round them and 14 between the frames of a column. A frame's caption stands
+// 12-pixel margin round them and 14 between the frames of a column, and under them two frames
+// across both columns, the studio output and the loudness on the air. A frame's caption stands
 // on its top edge, so every frame keeps the caption's half height clear above it.
 constexpr double kDesignWidth = 680;
-constexpr double kDesignHeight = 430;
+constexpr double kDesignHeight = 496;
 
 constexpr std::string_view kForm = "frmAppSettings.";
 
@@ -65,6 +67,10 @@ constexpr Place kPlaces[] = {
     // Across both columns.
     {&core::SettingsForm::frmStudioOutput, {12, 366, 656, 52}},
     {&core::SettingsForm::cboStudioOutput, {80, 388, 400, 22}},
+    {&core::SettingsForm::frmLoudness, {12, 432, 656, 52}},
+    {&core::SettingsForm::cboLoudnessTarget, {80, 454, 120, 22}},
+    {&core::SettingsForm::lblLoudnessProgress, {212, 458, 280, 16}},
+    {&core::SettingsForm::cmdWriteReplayGain, {504, 452, 150, 26}},
 };
 
 // The two boxes of the crossfade and of the low-volume field, seconds left of the point and
@@ -85,7 +91,7 @@ struct DesignText {
 };
 
 // The window's own texts: the units under each box, what the separation box counts, the note
-// on auto-trim and the names of the two microphone lists.
+// on auto-trim and the names of the lists.
 constexpr DesignText kTexts[] = {
     {"Seconds", {20, 64, 64, 16}, kCentredLine},
     {"MSeconds", {84, 64, 64, 16}, kCentredLine},
@@ -99,6 +105,7 @@ constexpr DesignText kTexts[] = {
     {"Device", {362, 279, 50, 22}, kLeftLine},
     {"Input", {362, 315, 50, 22}, kLeftLine},
     {"Device", {28, 388, 50, 22}, kLeftLine},
+    {"Target", {28, 454, 50, 22}, kLeftLine},
 };
 
 // The back colour of a button while the mouse is held down on it.
@@ -111,6 +118,11 @@ core::Rect moved(core::Rect r, double down) {
 
 bool sameRect(const core::Rect& a, const core::Rect& b) {
     return a.left == b.left && a.top == b.top && a.width == b.width && a.height == b.height;
+}
+
+// The boxes that take typed text as well as a choice from their list.
+bool takesText(const core::SettingsForm& f, const core::Element& box) {
+    return &box == &f.cboLoudnessTarget;
 }
 
 bool inside(const core::Element& e, const QPointF& at) {
@@ -133,8 +145,32 @@ int tickInterval(const core::Element& slider) {
 }  // namespace
 
 SettingsWindow::SettingsWindow(core::Console& console, QWidget* owner, int beatMs)
-    : QWidget(owner, Qt::Dialog), console_(console), items_(*this) {
+    : QWidget(owner, Qt::Dialog), console_(console), editor_(this), items_(*this) {
     core::SettingsForm& f = console_.ui.settings;
+    // Each keystroke is the box's text at once, as in the server settings; the level is taken
+    // only on Return.
+    QObject::connect(editor_.lineEdit(), &QLineEdit::textEdited, this, [this](const QString& text) {
+        if (!editor_.editing().empty()) {
+            desk::type(console_, std::string(kForm) + editor_.editing(), text.toStdString());
+            update();
+        }
+    });
+    QObject::connect(editor_.lineEdit(), &QLineEdit::returnPressed, this, [this] {
+        const std::string name = editor_.editing();
+        if (name.empty()) {
+            return;
+        }
+        desk::type(console_, std::string(kForm) + name, editor_.lineEdit()->text().toStdString());
+        editor_.close();
+        desk::enter(console_, std::string(kForm) + name);
+        syncSliders();
+        update();
+    });
+    QObject::connect(editor_.lineEdit(), &QLineEdit::editingFinished, this, [this] {
+        if (!editor_.lineEdit()->hasFocus()) {
+            abandonTyping();
+        }
+    });
     for (core::Element* e : {&f.sldCrossfadeSeconds, &f.sldrSilenceValue, &f.sldrArtistSeperation,
                              &f.sldrTrimThreshold}) {
         auto* slider = new QSlider(Qt::Horizontal, this);
@@ -160,6 +196,12 @@ QSize SettingsWindow::designSize() {
 
 double SettingsWindow::textScale() const {
     return std::max(1.0, std::min(width() / kDesignWidth, height() / kDesignHeight));
+}
+
+core::Element SettingsWindow::grownBox(const core::Element& box) const {
+    core::Element grown = box;
+    grown.fontSize = grownFont(box.fontSize, textScale());
+    return grown;
 }
 
 void SettingsWindow::place() {
@@ -247,6 +289,7 @@ void SettingsWindow::follow() {
     const bool wanted = f.frmAppSettings.visible && console_.loaded && !console_.unloaded;
     if (!wanted) {
         items_.close();
+        abandonTyping();
         if (isVisible()) {
             hide();
         }
@@ -299,6 +342,9 @@ void SettingsWindow::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     place();
     syncSliders();
+    if (const core::Element* box = console_.ui.settings.find(editor_.editing())) {
+        editor_.follow(grownBox(*box));
+    }
     update();
 }
 
@@ -348,6 +394,7 @@ void SettingsWindow::act(const std::string& name) {
 }
 
 void SettingsWindow::mousePressEvent(QMouseEvent* event) {
+    abandonTyping();
     if (event->button() != Qt::LeftButton) {
         QWidget::mousePressEvent(event);
         return;
@@ -358,7 +405,15 @@ void SettingsWindow::mousePressEvent(QMouseEvent* event) {
     }
     switch (e->kind) {
         case core::ElementKind::ComboBox:
-            openItems(*e);
+            // A box that takes a typed level takes text left of its arrow; the arrow opens the
+            // list.
+            if (takesText(console_.ui.settings, *e) &&
+                !comboArrowPlace(*e).contains(event->position())) {
+                typedBefore_ = e->text;
+                editor_.open(grownBox(*e));
+            } else {
+                openItems(*e);
+            }
             break;
         case core::ElementKind::Button:
         case core::ElementKind::CheckBox:
@@ -387,6 +442,11 @@ void SettingsWindow::mouseReleaseEvent(QMouseEvent* event) {
 
 void SettingsWindow::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape) {
+        // Escape in a box being typed in leaves the box; a second one closes the window.
+        if (!editor_.editing().empty()) {
+            abandonTyping();
+            return;
+        }
         close();
         return;
     }
@@ -403,9 +463,28 @@ void SettingsWindow::openItems(core::Element& list) {
     });
 }
 
+QLineEdit* SettingsWindow::openEditor() const {
+    return editor_.editing().empty() ? nullptr : editor_.lineEdit();
+}
+
+void SettingsWindow::abandonTyping() {
+    const std::string name = editor_.editing();
+    if (!editor_.close()) {
+        return;
+    }
+    // Typing left without Return takes nothing: the box shows again what it showed before, so
+    // that it never shows a level that is not the one on the air.
+    const core::Element* box = console_.ui.settings.find(name);
+    if (box && box->text != typedBefore_) {
+        desk::type(console_, std::string(kForm) + name, typedBefore_);
+    }
+    update();
+}
+
 void SettingsWindow::closeEvent(QCloseEvent* event) {
     // The form stays loaded and only hides; the console's Options button shows it again.
     items_.close();
+    abandonTyping();
     pressed_.clear();
     console_.ui.settings.frmAppSettings.visible = false;
     event->accept();

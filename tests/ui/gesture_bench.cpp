@@ -1,5 +1,6 @@
 #include "tests/ui/gesture_bench.h"
 
+#include <sys/stat.h>
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -17,12 +18,14 @@
 #include <QTest>
 #include <QTimer>
 #include <QUrl>
+
 #include <fstream>
 #include <sstream>
 
 #include "audio/capture_device.h"
 #include "core/console_ops.h"
 #include "core/settings_store.h"
+#include "media/loudness_file.h"
 #include "tests/tags/tag_test_util.h"
 #include "ui/element_painter.h"
 
@@ -126,6 +129,19 @@ std::string GestureBench::iniValue(const std::string& file, const std::string& s
 
 std::string GestureBench::appLog() const {
     return readFile(dir_ / "app.log");
+}
+
+void GestureBench::measured(const std::string& file, double lufs, double peakDbtp) {
+    struct stat st {};
+    ASSERT_EQ(::stat((dir_ / file).c_str(), &st), 0) << file;
+    media::LoudnessRecord r;
+    r.name = file;
+    r.entry.size = static_cast<std::int64_t>(st.st_size);
+    r.entry.writtenSec = static_cast<std::int64_t>(st.st_mtim.tv_sec);
+    r.entry.writtenNsec = static_cast<std::int64_t>(st.st_mtim.tv_nsec);
+    r.entry.lufs = lufs;
+    r.entry.peakDbtp = peakDbtp;
+    writeFile(dir_ / "loudness.ini", media::serializeLoudnessFile({r}));
 }
 
 void GestureBench::settle() {

@@ -56,6 +56,9 @@ class GestureBench {
     std::string iniValue(const std::string& file, const std::string& section,
                          const std::string& key);
     std::string appLog() const;
+    // What an earlier run measured of a file of the station (a path under its folder), written
+    // into loudness.ini for the file as it is now, before the console first reads that file.
+    void measured(const std::string& file, double lufs, double peakDbtp);
 
     // Brings a window of the console up as the console shows it (its form made visible by the
     // model), at the bench's scale where the window grows.

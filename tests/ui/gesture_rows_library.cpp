@@ -1,14 +1,20 @@
 // The table's rows for the library: the categories, the track list and its details panel, the
 // rotation screen and the Playlist Builder.
 
+#include <QFontMetricsF>
+#include <QImage>
+#include <algorithm>
 #include <filesystem>
 #include <set>
 
 #include "autodj/library_state.h"
+#include "core/console_ops.h"
 #include "desk/actions.h"
 #include "desk/console_layout.h"
 #include "liveassist/sampler.h"
 #include "tests/ui/gesture_table.h"
+#include "ui/element_painter.h"
+#include "ui/visible_elements.h"
 
 namespace tw::test {
 
@@ -178,6 +184,37 @@ std::vector<GestureRow> libraryGestures() {
          [](B& b) {
              EXPECT_EQ(b.m().txtArtistName.text, "Beta");
              EXPECT_EQ(b.m().txtSongName.text, "Two");
+         }},
+        {"ATrackClickedShowsItsLoudnessUnderItsTagFields", "lstSongs", Gesture::RowClick,
+         [](B& b) {
+             b.measured("Music/Jazz/Beta - Two.mp3", -12.41, -0.32);
+             core::writeIniValue(b.c(), b.c().appSettingsPath(), "Loudness", "Target", "-16");
+             trackList(b);
+         },
+         [](B& b) { b.clickRow("lstSongs", 1); },
+         [](B& b) {
+             const core::Element& line = b.m().lblLoudnessInfo;
+             EXPECT_EQ(line.caption, "Loudness -12.4 LUFS  Peak -0.3 dBTP  Gain -3.6 dB");
+             // Drawn on the Artist Info page, whole, clear of every other element.
+             const auto drawn = ui::drawnElements(b.m());
+             ASSERT_NE(std::find(drawn.begin(), drawn.end(), &line), drawn.end());
+             const QRectF at = b.placeOf("lblLoudnessInfo");
+             EXPECT_TRUE(b.placeOf("frmNameTitleArtist").contains(at));
+             for (const core::Element* e : drawn) {
+                 if (e != &line && e->kind != core::ElementKind::Frame) {
+                     EXPECT_FALSE(at.intersects(b.placeOf(e->name))) << "over " << e->name;
+                 }
+             }
+             const QFontMetricsF m(ui::consoleFont(line.fontSize, line.fontBold));
+             EXPECT_LE(m.horizontalAdvance(QString::fromStdString(line.caption)), at.width());
+             EXPECT_LE(m.height(), at.height());
+             QWidget& w = b.windowOf("lblLoudnessInfo");
+             const QImage shown = w.grab().toImage().copy(at.toAlignedRect());
+             const std::string caption = line.caption;
+             b.m().lblLoudnessInfo.caption.clear();
+             const QImage blank = w.grab().toImage().copy(at.toAlignedRect());
+             b.m().lblLoudnessInfo.caption = caption;
+             EXPECT_NE(shown, blank) << "the line is painted";
          }},
         {"DeleteOnATrackSendsItToTheTrash", "lstSongs", Gesture::DeleteKey,
          [](B& b) {

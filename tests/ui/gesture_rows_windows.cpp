@@ -5,12 +5,15 @@
 #include <QLineEdit>
 #include <QUrl>
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 
+#include "autodj/loudness.h"
 #include "autodj/schedule.h"
 #include "broadcast/cast_state.h"
 #include "core/console_ops.h"
 #include "desk/actions.h"
+#include "tags/replay_gain.h"
 #include "tests/ui/gesture_table.h"
 #include "ui/surface_widget.h"
 
@@ -117,6 +120,12 @@ void recordDesktop(B& b) {
         b.memo["shown"] += url.toLocalFile().toStdString() + "\n";
         return true;
     });
+}
+
+// The line the console prints on its own window, "" for none.
+std::string messageLine(B& b) {
+    const auto& texts = b.m().frmTarnDesk.drawing.texts;
+    return texts.empty() ? std::string() : texts.front().text;
 }
 
 std::string shownFile(B& b) {
@@ -314,6 +323,58 @@ std::vector<GestureRow> windowGestures() {
              EXPECT_EQ(b.c().ui.settings.cboStudioOutput.listIndex, 0);
              EXPECT_EQ(b.c().ui.settings.cboStudioOutput.text,
                        b.c().ui.settings.cboStudioOutput.items.at(0).text);
+         }},
+        {"ALoudnessTargetIsChosenAndWritten", "frmAppSettings.cboLoudnessTarget", Gesture::Choice,
+         [](B& b) {
+             settingsWindow(b);
+             ASSERT_EQ(b.c().ui.settings.cboLoudnessTarget.items.at(3).text, "-16 LUFS");
+         },
+         [](B& b) { b.choose("frmAppSettings.cboLoudnessTarget", 3); },
+         [](B& b) {
+             EXPECT_EQ(profile(b, "Loudness", "Target"), "-16");
+             EXPECT_EQ(b.c().ui.settings.cboLoudnessTarget.text, "-16 LUFS");
+         }},
+        {"ALoudnessLevelTypedIsTheBoxsTextUntilReturn", "frmAppSettings.cboLoudnessTarget",
+         Gesture::Typing, settingsWindow,
+         [](B& b) { b.type("frmAppSettings.cboLoudnessTarget", "-19.5"); },
+         [](B& b) {
+             EXPECT_EQ(b.c().ui.settings.cboLoudnessTarget.text, "-19.5");
+             EXPECT_EQ(profile(b, "Loudness", "Target"), "<none>");
+         }},
+        {"ALoudnessLevelTypedIsTakenOnReturn", "frmAppSettings.cboLoudnessTarget",
+         Gesture::ReturnKey, settingsWindow,
+         [](B& b) {
+             b.type("frmAppSettings.cboLoudnessTarget", "-19.5");
+             b.returnKey("frmAppSettings.cboLoudnessTarget");
+         },
+         [](B& b) {
+             EXPECT_EQ(profile(b, "Loudness", "Target"), "-19.5");
+             EXPECT_EQ(b.c().ui.settings.cboLoudnessTarget.text, "-19.5 LUFS");
+         }},
+        {"WriteReplayGainTagsWithoutATargetAsksForOne", "frmAppSettings.cmdWriteReplayGain",
+         Gesture::LeftClick, settingsWindow,
+         [](B& b) { b.click("frmAppSettings.cmdWriteReplayGain"); },
+         [](B& b) {
+             EXPECT_EQ(messageLine(b),
+                       "Choose a loudness target first: the files are measured then");
+         }},
+        {"WriteReplayGainTagsWritesWhatWasMeasured", "frmAppSettings.cmdWriteReplayGain",
+         Gesture::LeftClick,
+         [](B& b) {
+             b.measured("Music/Jazz/Beta - Two.mp3", -12.41, -0.32);
+             core::writeIniValue(b.c(), b.c().appSettingsPath(), "Loudness", "Target", "-16");
+             settingsWindow(b);
+         },
+         [](B& b) { b.click("frmAppSettings.cmdWriteReplayGain"); },
+         [](B& b) {
+             EXPECT_TRUE(b.waitFor([&b] { return !autodj::replayGainJobBusy(b.c()); }));
+             EXPECT_EQ(messageLine(b), "ReplayGain tags written to 1 files");
+             const auto written =
+                 tags::readReplayGain((b.folder() / "Music/Jazz/Beta - Two.mp3").string());
+             ASSERT_TRUE(written.has_value());
+             EXPECT_NEAR(written->trackGainDb, -18 - -12.41, 0.006);
+             ASSERT_TRUE(written->trackPeak.has_value());
+             EXPECT_NEAR(*written->trackPeak, std::pow(10.0, -0.32 / 20), 1e-6);
          }},
         {"TheSettingsCloseBoxHidesTheForm", "frmAppSettings", Gesture::CloseBox, settingsWindow,
          [](B& b) { b.closeWindow("frmAppSettings"); },

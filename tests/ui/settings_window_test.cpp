@@ -1,8 +1,9 @@
 // The "TarnWave Settings" window on the offscreen platform: opened from the console's Options
 // button, its sliders dragged and stepped by the operator and written to appSettings.ini at once,
 // the green box of a two-box field chosen by a click, the auto-trim box, the logs and the reset of
-// the play history, the microphone lists, closed by its close box, and rendered to PNG at its
-// design size and at 150 % with every element and text inside its place.
+// the play history, the microphone lists, the loudness target chosen or typed, closed by its close
+// box, and rendered to PNG at its design size and at 150 % with every element and text inside its
+// place.
 
 #include "ui/settings_window.h"
 
@@ -12,6 +13,7 @@
 #include <QFontMetricsF>
 #include <QHelpEvent>
 #include <QImage>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QSlider>
@@ -127,6 +129,9 @@ const std::map<std::string, std::string>& frameOf() {
         {"cboMicInput", "frmMicrophone"},
         {"cboStudioOutput", "frmStudioOutput"},
         {"cmdRefreshMicList", "frmMicrophone"},
+        {"cboLoudnessTarget", "frmLoudness"},
+        {"lblLoudnessProgress", "frmLoudness"},
+        {"cmdWriteReplayGain", "frmLoudness"},
     };
     return frames;
 }
@@ -265,6 +270,29 @@ class SettingsWindowTest : public ::testing::Test {
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window()));
     }
     void click(const Element& e) { QTest::mouseClick(&window(), Qt::LeftButton, {}, centre(e)); }
+    // The line the console prints on its own window, "" for none.
+    std::string messageLine() {
+        const auto& texts = c().form().frmTarnDesk.drawing.texts;
+        return texts.empty() ? std::string() : texts.front().text;
+    }
+    // A click in the text part of the loudness target's box, left of its arrow: the editor
+    // opens over it.
+    QLineEdit* clickIntoTarget() {
+        const QRect box = rectOf(form().cboLoudnessTarget);
+        QTest::mouseClick(&window(), Qt::LeftButton, {}, QPoint(box.left() + 8, box.center().y()));
+        return window().openEditor();
+    }
+    // A press on the loudness target's arrow, and its list as it opened.
+    QMenu* openTargetList() {
+        const QRect box = rectOf(form().cboLoudnessTarget);
+        QTest::mouseClick(&window(), Qt::LeftButton, {}, QPoint(box.right() - 5, box.center().y()));
+        QMenu* list = window().openList();
+        EXPECT_NE(list, nullptr);
+        if (list) {
+            EXPECT_TRUE(QTest::qWaitForWindowExposed(list));
+        }
+        return list;
+    }
     QSlider& slider(const std::string& name) {
         QSlider* s = window().sliderFor(name);
         EXPECT_NE(s, nullptr) << name;
@@ -333,6 +361,11 @@ TEST_F(SettingsWindowTest, TheOptionsButtonOpensTheWindowWithItsCaptionAndFrames
     EXPECT_EQ(f.Frame1.caption, "Auto Track Trim / Auto NextStart");
     EXPECT_EQ(f.frmResetPlayeData.caption, "View/Reset Playlist Data");
     EXPECT_EQ(f.frmMicrophone.caption, "Select Microphone or Sound Input Card");
+    EXPECT_EQ(f.frmLoudness.caption, "Loudness on the Air");
+    EXPECT_EQ(f.cmdWriteReplayGain.caption, "Write ReplayGain Tags");
+    EXPECT_EQ(f.cboLoudnessTarget.text, "Off");
+    EXPECT_EQ(f.cboLoudnessTarget.listCount(), 5);
+    EXPECT_EQ(f.lblLoudnessProgress.caption, "Loudness off");
     // Filled from the file, and the sliders stand where the console put them.
     EXPECT_EQ(f.txtCrossfadeSeconds[0].text, "1");
     EXPECT_EQ(f.txtCrossfadeSeconds[1].text, "5");
@@ -345,8 +378,9 @@ TEST_F(SettingsWindowTest, TheOptionsButtonOpensTheWindowWithItsCaptionAndFrames
     EXPECT_EQ(slider("sldrTrimThreshold").minimum(), 1);
     // Every frame's caption is drawn on its top edge: without it the edge looks otherwise.
     const QImage shown = window().grab().toImage();
-    for (Element* frame : {&f.frmCrossFadeTime, &f.frmSilenceDetection, &f.frmArtistSeperation,
-                           &f.Frame1, &f.frmResetPlayeData, &f.frmMicrophone}) {
+    for (Element* frame :
+         {&f.frmCrossFadeTime, &f.frmSilenceDetection, &f.frmArtistSeperation, &f.Frame1,
+          &f.frmResetPlayeData, &f.frmMicrophone, &f.frmStudioOutput, &f.frmLoudness}) {
         const std::string caption = frame->caption;
         const QRect edge(rectOf(*frame).left(), rectOf(*frame).top() - 8, rectOf(*frame).width(),
                          16);
@@ -356,6 +390,7 @@ TEST_F(SettingsWindowTest, TheOptionsButtonOpensTheWindowWithItsCaptionAndFrames
         EXPECT_NE(shown.copy(edge), without.copy(edge)) << frame->name;
     }
     // Opening wrote nothing: the file is as the test left it.
+    EXPECT_EQ(ini("Loudness", "Target"), "<none>");
     EXPECT_EQ(ini("Crossfade", "time"), "1.5");
     EXPECT_EQ(ini("ArtistSeperation", "Hours"), "0.5");
     EXPECT_EQ(ini("AutoTrim", "Threshold"), "10");
@@ -515,6 +550,113 @@ TEST_F(SettingsWindowTest, AMicrophoneListOpensOnAPressAndTheChoiceIsSaved) {
     EXPECT_EQ(f.cboMicInput.listCount(), 0);
 }
 
+TEST_F(SettingsWindowTest, TheLoudnessTargetListOpensOnItsArrowAndTheChoiceIsWritten) {
+    openSettings();
+    auto& f = form();
+    const QImage off = window().grab().toImage();
+    QMenu* list = openTargetList();
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->actions().size(), 5);
+    EXPECT_EQ(list->actions()[0]->text(), QString("Off"));
+    EXPECT_TRUE(list->actions()[0]->isChecked()) << "the target in force is ticked";
+    EXPECT_EQ(list->actions()[3]->text(), QString("-16 LUFS"));
+    EXPECT_EQ(window().openEditor(), nullptr) << "the arrow opens the list, not the editor";
+    QTest::mouseClick(list, Qt::LeftButton, {}, list->actionGeometry(list->actions()[3]).center());
+    EXPECT_EQ(ini("Loudness", "Target"), "-16");
+    EXPECT_EQ(f.cboLoudnessTarget.text, "-16 LUFS");
+    EXPECT_NE(f.lblLoudnessProgress.caption, "Loudness off");
+    EXPECT_TRUE(QTest::qWaitFor([this] { return window().openList() == nullptr; }, 1000));
+    // The box and the progress line show what changed.
+    const QImage on = window().grab().toImage();
+    EXPECT_NE(on.copy(rectOf(f.cboLoudnessTarget)), off.copy(rectOf(f.cboLoudnessTarget)));
+    EXPECT_NE(on.copy(rectOf(f.lblLoudnessProgress)), off.copy(rectOf(f.lblLoudnessProgress)));
+
+    // "Off" removes the key again.
+    list = openTargetList();
+    ASSERT_NE(list, nullptr);
+    QTest::mouseClick(list, Qt::LeftButton, {}, list->actionGeometry(list->actions()[0]).center());
+    EXPECT_EQ(ini("Loudness", "Target"), "<none>");
+    EXPECT_EQ(f.lblLoudnessProgress.caption, "Loudness off");
+}
+
+TEST_F(SettingsWindowTest, ALevelTypedIntoTheTargetBoxIsTakenOnReturn) {
+    openSettings();
+    auto& f = form();
+    QLineEdit* editor = clickIntoTarget();
+    ASSERT_NE(editor, nullptr) << "a click left of the arrow opens the editor";
+    EXPECT_EQ(window().openList(), nullptr);
+    EXPECT_TRUE(editor->isVisible());
+    EXPECT_EQ(editor->text(), QString("Off"));
+    EXPECT_EQ(editor->selectedText(), QString("Off")) << "typing replaces what the box shows";
+    // The arrow stays free, a click away.
+    EXPECT_LE(editor->geometry().right(), comboArrowPlace(f.cboLoudnessTarget).left());
+    QTest::keyClicks(editor, "-19.5");
+    EXPECT_EQ(f.cboLoudnessTarget.text, "-19.5") << "each keystroke is the box's text";
+    EXPECT_EQ(ini("Loudness", "Target"), "<none>") << "nothing is taken before Return";
+    QTest::keyClick(editor, Qt::Key_Return);
+    EXPECT_EQ(ini("Loudness", "Target"), "-19.5");
+    EXPECT_EQ(f.cboLoudnessTarget.text, "-19.5 LUFS");
+    EXPECT_EQ(window().openEditor(), nullptr) << "Return leaves the box";
+    EXPECT_TRUE(window().isVisible());
+}
+
+TEST_F(SettingsWindowTest, ALevelOutOfRangeIsRefusedAndTheTargetShowsAgain) {
+    openSettings();
+    QLineEdit* editor = clickIntoTarget();
+    ASSERT_NE(editor, nullptr);
+    QTest::keyClicks(editor, "-3");
+    QTest::keyClick(editor, Qt::Key_Return);
+    EXPECT_EQ(ini("Loudness", "Target"), "<none>");
+    EXPECT_EQ(form().cboLoudnessTarget.text, "Off");
+    EXPECT_EQ(messageLine(), "The loudness target is a level between -40 and -5 LUFS, or Off");
+}
+
+TEST_F(SettingsWindowTest, TypingLeftWithoutReturnPutsBackTheTargetInForce) {
+    openSettings();
+    auto& f = form();
+    ASSERT_TRUE(desk::select(c(), "frmAppSettings.cboLoudnessTarget", 2));
+    ASSERT_EQ(f.cboLoudnessTarget.text, "-18 LUFS");
+    // Escape leaves the box, and only the box: the window stays.
+    QLineEdit* editor = clickIntoTarget();
+    ASSERT_NE(editor, nullptr);
+    QTest::keyClicks(editor, "-30");
+    QTest::keyClick(editor, Qt::Key_Escape);
+    EXPECT_EQ(window().openEditor(), nullptr);
+    EXPECT_EQ(f.cboLoudnessTarget.text, "-18 LUFS");
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_TRUE(f.frmAppSettings.visible);
+    // A press on the arrow while typing: the list, and the typed text gone.
+    editor = clickIntoTarget();
+    ASSERT_NE(editor, nullptr);
+    QTest::keyClicks(editor, "-30");
+    QMenu* list = openTargetList();
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(window().openEditor(), nullptr);
+    EXPECT_EQ(f.cboLoudnessTarget.text, "-18 LUFS");
+    list->close();
+    // A click elsewhere in the window.
+    editor = clickIntoTarget();
+    ASSERT_NE(editor, nullptr);
+    QTest::keyClicks(editor, "-30");
+    click(f.frmLoudness);
+    EXPECT_EQ(window().openEditor(), nullptr);
+    EXPECT_EQ(f.cboLoudnessTarget.text, "-18 LUFS");
+    EXPECT_EQ(ini("Loudness", "Target"), "-18");
+}
+
+TEST_F(SettingsWindowTest, WriteReplayGainTagsWithoutATargetAsksForOne) {
+    openSettings();
+    const Element& button = form().cmdWriteReplayGain;
+    const QImage up = window().grab().toImage();
+    QTest::mousePress(&window(), Qt::LeftButton, {}, centre(button));
+    EXPECT_NE(window().grab().toImage().copy(rectOf(button)), up.copy(rectOf(button)))
+        << "the button looks pressed while it is held";
+    EXPECT_EQ(messageLine(), "") << "it acts on the release";
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, centre(button));
+    EXPECT_EQ(messageLine(), "Choose a loudness target first: the files are measured then");
+    EXPECT_EQ(c().replayGainJob, nullptr);
+}
+
 TEST_F(SettingsWindowTest, TheSlidersShowTheTipsTheConsoleGivesThem) {
     openSettings();
     for (const Element* e : {&form().sldCrossfadeSeconds, &form().sldrSilenceValue,
@@ -552,6 +694,9 @@ TEST_F(SettingsWindowTest, RenderedAtTheDesignSizeAndAtOneAndAHalfTimesNothingIs
     ASSERT_TRUE(desk::select(c(), "frmAppSettings.cboMicDevice", 1));
     ASSERT_TRUE(desk::select(c(), "frmAppSettings.cboMicInput", 0));
     ASSERT_EQ(form().cboMicDevice.text, "USB Headset");
+    // The loudness box and its progress line at their longest: a typed level, a large station.
+    form().cboLoudnessTarget.text = "-19.5 LUFS";
+    form().lblLoudnessProgress.caption = "Measuring 1200 of 12000, 10800 known";
     window().follow();
     const QSize design = SettingsWindow::designSize();
     ASSERT_EQ(window().size(), design);
@@ -584,9 +729,20 @@ TEST_F(SettingsWindowTest, RenderedAtTheDesignSizeAndAtOneAndAHalfTimesNothingIs
         render("settings-" + std::to_string(large.width()) + "x" + std::to_string(large.height()));
     EXPECT_EQ(big.size(), large);
 
-    // The hands find the boxes where they are drawn now.
+    // The hands find the boxes where they are drawn now, the editor over the target's box too.
     click(form().txtCrossfadeSeconds[1]);
     EXPECT_EQ(form().txtCrossfadeSeconds[1].backColor, 0xFF00u);
+    QLineEdit* editor = clickIntoTarget();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_TRUE(rectOf(form().cboLoudnessTarget).contains(editor->geometry()));
+    EXPECT_GT(editor->geometry().width(), rectOf(form().cboLoudnessTarget).width() / 2);
+    EXPECT_EQ(editor->font().pixelSize(), consoleFont(12, false).pixelSize())
+        << "the editor's text grows with the window";
+    // The editor follows the box when the window changes size under it.
+    window().resize(design);
+    ASSERT_EQ(window().openEditor(), editor);
+    EXPECT_TRUE(rectOf(form().cboLoudnessTarget).contains(editor->geometry()));
+    EXPECT_EQ(editor->font().pixelSize(), consoleFont(8, false).pixelSize());
 }
 
 TEST_F(SettingsWindowTest, TheChecksFindAClippedCaptionAndAnElementOutsideItsFrame) {
