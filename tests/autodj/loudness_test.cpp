@@ -76,7 +76,11 @@ struct TableMeasure {
             asked.push_back(name);
             changed.notify_all();
             if (name == hold) {
-                changed.wait(lock, [&] { return released || cancel.load(); });
+                // The cancel is an atomic the library sets without a word to this condition:
+                // it is looked at every millisecond.
+                while (!released && !cancel.load()) {
+                    changed.wait_for(lock, 1ms);
+                }
                 if (!released) {
                     return media::MeasureOutcome::Cancelled;
                 }
