@@ -17,33 +17,25 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "autodj/library.h"
 #include "autodj/library_jobs.h"
 #include "autodj/library_state.h"
+#include "bench/bench_console.h"
 #include "core/console.h"
-#include "core/settings_store.h"
 #include "desk/actions.h"
 #include "media/song_length.h"
-#include "sim/scripted_prompter.h"
-#include "sim/virtual_event_loop.h"
-#include "station/console_assembly.h"
-#include "tests/testlib/fake_engine.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace tw;
-using Clock = std::chrono::steady_clock;
+using Clock = bench::BenchConsole::Clock;
+using bench::BenchConsole;
 
 constexpr int kFiles = 10'000;
-
-double secondsSince(Clock::time_point t) {
-    return std::chrono::duration<double>(Clock::now() - t).count();
-}
 
 // The source files, made once per run.
 const std::vector<std::string>& sourceFiles() {
@@ -64,32 +56,20 @@ const std::vector<std::string>& sourceFiles() {
     return files;
 }
 
+// A station with two categories, "Imported" chosen on the track list.
 struct Station {
     test::TempDir dir;
-    core::VirtualClock clock{core::dateSerial(2026, 11, 25) + core::timeSerial(10, 0, 0)};
-    sim::VirtualEventLoop loop{clock};
-    core::SettingsStore settings;
-    test::FakeEngine engine;
-    sim::ScriptedPrompter prompter;
-    std::unique_ptr<core::Console> console;
-    double longestEvent = 0;
+    std::unique_ptr<bench::BenchConsole> bench;
 
     Station() {
         fs::create_directories(dir.path() / "Music" / "Imported");
         fs::create_directories(dir.path() / "Music" / "Other");
-        engine.recordCalls = false;
-        core::Services s{&clock, &settings, &engine, &prompter, &loop, nullptr};
-        console = station::makeConsole(dir.str(), s);
-        core::Console& c = *console;
+        bench = std::make_unique<bench::BenchConsole>(
+            dir.str(), core::dateSerial(2026, 11, 25) + core::timeSerial(10, 0, 0));
+        core::Console& c = bench->console();
         c.form().dirList.path = c.AppFolder + "/Music";
         autodj::showplayLists(c);
         autodj::renewRepeatTime(c);
-        loop.wrapEvent = [this](const std::function<void()>& fn) {
-            core::EventScope scope(settings);
-            const auto t0 = Clock::now();
-            fn();
-            longestEvent = std::max(longestEvent, secondsSince(t0));
-        };
         desk::select(c, "lstPlaylists", 0);  // "Imported"
     }
 };
@@ -98,37 +78,16 @@ void BM_ImportTenThousandFiles(benchmark::State& state) {
     const auto& files = sourceFiles();
     for (auto _ : state) {
         Station st;
-        core::Console& c = *st.console;
-        double longestGap = 0;
-        auto lastTick = Clock::now();
-        st.loop.startTimer(60, [&] {
-            const auto now = Clock::now();
-            longestGap =
-                std::max(longestGap, std::chrono::duration<double>(now - lastTick).count());
-            lastTick = now;
-        });
-        const auto t0 = Clock::now();
-        {
-            const auto e0 = Clock::now();
-            autodj::importFiles(c, files);
-            st.longestEvent = std::max(st.longestEvent, secondsSince(e0));
-        }
-        auto last = Clock::now();
-        lastTick = last;
-        while (autodj::libraryJobsBusy(c)) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            const auto now = Clock::now();
-            st.loop.advance(std::chrono::duration<double>(now - last).count());
-            last = now;
-        }
-        const double total = secondsSince(t0);
+        core::Console& c = st.bench->console();
+        const double total = st.bench->run([&] { autodj::importFiles(c, files); },
+                                           [&] { return autodj::libraryJobsBusy(c); });
         state.SetIterationTime(total);
         if (c.form().lstSongs.listCount() != kFiles) {
             state.SkipWithError("the track list does not show every imported file");
         }
         state.counters["files"] = kFiles;
-        state.counters["longest_event_ms"] = st.longestEvent * 1000;
-        state.counters["longest_tick_gap_ms"] = longestGap * 1000;
+        state.counters["longest_event_ms"] = st.bench->longestEventMs();
+        state.counters["longest_tick_gap_ms"] = st.bench->longestTickGapMs();
         state.counters["average_s"] = c.library->averageSong.at(1);
     }
 }
@@ -147,7 +106,7 @@ void BM_ImportTenThousandFiles_Reference(benchmark::State& state) {
             lengths += media::fileSeconds((target.path() / fs::path(f).filename()).string());
         }
         benchmark::DoNotOptimize(lengths);
-        state.SetIterationTime(secondsSince(t0));
+        state.SetIterationTime(BenchConsole::secondsSince(t0));
     }
 }
 

@@ -321,6 +321,14 @@ double ffmpegSeconds(const fs::path& file) {
     return secondsSince(t0);
 }
 
+// The time per iteration of the measure and of ffmpeg beside it, and their ratio.
+void reportAgainstFfmpeg(benchmark::State& state, const char* name, double ours, double theirs) {
+    const auto n = static_cast<double>(state.iterations());
+    state.counters[name] = ours / n * 1000;
+    state.counters["ms_ffmpeg"] = theirs / n * 1000;
+    state.counters["ratio_vs_ffmpeg"] = ours / theirs;
+}
+
 // Our meter on one file, timed; each iteration also runs ffmpeg on the file (not timed) for the
 // ratio counter, so that both are measured under the same load.
 void analyse(benchmark::State& state, const fs::path& file) {
@@ -337,10 +345,7 @@ void analyse(benchmark::State& state, const fs::path& file) {
         ours += t;
         theirs += ffmpegSeconds(file);
     }
-    const auto n = static_cast<double>(state.iterations());
-    state.counters["ms_ours"] = ours / n * 1000;
-    state.counters["ms_ffmpeg"] = theirs / n * 1000;
-    state.counters["ratio_vs_ffmpeg"] = ours / theirs;
+    reportAgainstFfmpeg(state, "ms_ours", ours, theirs);
 }
 
 void analyseReference(benchmark::State& state, const fs::path& file) {
@@ -397,10 +402,7 @@ void BM_AnalyseFourMinuteTrackLibraryTruePeak(benchmark::State& state) {
         ours += t;
         theirs += ffmpegSeconds(file);
     }
-    const auto n = static_cast<double>(state.iterations());
-    state.counters["ms_library"] = ours / n * 1000;
-    state.counters["ms_ffmpeg"] = theirs / n * 1000;
-    state.counters["ratio_vs_ffmpeg"] = ours / theirs;
+    reportAgainstFfmpeg(state, "ms_library", ours, theirs);
 }
 
 BENCHMARK(BM_AnalyseFourMinuteTrack)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);

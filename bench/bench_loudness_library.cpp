@@ -18,31 +18,23 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "audio/loudness_meter.h"
 #include "autodj/loudness.h"
+#include "bench/bench_console.h"
 #include "core/console.h"
 #include "core/console_ops.h"
-#include "core/settings_store.h"
 #include "liveassist/loudness_settings.h"
 #include "media/loudness_library.h"
-#include "sim/scripted_prompter.h"
-#include "sim/virtual_event_loop.h"
-#include "station/console_assembly.h"
-#include "tests/testlib/fake_engine.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace tw;
-using Clock = std::chrono::steady_clock;
-
-double secondsSince(Clock::time_point t) {
-    return std::chrono::duration<double>(Clock::now() - t).count();
-}
+using Clock = bench::BenchConsole::Clock;
+using bench::BenchConsole;
 
 int trackCount() {
     const char* n = std::getenv("TW_LOUDNESS_TRACKS");
@@ -80,58 +72,17 @@ const Library& library() {
     return lib;
 }
 
-struct Station {
-    core::VirtualClock clock{core::dateSerial(2026, 11, 26) + core::timeSerial(10, 0, 0)};
-    sim::VirtualEventLoop loop{clock};
-    core::SettingsStore settings;
-    test::FakeEngine engine;
-    sim::ScriptedPrompter prompter;
-    std::unique_ptr<core::Console> console;
-    double longestEvent = 0;
-
-    explicit Station(const std::string& folder) {
-        engine.recordCalls = false;
-        core::Services s{&clock, &settings, &engine, &prompter, &loop, nullptr};
-        console = station::makeConsole(folder, s);
-        core::writeIniValue(*console, console->appSettingsPath(), "Loudness", "Target", "-16");
-        loop.wrapEvent = [this](const std::function<void()>& fn) {
-            core::EventScope scope(settings);
-            const auto t0 = Clock::now();
-            fn();
-            longestEvent = std::max(longestEvent, secondsSince(t0));
-        };
-    }
-};
-
 void BM_MeasureTheStationInTheBackground(benchmark::State& state) {
     const Library& lib = library();
     for (auto _ : state) {
         fs::remove(lib.dir.path() / "loudness.ini");
         fs::remove(lib.dir.path() / "appSettings.ini");
-        Station st(lib.dir.str());
-        core::Console& c = *st.console;
-        double longestGap = 0;
-        auto lastTick = Clock::now();
-        st.loop.startTimer(60, [&] {
-            const auto now = Clock::now();
-            longestGap = std::max(longestGap, secondsSince(lastTick));
-            lastTick = now;
-        });
-        const auto t0 = Clock::now();
-        {
-            const auto e0 = Clock::now();
-            liveassist::startLoudnessScan(c);
-            st.longestEvent = std::max(st.longestEvent, secondsSince(e0));
-        }
-        auto last = Clock::now();
-        lastTick = last;
-        while (c.loudness && c.loudness->busy()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            const auto now = Clock::now();
-            st.loop.advance(std::chrono::duration<double>(now - last).count());
-            last = now;
-        }
-        const double total = secondsSince(t0);
+        BenchConsole bench(lib.dir.str(),
+                           core::dateSerial(2026, 11, 26) + core::timeSerial(10, 0, 0));
+        core::Console& c = bench.console();
+        core::writeIniValue(c, c.appSettingsPath(), "Loudness", "Target", "-16");
+        const double total = bench.run([&] { liveassist::startLoudnessScan(c); },
+                                       [&] { return c.loudness && c.loudness->busy(); });
         state.SetIterationTime(total);
         if (!c.loudness || c.loudness->knownCount() != lib.files.size()) {
             state.SkipWithError("not every track was measured");
@@ -139,8 +90,8 @@ void BM_MeasureTheStationInTheBackground(benchmark::State& state) {
         std::error_code ec;
         state.counters["files"] = static_cast<double>(lib.files.size());
         state.counters["ms_per_file"] = total * 1000 / static_cast<double>(lib.files.size());
-        state.counters["longest_event_ms"] = st.longestEvent * 1000;
-        state.counters["longest_tick_gap_ms"] = longestGap * 1000;
+        state.counters["longest_event_ms"] = bench.longestEventMs();
+        state.counters["longest_tick_gap_ms"] = bench.longestTickGapMs();
         state.counters["loudness_ini_kB"] =
             static_cast<double>(fs::file_size(lib.dir.path() / "loudness.ini", ec)) / 1024;
         autodj::stopLoudness(c);
@@ -156,7 +107,7 @@ void BM_MeasureTheStationInTheBackground_Reference(benchmark::State& state) {
             int error = 0;
             benchmark::DoNotOptimize(audio::measureLoudness(f, nullptr, figures, error));
         }
-        state.SetIterationTime(secondsSince(t0));
+        state.SetIterationTime(BenchConsole::secondsSince(t0));
     }
 }
 
