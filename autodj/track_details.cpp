@@ -3,8 +3,8 @@
 #include <string>
 
 #include "autodj/history.h"
-#include "autodj/loudness.h"
 #include "autodj/library_state.h"
+#include "autodj/loudness.h"
 #include "core/console_ops.h"
 #include "core/dates.h"
 #include "core/text.h"
