@@ -48,6 +48,12 @@ audio::Handle& playerStream(core::Console& c, int n) {
     return n == 1 ? c.player1Stream : c.player2Stream;
 }
 
+// The engine's loudness stage of the stream at a gain in dB.
+void setStage(core::Console& c, audio::Handle stream, double gainDb) {
+    c.engine().channelSetAttribute(stream, audio::kAttribLoudness,
+                                   static_cast<float>(std::pow(10.0, gainDb / 20.0)));
+}
+
 // A player loaded with the file and not yet in the mix takes the answer before it starts.
 void applyToWaitingPlayers(core::Console& c, const std::string& path) {
     for (int n = 1; n <= 2; ++n) {
@@ -146,10 +152,8 @@ void applyLoudness(core::Console& c, audio::Handle stream, const std::string& pa
         lib->ask(path, true);
         return;
     }
-    const double offset = kind == LoudnessKind::Jingle ? jingleOffset(c) : 0.0;
-    const double gain = loudnessGainDb(*target, *entry, offset);
-    c.engine().channelSetAttribute(stream, audio::kAttribLoudness,
-                                   static_cast<float>(std::pow(10.0, gain / 20.0)));
+    setStage(c, stream,
+             loudnessGainDb(*target, *entry, kind == LoudnessKind::Jingle ? jingleOffset(c) : 0.0));
 }
 
 void applyLoudnessMeasuredNow(core::Console& c, audio::Handle stream, const std::string& path) {
@@ -165,9 +169,7 @@ void applyLoudnessMeasuredNow(core::Console& c, audio::Handle stream, const std:
     media::LoudnessEntry e;
     e.lufs = m.lufs;
     e.peakDbtp = m.peakDbtp;
-    c.engine().channelSetAttribute(
-        stream, audio::kAttribLoudness,
-        static_cast<float>(std::pow(10.0, loudnessGainDb(*target, e, 0.0) / 20.0)));
+    setStage(c, stream, loudnessGainDb(*target, e, 0.0));
 }
 
 void askLoudness(core::Console& c, const std::string& path) {

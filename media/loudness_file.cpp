@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "core/text.h"
+
 namespace tw::media {
 
 namespace {
@@ -16,19 +18,6 @@ std::string_view trim(std::string_view s) {
         s.remove_suffix(1);
     }
     return s;
-}
-
-bool sameName(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        const auto fold = [](char ch) { return ch >= 'A' && ch <= 'Z' ? ch - 'A' + 'a' : ch; };
-        if (fold(a[i]) != fold(b[i])) {
-            return false;
-        }
-    }
-    return true;
 }
 
 template <typename T>
@@ -82,29 +71,29 @@ void finish(Pending& p, LoudnessFileContents& out) {
 
 void readKey(Pending& p, std::string_view key, std::string_view value) {
     LoudnessEntry& e = p.record.entry;
-    if (sameName(key, "Size")) {
+    if (core::equalsNoCase(key, "Size")) {
         p.size = parseWhole(value, e.size) && e.size >= 0;
         p.bad |= !p.size;
-    } else if (sameName(key, "Written")) {
+    } else if (core::equalsNoCase(key, "Written")) {
         const std::size_t dot = value.find('.');
         p.written = dot != std::string_view::npos &&
                     parseWhole(value.substr(0, dot), e.writtenSec) &&
                     parseWhole(value.substr(dot + 1), e.writtenNsec) && e.writtenNsec >= 0 &&
                     e.writtenNsec < 1'000'000'000;
         p.bad |= !p.written;
-    } else if (sameName(key, "Loudness")) {
+    } else if (core::equalsNoCase(key, "Loudness")) {
         p.lufs = parseLevel(value, e.lufs);
         p.bad |= !p.lufs;
-    } else if (sameName(key, "Peak")) {
+    } else if (core::equalsNoCase(key, "Peak")) {
         double peak = 0;
         if (parseLevel(value, peak)) {
             e.peakDbtp = peak;
         } else {
             p.bad = true;
         }
-    } else if (sameName(key, "From")) {
-        p.from = sameName(value, "Measured") || sameName(value, "ReplayGain");
-        e.fromReplayGain = sameName(value, "ReplayGain");
+    } else if (core::equalsNoCase(key, "From")) {
+        p.from = core::equalsNoCase(value, "Measured") || core::equalsNoCase(value, "ReplayGain");
+        e.fromReplayGain = core::equalsNoCase(value, "ReplayGain");
         p.bad |= !p.from;
     }
 }
