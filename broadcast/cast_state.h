@@ -48,7 +48,9 @@ struct CastState {
     std::int32_t lastListenerCount = 0;  // Part of the tune-out step; 0 at start
     std::string listenersShown = "0";    // the caption the tune-out step saw last
     std::string peakShown;               // the peak caption last stored
-    std::string titleOnAir;              // sent again after a reconnect
+    // Each encoder's listeners as the last poll of its server answered them; 0 without an answer.
+    std::array<std::int32_t, core::kEncoderCount> encoderListeners{};
+    std::string titleOnAir;  // sent again after a reconnect
     // The connect failure last written to app.log per encoder, empty once it connected.
     std::array<std::string, core::kEncoderCount> connectFailureLogged;
     // How each encoder's program last ended, as written to app.log; empty once it connected.

@@ -149,6 +149,14 @@ class Console {
     CueRecord cueRecord1, cueRecord2;
     std::string nextSong1, nextSong2, nextSongName1, nextSongName2;
     std::string currentTitle;
+    // What the last start put on the air, as the start read it from the tag (title, artist and
+    // album empty for a stream address), and when. The now-playing snapshot reads this rather
+    // than re-pointing the tag object behind the picker's back.
+    struct AirStart {
+        std::string path, title, artist, album;
+        DateValue started = 0;
+    };
+    AirStart lastStart;
     std::string defaultSweeper;
     // Stream addresses are opened off the console thread: the open under way on each player (its
     // number, 0 when none), the player whose start waits for its address to answer (0 when

@@ -2,6 +2,8 @@
 
 #include <cctype>
 #include <cmath>
+#include <cstdio>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -202,6 +204,21 @@ DateValue wholeSeconds(DateValue d) {
     double whole = std::trunc(d);
     double secs = std::floor(std::fabs(d - whole) * 86400.0 + 1e-6);
     return join(static_cast<std::int64_t>(whole), secs);
+}
+
+std::string isoDateTime(DateValue d) {
+    const std::time_t t = toUnixTime(wholeSeconds(d));
+    std::tm tm{};
+    if (t == static_cast<std::time_t>(-1) || localtime_r(&t, &tm) == nullptr) {
+        return {};
+    }
+    const long offset = tm.tm_gmtoff;
+    const long minutes = (offset < 0 ? -offset : offset) / 60;
+    char text[96];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d%c%02ld:%02ld",
+                  tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday, tm.tm_hour, tm.tm_min, tm.tm_sec,
+                  offset < 0 ? '-' : '+', minutes / 60, minutes % 60);
+    return text;
 }
 
 std::string generalDate(DateValue d) {

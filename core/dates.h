@@ -38,6 +38,9 @@ DateValue wholeSeconds(DateValue d);
 // date part, the time part for a value at exactly midnight.
 std::string generalDate(DateValue d);
 
+// ISO 8601 with the zone offset of local time at that moment: "2026-11-22T10:00:00+01:00".
+std::string isoDateTime(DateValue d);
+
 // Reads back everything generalDate writes, a date alone, a time alone (12- or 24-hour clock, the
 // seconds after ":" or "."), and "YYYY-MM-DD HH:MM:SS". Blanks around the text are ignored. False
 // when the text is no date.

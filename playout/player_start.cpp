@@ -114,6 +114,11 @@ void startNExt(core::Console& c) {
         tags::clsMp3TagData tag;
         c.id3->returnID3Tag(tag);
         c.currentTitle = tag.mp3Title;
+        if (core::isStreamAddress(path)) {
+            c.lastStart = {path, {}, {}, {}, c.now()};
+        } else {
+            c.lastStart = {path, tag.songName, tag.Artist, tag.Album, c.now()};
+        }
         std::string artist = tag.Artist;
         autodj::recordStart(c, c.currentTitle, autodj::makeArtist(artist));
         core::logPlayed(c, c.currentTitle, c.now());

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <string>
 
+#include "broadcast/cast_state.h"
 #include "broadcast/listeners.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -106,6 +107,10 @@ void statisticsPass(core::Console& c) {
             continue;
         }
         const std::string answer = c.tickCalls->checkStats(i, c.listenercount);
+        if (c.cast) {
+            c.cast->encoderListeners[static_cast<std::size_t>(i)] =
+                answer.empty() ? 0 : c.listenercount;
+        }
         // An encoder still connecting has no statistics yet but is not dead: stopping it would
         // put a second source on its mount, and the original, which connected inside the
         // click, never met it in this state.

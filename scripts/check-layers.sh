@@ -3,7 +3,7 @@
 # it, never one above. The order, lowest first, is the one docs/DEVELOPING.md explains.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-layers=(audio core tags media autodj liveassist broadcast reporting playout desk station sim ui app)
+layers=(audio core tags media autodj liveassist broadcast reporting web playout desk station sim ui app)
 declare -A rank
 for i in "${!layers[@]}"; do rank[${layers[$i]}]=$i; done
 
