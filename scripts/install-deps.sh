@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
     build-essential cmake ninja-build pkg-config ccache clang-14 libclang-rt-14-dev
     qt6-base-dev qt6-base-dev-tools
-    libmpg123-dev libfaad-dev libsoxr-dev portaudio19-dev libasound2-dev libjack-jackd2-dev libcurl4-openssl-dev libc-ares-dev libshout-dev libsndfile1-dev libebur128-dev
+    libmpg123-dev libfaad-dev libsoxr-dev portaudio19-dev libasound2-dev libjack-jackd2-dev libcurl4-openssl-dev libc-ares-dev libshout-dev libsndfile1-dev libebur128-dev libmicrohttpd-dev
     libespeak-ng-dev espeak-ng lame ffmpeg mpg123 sox icecast2
     libgtest-dev libgmock-dev libbenchmark-dev libtag1-dev libssl-dev openssl
 )
