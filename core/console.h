@@ -50,6 +50,9 @@ struct SampleBank;
 namespace tw::playout {
 class DeadAirAlarm;
 }
+namespace tw::web {
+class StatusFeed;
+}
 
 namespace tw::core {
 
@@ -255,6 +258,9 @@ class Console {
     std::shared_ptr<liveassist::SampleBank> samples;
     // The dead-air alarm's memory of the mix's silence; made at the tick's first look.
     std::shared_ptr<playout::DeadAirAlarm> deadAir;
+    // What is on the air, told to the web status service, the now-playing files and command;
+    // made at the load.
+    std::shared_ptr<web::StatusFeed> statusFeed;
 
     // --- helpers with state ----------------------------------------------------------------
     // The failed writes not yet told (core::noteWriteFailure); the settings store reports its

@@ -13,6 +13,7 @@
 #include "media/stream_opener.h"
 #include "media/stream_time.h"
 #include "tags/id3_tag.h"
+#include "web/status_feed.h"
 
 namespace tw::playout {
 
@@ -122,6 +123,7 @@ void startNExt(core::Console& c) {
         std::string artist = tag.Artist;
         autodj::recordStart(c, c.currentTitle, autodj::makeArtist(artist));
         core::logPlayed(c, c.currentTitle, c.now());
+        web::statusFeedStarted(c);
 
         // Jingles of 15 seconds or less leave the title on the air as it is.
         if (t.GetDuration(in) > 15.0f) {

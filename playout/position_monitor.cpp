@@ -14,6 +14,7 @@
 #include "playout/dead_air_alarm.h"
 #include "playout/progress_bars.h"
 #include "playout/stream_title.h"
+#include "web/status_feed.h"
 
 namespace tw::playout {
 
@@ -142,6 +143,8 @@ void onPositionTimer(core::Console& c) {
     if (c.tmrCheckPositionBool) {
         tmrCheckPosition_Timer(c);
     }
+    // What went on the air in this pass is told outward after it, with what comes next.
+    web::statusFeedTick(c);
 }
 
 void tmrCheckPosition_Timer(core::Console& c) {

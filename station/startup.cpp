@@ -25,6 +25,8 @@
 #include "playout/engine_setup.h"
 #include "playout/player_start.h"
 #include "playout/position_monitor.h"
+#include "station/web_control.h"
+#include "web/status_feed.h"
 
 namespace tw::station {
 
@@ -121,6 +123,7 @@ void Form_Load(core::Console& c) {
         c.cast->peakShown = m.lblPeakListeners.caption;
         // frmCast is loaded hidden, showing Encoder 1.
         broadcast::loadCastForm(c);
+        startWebStatus(c);
 
         c.positionTimerId = c.svc.loop->startTimer(60, [&c] {
             EventScope event(*c.svc.settings);
@@ -177,6 +180,8 @@ void firstLoad(core::Console& c) {
 }
 
 void Form_Unload(core::Console& c) {
+    // The web service's clients are let go first: nothing of the console is told any more.
+    web::stopStatusFeed(c);
     autodj::clearPendingPicks(c);
     c.ui.cast.frmCast.visible = false;
     c.ui.settings.frmAppSettings.visible = false;

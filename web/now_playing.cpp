@@ -139,9 +139,9 @@ QJsonObject nextObject(core::Console& c, int onAir) {
     return next;
 }
 
-QJsonArray historyArray(core::Console& c) {
+QJsonArray historyArray(const std::vector<PlayedStart>& starts) {
     QJsonArray history;
-    for (const PlayedStart& s : readLastStarts(c.playedLogPath(), kHistoryLength)) {
+    for (const PlayedStart& s : starts) {
         QJsonObject o;
         o["title"] = q(s.title);
         o["artist"] = q(s.artist);
@@ -176,6 +176,11 @@ bool encoderConnected(core::Console& c, int i) {
 }  // namespace
 
 std::string nowPlayingJson(core::Console& c) {
+    const QJsonObject root = nowPlayingObject(c, readLastStarts(c.playedLogPath(), kHistoryLength));
+    return QJsonDocument(root).toJson(QJsonDocument::Compact).toStdString();
+}
+
+QJsonObject nowPlayingObject(core::Console& c, const std::vector<PlayedStart>& history) {
     QJsonObject root;
     const broadcast::CastState* cast = c.cast.get();
     root["station"] = q(cast ? cast->profiles[0].Name : std::string());
@@ -184,7 +189,7 @@ std::string nowPlayingJson(core::Console& c) {
     const int player = playerOnAir(c);
     root["now"] = nowObject(c, player);
     root["next"] = nextObject(c, player);
-    root["history"] = historyArray(c);
+    root["history"] = historyArray(history);
 
     QJsonArray encoders;
     bool onAir = false;
@@ -208,7 +213,7 @@ std::string nowPlayingJson(core::Console& c) {
     listeners["encoders"] = encoders;
     root["on_air"] = onAir;
     root["listeners"] = listeners;
-    return QJsonDocument(root).toJson(QJsonDocument::Compact).toStdString();
+    return root;
 }
 
 std::string nowPlayingLine(core::Console& c) {

@@ -16,17 +16,24 @@
 //
 // Thread contract: console thread only (it reads the console, the engine and Played.log).
 
+#include <QJsonObject>
 #include <cstddef>
 #include <string>
+#include <vector>
 
 #include "core/console.h"
+#include "web/played_log.h"
 
 namespace tw::web {
 
 inline constexpr std::size_t kHistoryLength = 20;
 
-// The snapshot as compact JSON text.
+// The snapshot as compact JSON text, its history read from the end of Played.log.
 std::string nowPlayingJson(core::Console& c);
+
+// The snapshot with the history given (newest first, kHistoryLength at most): whoever publishes
+// it often reads Played.log only when a start wrote to it.
+QJsonObject nowPlayingObject(core::Console& c, const std::vector<PlayedStart>& history);
 
 // "Artist - Title" of the item on the air, as nowplaying.txt holds it ("Title" alone without an
 // artist); empty when nothing is on the air.
