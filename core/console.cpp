@@ -49,6 +49,21 @@ void describeSettingsForm(SettingsForm& s) {
     s.cmdWriteReplayGain.caption = "Write ReplayGain Tags";
     s.cmdWriteReplayGain.toolTip =
         "Writes the measured loudness into the files' tags, for other players";
+    s.frmWebStatus.caption = "Web Status and Now Playing";
+    s.txtWebPort.toolTip =
+        "The port of the status page and the now-playing service; empty or 0: off. Press Return";
+    s.txtWebAddress.toolTip =
+        "The address it listens on: 127.0.0.1 is this computer only. Press Return";
+    s.txtWebToken.toolTip =
+        "The word that lets the station's scripts press NEXT, change the mode and send a "
+        "message; empty: no control. Press Return";
+    s.txtNowPlayingCommand.toolTip =
+        "A program run at every start with the artist, the title and the length in seconds; "
+        "no shell. Press Return";
+    for (Element* box :
+         {&s.txtWebPort, &s.txtWebAddress, &s.txtWebToken, &s.txtNowPlayingCommand}) {
+        box->backColor = 0xFFFFFF;
+    }
     for (Element& box : s.txtCrossfadeSeconds) {
         box.backColor = 0xFFFFFF;
     }

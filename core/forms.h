@@ -195,7 +195,13 @@ namespace tw::core {
     X(frmLoudness, Frame)                 \
     X(cboLoudnessTarget, ComboBox)        \
     X(lblLoudnessProgress, Label)         \
-    X(cmdWriteReplayGain, Button)
+    X(cmdWriteReplayGain, Button)         \
+    X(frmWebStatus, Frame)                \
+    X(txtWebPort, TextBox)                \
+    X(txtWebAddress, TextBox)             \
+    X(txtWebToken, TextBox)               \
+    X(txtNowPlayingCommand, TextBox)      \
+    X(lblWebStatusUrl, Label)
 
 #define TW_SCHEDULE_FORM_ELEMENTS(X, A) \
     X(frmSchedule, Form)                \

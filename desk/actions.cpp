@@ -29,6 +29,7 @@
 #include "reporting/download_sheet.h"
 #include "reporting/statistics.h"
 #include "tags/cue_data.h"
+#include "web/status_settings.h"
 
 namespace tw::desk {
 
@@ -191,7 +192,10 @@ const std::map<std::string, PressAction, std::less<>>& pressActions() {
         {"cmdSayIt", [](core::Console& c, MouseButton,
                         double) { liveassist::sayText(c, c.form().txtSendText.text); }},
         {"cmdProgramSettings",
-         [](core::Console& c, MouseButton, double) { liveassist::cmdProgramSettings_Click(c); }},
+         [](core::Console& c, MouseButton, double) {
+             liveassist::cmdProgramSettings_Click(c);
+             web::fillWebStatusSettings(c);
+         }},
         {"frmAppSettings.txtCrossfadeSeconds(0)", twoBoxAction("txtCrossfadeSeconds", 0)},
         {"frmAppSettings.txtCrossfadeSeconds(1)", twoBoxAction("txtCrossfadeSeconds", 1)},
         {"frmAppSettings.txtSilenceSeconds(0)", twoBoxAction("txtSilenceSeconds", 0)},
@@ -468,6 +472,8 @@ bool enter(core::Console& c, std::string_view name) {
             autodj::cmdSearch_Click(c);
         } else if (name == "frmAppSettings.cboLoudnessTarget") {
             liveassist::cboLoudnessTarget_Enter(c);
+        } else if (name.starts_with("frmAppSettings.")) {
+            web::webStatusBox_Enter(c, name.substr(std::string_view("frmAppSettings.").size()));
         }
     });
 }

@@ -111,13 +111,7 @@ void CastWindow::paintEvent(QPaintEvent*) {
             continue;
         }
         if (e == &f.txtPassword) {
-            // The password is never shown on the screen: a bullet for each character.
-            core::Element masked = *e;
-            masked.text.clear();
-            for (qsizetype i = 0; i < QString::fromStdString(e->text).size(); ++i) {
-                masked.text += "\u2022";
-            }
-            paintElement(p, masked);
+            paintElement(p, maskedBox(*e));
         } else {
             paintElement(p, *e);
         }

@@ -485,4 +485,13 @@ void paintConsole(QPainter& p, core::MainForm& form, const QRectF& area) {
     }
 }
 
+core::Element maskedBox(const core::Element& box) {
+    core::Element masked = box;
+    masked.text.clear();
+    for (qsizetype i = 0; i < QString::fromStdString(box.text).size(); ++i) {
+        masked.text += "\u2022";
+    }
+    return masked;
+}
+
 }  // namespace tw::ui

@@ -21,6 +21,9 @@ QFont consoleFont(int points, bool bold);
 // and combo boxes, check and option buttons, sliders, frames as outlines, system buttons.
 // textScale enlarges the captions printed on picture buttons (1 at the design size).
 void paintElement(QPainter& p, const core::Element& e, double textScale = 1);
+// A copy of a secret's box (a password, a token) that shows a bullet for each character of its
+// text: what the box holds is never drawn on the screen.
+core::Element maskedBox(const core::Element& box);
 
 // The row of a list or grid painted at height y (window pixels, as the element's rect), or -1
 // for none there: the border, a grid's header, or below the last row.

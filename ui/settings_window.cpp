@@ -26,11 +26,11 @@ namespace tw::ui {
 namespace {
 
 // The layout at its design size, in window pixels: two columns of frames, 322 wide, with a
-// 12-pixel margin round them and 14 between the frames of a column, and under them two frames
-// across both columns, the studio output and the loudness on the air. A frame's caption stands
-// on its top edge, so every frame keeps the caption's half height clear above it.
+// 12-pixel margin round them and 14 between the frames of a column, and under them three frames
+// across both columns, the studio output, the loudness on the air and the web status. A frame's
+// caption stands on its top edge, so every frame keeps the caption's half height clear above it.
 constexpr double kDesignWidth = 680;
-constexpr double kDesignHeight = 496;
+constexpr double kDesignHeight = 614;
 
 constexpr std::string_view kForm = "frmAppSettings.";
 
@@ -71,6 +71,12 @@ constexpr Place kPlaces[] = {
     {&core::SettingsForm::cboLoudnessTarget, {80, 454, 120, 22}},
     {&core::SettingsForm::lblLoudnessProgress, {212, 458, 280, 16}},
     {&core::SettingsForm::cmdWriteReplayGain, {504, 452, 150, 26}},
+    {&core::SettingsForm::frmWebStatus, {12, 498, 656, 104}},
+    {&core::SettingsForm::txtWebPort, {80, 520, 64, 22}},
+    {&core::SettingsForm::txtWebAddress, {218, 520, 150, 22}},
+    {&core::SettingsForm::txtWebToken, {430, 520, 224, 22}},
+    {&core::SettingsForm::txtNowPlayingCommand, {80, 550, 574, 22}},
+    {&core::SettingsForm::lblWebStatusUrl, {80, 578, 574, 16}},
 };
 
 // The two boxes of the crossfade and of the low-volume field, seconds left of the point and
@@ -106,6 +112,10 @@ constexpr DesignText kTexts[] = {
     {"Input", {362, 315, 50, 22}, kLeftLine},
     {"Device", {28, 388, 50, 22}, kLeftLine},
     {"Target", {28, 454, 50, 22}, kLeftLine},
+    {"Port", {28, 520, 50, 22}, kLeftLine},
+    {"Address", {160, 520, 56, 22}, kLeftLine},
+    {"Token", {380, 520, 48, 22}, kLeftLine},
+    {"Command", {28, 550, 52, 22}, kLeftLine},
 };
 
 // The back colour of a button while the mouse is held down on it.
@@ -123,6 +133,12 @@ bool sameRect(const core::Rect& a, const core::Rect& b) {
 // The boxes that take typed text as well as a choice from their list.
 bool takesText(const core::SettingsForm& f, const core::Element& box) {
     return &box == &f.cboLoudnessTarget;
+}
+
+// The text boxes typed in place (Return takes the text); the others take a click.
+bool typedInPlace(const core::SettingsForm& f, const core::Element& box) {
+    return &box == &f.txtWebPort || &box == &f.txtWebAddress || &box == &f.txtWebToken ||
+           &box == &f.txtNowPlayingCommand;
 }
 
 bool inside(const core::Element& e, const QPointF& at) {
@@ -366,6 +382,9 @@ void SettingsWindow::paintEvent(QPaintEvent*) {
         if (e->kind == core::ElementKind::Button && e->name == pressed_) {
             shown.backColor = kPressedBack;
         }
+        if (e == &f.txtWebToken) {
+            shown = maskedBox(shown);
+        }
         if (e->kind == core::ElementKind::CheckBox && scale > 1) {
             // The painter draws a tick box at one size whatever the font: the whole element is
             // drawn at its design size and grown, so that box and caption grow together.
@@ -415,9 +434,15 @@ void SettingsWindow::mousePressEvent(QMouseEvent* event) {
                 openItems(*e);
             }
             break;
+        case core::ElementKind::TextBox:
+            if (typedInPlace(console_.ui.settings, *e)) {
+                typedBefore_ = e->text;
+                editor_.open(grownBox(*e), e == &console_.ui.settings.txtWebToken);
+                break;
+            }
+            [[fallthrough]];
         case core::ElementKind::Button:
         case core::ElementKind::CheckBox:
-        case core::ElementKind::TextBox:
             pressed_ = e->name;
             update();
             break;

@@ -30,15 +30,16 @@ std::string compact(const QJsonObject& o) {
 
 class StatusFeed {
   public:
-    StatusFeed(FeedSettings settings, std::string url)
+    StatusFeed(FeedSettings settings, ControlHand hand)
         : command(std::move(settings.command)),
-          url(std::move(url)),
-          problem(std::move(settings.problem)) {}
+          problem(std::move(settings.problem)),
+          hand(std::move(hand)) {}
 
     std::unique_ptr<StatusService> service;
     NowPlayingCommand command;
     std::string url;      // empty without a service
     std::string problem;  // why the service set does not run
+    ControlHand hand;
     std::vector<PlayedStart> history;
     bool startPending = false;
     QJsonObject last;  // what was published last
@@ -125,7 +126,7 @@ void startStatusFeed(core::Console& c, ControlHand hand) {
     // The old service goes first: the new one may want its port.
     c.statusFeed.reset();
     FeedSettings settings = readFeedSettings(c);
-    auto feed = std::make_shared<StatusFeed>(settings, std::string());
+    auto feed = std::make_shared<StatusFeed>(settings, hand);
     if (!feed->problem.empty()) {
         core::logError(c, "Web status is off: " + feed->problem);
     }
@@ -159,6 +160,13 @@ void startStatusFeed(core::Console& c, ControlHand hand) {
         feed->history = readLastStarts(c.playedLogPath(), kHistoryLength);
         publish(*feed, nowPlayingObject(c, feed->history), {});
         feed->publishedAt = c.svc.clock->timer();
+    }
+}
+
+void restartStatusFeed(core::Console& c) {
+    if (c.statusFeed) {
+        ControlHand hand = c.statusFeed->hand;
+        startStatusFeed(c, std::move(hand));
     }
 }
 

@@ -53,6 +53,9 @@ using ControlHand = std::function<void(core::Console&, const ControlRequest&)>;
 // Starts the feed from the settings, in place of one running; a service that cannot start is one
 // app.log line, and the files and the command still work.
 void startStatusFeed(core::Console& c, ControlHand hand);
+// Starts it again from the settings with the hand it had (the settings window changed them);
+// nothing when no feed was started.
+void restartStatusFeed(core::Console& c);
 // Ends the feed: the service closes its connections; a command still running is left to the
 // console's program runner.
 void stopStatusFeed(core::Console& c);

@@ -2,6 +2,7 @@
 // the rotation scheduler, the song statistics, the progress window, the name and log-in dialogs,
 // and the buttons of the console that open them.
 
+#include <QApplication>
 #include <QLineEdit>
 #include <QUrl>
 #include <algorithm>
@@ -15,7 +16,9 @@
 #include "desk/actions.h"
 #include "tags/replay_gain.h"
 #include "tests/ui/gesture_table.h"
+#include "tests/web/http_probe.h"
 #include "ui/surface_widget.h"
+#include "web/status_feed.h"
 
 namespace tw::test {
 
@@ -375,6 +378,62 @@ std::vector<GestureRow> windowGestures() {
              EXPECT_NEAR(written->trackGainDb, -18 - -12.41, 0.006);
              ASSERT_TRUE(written->trackPeak.has_value());
              EXPECT_NEAR(*written->trackPeak, std::pow(10.0, -0.32 / 20), 1e-6);
+         }},
+        {"AWebPortTypedIsTheBoxsTextUntilReturn", "frmAppSettings.txtWebPort", Gesture::Typing,
+         settingsWindow, [](B& b) { b.type("frmAppSettings.txtWebPort", "8080"); },
+         [](B& b) {
+             EXPECT_EQ(b.c().ui.settings.txtWebPort.text, "8080");
+             EXPECT_EQ(profile(b, "WebStatus", "Port"), "<none>");
+             EXPECT_EQ(b.c().ui.settings.lblWebStatusUrl.caption, "Off");
+         }},
+        {"AWebPortTakenOnReturnStartsTheServiceAndShowsWhereToOpenIt", "frmAppSettings.txtWebPort",
+         Gesture::ReturnKey, settingsWindow,
+         [](B& b) {
+             const std::string port = std::to_string(freeLoopbackPort());
+             b.type("frmAppSettings.txtWebPort", port);
+             b.returnKey("frmAppSettings.txtWebPort");
+         },
+         [](B& b) {
+             const std::string port = profile(b, "WebStatus", "Port");
+             const std::string url = "http://127.0.0.1:" + port + "/";
+             EXPECT_EQ(b.c().ui.settings.lblWebStatusUrl.caption, "Open " + url);
+             const std::string answer =
+                 roundTrip(static_cast<std::uint16_t>(std::stoi(port)),
+                           "GET /api/nowplaying HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n");
+             EXPECT_EQ(statusOf(answer), 200) << answer;
+             web::stopStatusFeed(b.c());
+         }},
+        {"AWebAddressIsTakenOnReturn", "frmAppSettings.txtWebAddress", Gesture::ReturnKey,
+         settingsWindow,
+         [](B& b) {
+             b.type("frmAppSettings.txtWebAddress", "::1");
+             b.returnKey("frmAppSettings.txtWebAddress");
+         },
+         [](B& b) { EXPECT_EQ(profile(b, "WebStatus", "Address"), "::1"); }},
+        {"AWebTokenIsTypedUnseen", "frmAppSettings.txtWebToken", Gesture::Typing, settingsWindow,
+         [](B& b) { b.type("frmAppSettings.txtWebToken", "w0rd"); },
+         [](B& b) {
+             auto* edit = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+             ASSERT_NE(edit, nullptr);
+             EXPECT_EQ(edit->echoMode(), QLineEdit::Password);
+             EXPECT_EQ(b.c().ui.settings.txtWebToken.text, "w0rd");
+             EXPECT_EQ(profile(b, "WebStatus", "Token"), "<none>");
+         }},
+        {"AWebTokenIsTakenOnReturn", "frmAppSettings.txtWebToken", Gesture::ReturnKey,
+         settingsWindow,
+         [](B& b) {
+             b.type("frmAppSettings.txtWebToken", "w0rd");
+             b.returnKey("frmAppSettings.txtWebToken");
+         },
+         [](B& b) { EXPECT_EQ(profile(b, "WebStatus", "Token"), "w0rd"); }},
+        {"ANowPlayingCommandIsTakenOnReturn", "frmAppSettings.txtNowPlayingCommand",
+         Gesture::ReturnKey, settingsWindow,
+         [](B& b) {
+             b.type("frmAppSettings.txtNowPlayingCommand", "/usr/local/bin/rds-send -p 2");
+             b.returnKey("frmAppSettings.txtNowPlayingCommand");
+         },
+         [](B& b) {
+             EXPECT_EQ(profile(b, "NowPlaying", "Command"), "/usr/local/bin/rds-send -p 2");
          }},
         {"TheSettingsCloseBoxHidesTheForm", "frmAppSettings", Gesture::CloseBox, settingsWindow,
          [](B& b) { b.closeWindow("frmAppSettings"); },

@@ -108,6 +108,8 @@ std::vector<NoGesture> elementsWithoutGestures() {
         {"frmAppSettings.frmStudioOutput", frame},
         {"frmAppSettings.frmLoudness", frame},
         {"frmAppSettings.lblLoudnessProgress", shows + " (the measurement's progress)"},
+        {"frmAppSettings.frmWebStatus", frame},
+        {"frmAppSettings.lblWebStatusUrl", shows + " (where the status page is, or why it is off)"},
         {"frmAppSettings.lblPeriod", shows},
         {"frmAppSettings.lblArtistSepperationText", shows},
         {"frmAppSettings.lblTrimThreshold", shows + " (the trim slider's value)"},

@@ -132,6 +132,11 @@ const std::map<std::string, std::string>& frameOf() {
         {"cboLoudnessTarget", "frmLoudness"},
         {"lblLoudnessProgress", "frmLoudness"},
         {"cmdWriteReplayGain", "frmLoudness"},
+        {"txtWebPort", "frmWebStatus"},
+        {"txtWebAddress", "frmWebStatus"},
+        {"txtWebToken", "frmWebStatus"},
+        {"txtNowPlayingCommand", "frmWebStatus"},
+        {"lblWebStatusUrl", "frmWebStatus"},
     };
     return frames;
 }
@@ -378,9 +383,9 @@ TEST_F(SettingsWindowTest, TheOptionsButtonOpensTheWindowWithItsCaptionAndFrames
     EXPECT_EQ(slider("sldrTrimThreshold").minimum(), 1);
     // Every frame's caption is drawn on its top edge: without it the edge looks otherwise.
     const QImage shown = window().grab().toImage();
-    for (Element* frame :
-         {&f.frmCrossFadeTime, &f.frmSilenceDetection, &f.frmArtistSeperation, &f.Frame1,
-          &f.frmResetPlayeData, &f.frmMicrophone, &f.frmStudioOutput, &f.frmLoudness}) {
+    for (Element* frame : {&f.frmCrossFadeTime, &f.frmSilenceDetection, &f.frmArtistSeperation,
+                           &f.Frame1, &f.frmResetPlayeData, &f.frmMicrophone, &f.frmStudioOutput,
+                           &f.frmLoudness, &f.frmWebStatus}) {
         const std::string caption = frame->caption;
         const QRect edge(rectOf(*frame).left(), rectOf(*frame).top() - 8, rectOf(*frame).width(),
                          16);
@@ -480,6 +485,36 @@ TEST_F(SettingsWindowTest, TheSeparationAndTrimSlidersWriteTheirSettingsAndTheTi
     EXPECT_EQ(c().autoTrim, "0");
     EXPECT_EQ(window().grab().toImage().copy(rectOf(f.chkEnableAutoTrim)),
               unticked.copy(rectOf(f.chkEnableAutoTrim)));
+}
+
+TEST_F(SettingsWindowTest, TheWebTokenNeverShowsOnTheScreenOnlyABulletForEachCharacter) {
+    openSettings();
+    auto& f = form();
+    const QRect box = rectOf(f.txtWebToken);
+    f.txtWebToken.text.clear();
+    const QImage empty = window().grab().toImage().copy(box);
+    f.txtWebToken.text = "abcd";
+    const QImage one = window().grab().toImage().copy(box);
+    f.txtWebToken.text = "WXYZ";
+    const QImage other = window().grab().toImage().copy(box);
+    EXPECT_NE(one, empty) << "the box shows that it holds a token";
+    EXPECT_EQ(one, other) << "but not which";
+    f.txtWebToken.text = "abc";
+    EXPECT_NE(window().grab().toImage().copy(box), one) << "a bullet for each character";
+    f.txtWebToken.text.clear();
+}
+
+TEST_F(SettingsWindowTest, AWebPortThatIsNoNumberGetsAMessageAndTheSavedOneShowsAgain) {
+    openSettings();
+    auto& f = form();
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, rectOf(f.txtWebPort).center());
+    QLineEdit* edit = window().openEditor();
+    ASSERT_NE(edit, nullptr);
+    QTest::keyClicks(edit, "80a");
+    QTest::keyClick(edit, Qt::Key_Return);
+    EXPECT_EQ(f.txtWebPort.text, "");
+    EXPECT_EQ(ini("WebStatus", "Port"), "<none>");
+    EXPECT_EQ(messageLine(), "The web status port is a number from 1 to 65535, or empty for off");
 }
 
 TEST_F(SettingsWindowTest, APressLetGoOutsideTheButtonDoesNothing) {

@@ -93,4 +93,20 @@ std::string bodyOf(const std::string& answer) {
     return end == std::string::npos ? std::string() : answer.substr(end + 4);
 }
 
+std::uint16_t freeLoopbackPort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t n = sizeof a;
+    if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 ||
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &n) != 0) {
+        a.sin_port = 0;
+    }
+    if (fd >= 0) {
+        ::close(fd);
+    }
+    return ntohs(a.sin_port);
+}
+
 }  // namespace tw::test

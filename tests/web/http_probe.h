@@ -37,6 +37,8 @@ class HttpProbe {
 // two seconds passed.
 std::string roundTrip(std::uint16_t port, const std::string& request);
 int statusOf(const std::string& answer);
+// A port on the loopback address that was free a moment ago.
+std::uint16_t freeLoopbackPort();
 std::string bodyOf(const std::string& answer);
 
 }  // namespace tw::test

@@ -1,9 +1,6 @@
 #include "web/status_feed.h"
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <QJsonArray>
 #include <chrono>
@@ -33,19 +30,6 @@ using test::statusOf;
 
 constexpr const char* kToken = "feed-Token-9f2c";
 
-// A port that was free a moment ago on the loopback address.
-std::uint16_t freePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t n = sizeof a;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &n);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
-
 std::string get(const std::string& path) {
     return "GET " + path + " HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n";
 }
@@ -63,7 +47,7 @@ class StatusFeedTest : public ThreeTrackStation {
     }
     // The feed on a port of its own, with the token when asked.
     void startService(bool token = false) {
-        port = freePort();
+        port = test::freeLoopbackPort();
         setting("WebStatus", "Port", std::to_string(port));
         if (token) {
             setting("WebStatus", "Token", kToken);
