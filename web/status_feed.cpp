@@ -217,6 +217,10 @@ std::string statusFeedUrl(const core::Console& c) {
     return c.statusFeed ? c.statusFeed->url : std::string();
 }
 
+std::size_t statusFeedClients(const core::Console& c) {
+    return c.statusFeed && c.statusFeed->service ? c.statusFeed->service->eventClients() : 0;
+}
+
 std::string statusFeedProblem(const core::Console& c) {
     return c.statusFeed ? c.statusFeed->problem : std::string();
 }

@@ -24,6 +24,7 @@
 //
 // Thread contract: console thread only.
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -67,6 +68,8 @@ void statusFeedTick(core::Console& c);
 
 // The address the service answers on, as serviceUrl writes it; empty when it does not run.
 std::string statusFeedUrl(const core::Console& c);
+// The event streams open now; 0 without a service.
+std::size_t statusFeedClients(const core::Console& c);
 // The reason the service set in appSettings.ini does not run, for the settings window; empty
 // when it runs or none is set.
 std::string statusFeedProblem(const core::Console& c);

@@ -4,6 +4,7 @@
 #include <microhttpd.h>
 #include <netinet/in.h>
 #include <pthread.h>
+#include <sys/resource.h>
 
 #include <strings.h>
 #include <algorithm>
@@ -20,6 +21,22 @@
 namespace tw::web {
 
 namespace {
+
+// Every connection is a file descriptor, and a desktop session's soft limit (often 1,024) is
+// below the connections the service takes: the soft limit is raised toward the hard one so that
+// the clients, the console's own files and the engine's all fit.
+void roomForConnections(unsigned connections) {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return;
+    }
+    const rlim_t wanted = static_cast<rlim_t>(connections) + 1024;
+    if (limit.rlim_cur != RLIM_INFINITY && limit.rlim_cur < wanted) {
+        limit.rlim_cur =
+            limit.rlim_max == RLIM_INFINITY ? wanted : std::min(wanted, limit.rlim_max);
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
 
 // What one request carries between the library's calls for it.
 struct Request {
@@ -370,6 +387,7 @@ bool StatusService::start(std::string& error) {
         error = "\"" + d.settings.address + "\" is no numeric address";
         return false;
     }
+    roomForConnections(d.settings.connectionLimit);
     d.daemon = MHD_start_daemon(flags, d.settings.port, nullptr, nullptr, &Impl::onRequest, &d,
                                 MHD_OPTION_SOCK_ADDR, address, MHD_OPTION_CONNECTION_TIMEOUT,
                                 d.settings.idleTimeoutSeconds, MHD_OPTION_CONNECTION_LIMIT,

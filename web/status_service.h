@@ -49,7 +49,8 @@ class StatusService {
     StatusService& operator=(const StatusService&) = delete;
 
     // Binds the address and starts answering. False, with the reason in `error`, when the
-    // address is no numeric address or cannot be bound.
+    // address is no numeric address or cannot be bound. Raises the process's soft limit of open
+    // files, when it is lower, to hold connectionLimit connections beside the console's own.
     bool start(std::string& error);
     // The port the service listens on; 0 before a successful start.
     std::uint16_t port() const;
