@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # Builds the tests of the threaded parts with ThreadSanitizer and runs them: the audio engine, and
 # the console's workers (the worker itself, the import and recount, the statistics report, the
-# loudness measurement). The rest of the console is single-threaded by design.
+# loudness measurement, the web status service and its feed). The rest of the console is single-threaded by design.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=build-tsan
 TW_BUILD_TARGETS="audio_engine_test audio_realtime_test audio_encode_test audio_cast_protocol_test \
     audio_effects_test audio_record_test autodj_cue_points_test core_worker_test \
     autodj_library_jobs_test reporting_statistics_test media_loudness_library_test \
-    audio_loudness_meter_test" \
+    audio_loudness_meter_test web_status_service_test web_status_feed_test" \
     scripts/build.sh "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTW_TSAN=ON -DTW_BUILD_VIEW=OFF \
     -DTW_BUILD_BENCH=OFF
 export TARNWAVE_AUDIO=null
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1"
-ctest --test-dir "$dir" -R 'Audio(Decode|Mix|Handle|Stream|Device|Realtime|Ring)|Cast|CommandLine|Waveform|Effects|Record(Device)?Test|Studio(Output|Ring)|WorkerTest|LibraryJobsTest|StatisticsTest|LoudnessLibraryTest|LoudnessMeterTest' --output-on-failure --timeout 900
+ctest --test-dir "$dir" -R 'Audio(Decode|Mix|Handle|Stream|Device|Realtime|Ring)|Cast|CommandLine|Waveform|Effects|Record(Device)?Test|Studio(Output|Ring)|WorkerTest|LibraryJobsTest|StatisticsTest|LoudnessLibraryTest|LoudnessMeterTest|StatusServiceTest|StatusFeedTest|NowPlayingCommandTest' --output-on-failure --timeout 900
