@@ -75,8 +75,8 @@ constexpr Place kPlaces[] = {
     {&core::SettingsForm::txtWebPort, {80, 520, 64, 22}},
     {&core::SettingsForm::txtWebAddress, {218, 520, 150, 22}},
     {&core::SettingsForm::txtWebToken, {430, 520, 224, 22}},
-    {&core::SettingsForm::txtNowPlayingCommand, {80, 550, 574, 22}},
-    {&core::SettingsForm::lblWebStatusUrl, {80, 578, 574, 16}},
+    {&core::SettingsForm::txtNowPlayingCommand, {92, 550, 562, 22}},
+    {&core::SettingsForm::lblWebStatusUrl, {92, 578, 562, 16}},
 };
 
 // The two boxes of the crossfade and of the low-volume field, seconds left of the point and
@@ -115,7 +115,7 @@ constexpr DesignText kTexts[] = {
     {"Port", {28, 520, 50, 22}, kLeftLine},
     {"Address", {160, 520, 56, 22}, kLeftLine},
     {"Token", {380, 520, 48, 22}, kLeftLine},
-    {"Command", {28, 550, 52, 22}, kLeftLine},
+    {"Command", {28, 550, 60, 22}, kLeftLine},
 };
 
 // The back colour of a button while the mouse is held down on it.

@@ -170,6 +170,12 @@ void restartStatusFeed(core::Console& c) {
     }
 }
 
+void useNowPlayingCommand(core::Console& c, const std::string& commandLine) {
+    if (c.statusFeed) {
+        c.statusFeed->command = NowPlayingCommand(commandLine);
+    }
+}
+
 void stopStatusFeed(core::Console& c) {
     c.statusFeed.reset();
 }

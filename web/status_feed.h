@@ -57,6 +57,8 @@ void startStatusFeed(core::Console& c, ControlHand hand);
 // Starts it again from the settings with the hand it had (the settings window changed them);
 // nothing when no feed was started.
 void restartStatusFeed(core::Console& c);
+// The now-playing command from now on, the service left as it runs.
+void useNowPlayingCommand(core::Console& c, const std::string& commandLine);
 // Ends the feed: the service closes its connections; a command still running is left to the
 // console's program runner.
 void stopStatusFeed(core::Console& c);

@@ -76,7 +76,11 @@ bool webStatusBox_Enter(core::Console& c, std::string_view box) {
         }
         if (typed != saved(c, f)) {
             core::writeIniValue(c, c.appSettingsPath(), f.section, f.key, typed);
-            restartStatusFeed(c);
+            if (f.box == &core::SettingsForm::txtNowPlayingCommand) {
+                useNowPlayingCommand(c, typed);
+            } else {
+                restartStatusFeed(c);
+            }
         }
         e.text = typed;
         showUrl(c);

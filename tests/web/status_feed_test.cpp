@@ -18,6 +18,7 @@
 #include "tests/web/http_probe.h"
 #include "tests/web/three_track_station.h"
 #include "web/now_playing_outputs.h"
+#include "web/status_settings.h"
 
 namespace tw::web {
 namespace {
@@ -206,6 +207,24 @@ TEST_F(StatusFeedTest, ARequestQueuedWhenTheFeedStopsIsDropped) {
     stopStatusFeed(c());
     loop.processPending();
     EXPECT_TRUE(c().automated());
+}
+
+TEST_F(StatusFeedTest, ANewCommandKeepsTheEventStreamsAndANewTokenStartsTheServiceAgain) {
+    startService(true);
+    HttpProbe events(port);
+    ASSERT_TRUE(events.send("GET /api/events HTTP/1.1\r\nHost: x\r\n\r\n"));
+    events.readUntil("event: snapshot\n", 2s);
+    ASSERT_EQ(statusFeedClients(c()), 1u);
+    c().ui.settings.txtNowPlayingCommand.text = "/bin/true";
+    ASSERT_TRUE(webStatusBox_Enter(c(), "txtNowPlayingCommand"));
+    EXPECT_EQ(statusFeedClients(c()), 1u) << "the command is no reason to drop the listeners";
+    c().ui.settings.txtWebToken.text = "another-token";
+    ASSERT_TRUE(webStatusBox_Enter(c(), "txtWebToken"));
+    EXPECT_TRUE(events.readToClose(2s)) << "the service started again with the new token";
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kToken))), 401);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", "another-token"))), 202);
+    EXPECT_EQ(c().ui.settings.lblWebStatusUrl.caption,
+              "Open http://127.0.0.1:" + std::to_string(port) + "/");
 }
 
 TEST_F(StatusFeedTest, TheTokenIsNeverWrittenToAppLog) {
