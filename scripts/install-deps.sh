@@ -9,6 +9,7 @@ packages=(
     libmpg123-dev libfaad-dev libsoxr-dev portaudio19-dev libasound2-dev libjack-jackd2-dev libcurl4-openssl-dev libc-ares-dev libshout-dev libsndfile1-dev libebur128-dev libmicrohttpd-dev
     libespeak-ng-dev espeak-ng lame ffmpeg mpg123 sox icecast2
     libgtest-dev libgmock-dev libbenchmark-dev libtag1-dev libssl-dev openssl
+    chromium
 )
 
 missing=()

@@ -18,6 +18,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "web/status_page.h"
+
 namespace tw::web {
 
 namespace {
@@ -162,6 +164,23 @@ struct StatusService::Impl {
         return queued;
     }
 
+    MHD_Result answerPage(MHD_Connection* connection, const PageFile& file) {
+        // The page's files live as long as the program: the library sends them as they are.
+        MHD_Response* r = MHD_create_response_from_buffer(
+            file.body.size(), const_cast<char*>(file.body.data()), MHD_RESPMEM_PERSISTENT);
+        if (r == nullptr) {
+            return MHD_NO;
+        }
+        MHD_add_response_header(r, "Content-Type", file.contentType);
+        MHD_add_response_header(r, "Cache-Control", "no-store");
+        MHD_add_response_header(r, "Content-Security-Policy", kPageSecurityPolicy);
+        MHD_add_response_header(r, "X-Content-Type-Options", "nosniff");
+        MHD_add_response_header(r, "Referrer-Policy", "no-referrer");
+        const MHD_Result queued = MHD_queue_response(connection, MHD_HTTP_OK, r);
+        MHD_destroy_response(r);
+        return queued;
+    }
+
     MHD_Result error(MHD_Connection* connection, unsigned status, const char* why,
                      const char* allow = nullptr, bool bearer = false) {
         return answer(connection, status, std::string("{\"error\":\"") + why + "\"}",
@@ -222,6 +241,12 @@ struct StatusService::Impl {
                 return error(connection, MHD_HTTP_SERVICE_UNAVAILABLE, "no snapshot yet");
             }
             return answer(connection, MHD_HTTP_OK, body);
+        }
+        if (const std::optional<PageFile> file = pageFileAt(path)) {
+            if (method != MHD_HTTP_METHOD_GET) {
+                return error(connection, MHD_HTTP_METHOD_NOT_ALLOWED, "method", "GET");
+            }
+            return answerPage(connection, *file);
         }
         if (!isControlPath(path)) {
             return error(connection, MHD_HTTP_NOT_FOUND, "not found");

@@ -2,6 +2,7 @@
 // The web status service: an HTTP server (libmicrohttpd, on its own polling thread) that answers
 // from what the console last published, and hands control requests back to the console.
 //
+//   GET  /                 the status page (web/status_page.h) and its files
 //   GET  /api/nowplaying   the latest snapshot (503 until the first one)
 //   GET  /api/events       Server-Sent Events: the snapshot at once ("snapshot"), then one event
 //                          per change as published; a comment line every keepAlive

@@ -78,7 +78,7 @@ TEST_F(StatusServiceTest, NowPlayingAnswersTheLatestPublishedSnapshot) {
 
 TEST_F(StatusServiceTest, UnknownPathsAndWrongMethodsAreRefused) {
     startService();
-    EXPECT_EQ(statusOf(roundTrip(port, get("/"))), 404);
+    EXPECT_EQ(statusOf(roundTrip(port, get("/index.php"))), 404);
     EXPECT_EQ(statusOf(roundTrip(port, get("/api/nowplaying/../../etc/passwd"))), 404);
     const std::string a = roundTrip(port, post("/api/nowplaying", "", ""));
     EXPECT_EQ(statusOf(a), 405);
