@@ -180,8 +180,8 @@ void noteWriteFailure(Console& c, const std::string& path, int err) {
 void noteMadePrivate(Console& c, const std::string& path, unsigned oldMode) {
     char mode[8];
     std::snprintf(mode, sizeof mode, "%04o", oldMode & 07777u);
-    logError(c, path + " could be read by other users (mode " + mode +
-                    "); it is now readable by its owner only");
+    logError(c, "TarnWave made " + path +
+                    " readable by its owner only: other users could read it (mode " + mode + ")");
 }
 
 void noteWriteSuccess(Console& c) {

@@ -194,7 +194,8 @@ TEST_F(CastFormTest, ASaveIntoASettingsFileOthersCanReadMakesItPrivateFirst) {
               std::string::npos);
     const auto lines = appLogLines();
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_NE(lines[0].find(appSettingsFile() + " could be read by other users (mode 0644)"),
+    EXPECT_NE(lines[0].find("TarnWave made " + appSettingsFile() +
+                            " readable by its owner only: other users could read it (mode 0644)"),
               std::string::npos)
         << lines[0];
     EXPECT_EQ(lines[0].find("s3cret"), std::string::npos);

@@ -134,10 +134,9 @@ TEST_P(SettingsMadePrivateTest, TheFirstWriteMakesItOwnerOnlyWithOneLineAndNoSec
     char mode[8];
     std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(GetParam()));
     EXPECT_EQ(appLogLines(),
-              (std::vector<std::string>{"#Time:11/22/2026 10:00:00 AM" + c.appSettingsPath() +
-                                        " could be read by other users (mode " + mode +
-                                        "); it is now readable by its owner "
-                                        "only#"}));
+              (std::vector<std::string>{
+                  "#Time:11/22/2026 10:00:00 AMTarnWave made " + c.appSettingsPath() +
+                  " readable by its owner only: other users could read it (mode " + mode + ")#"}));
     const std::string log = readFile(dir / "app.log");
     for (const char* secret : {"old-Pw-4711", "new-Pw-0815", "newer-Pw-0816"}) {
         EXPECT_EQ(log.find(secret), std::string::npos) << secret;
