@@ -82,7 +82,7 @@ void saveNewList(core::Console& c, std::string& name) {
         }
     }
     // The whole file is replaced, so a shorter list leaves no old records behind.
-    if (!core::replaceFile(path, bytes, false)) {
+    if (!core::replaceFile(path, bytes, core::FileAccess::kKeepMode)) {
         core::logError(c, "Error saving rotation list: " + path);
     }
     core::refreshFileList(c.form().flRotations);

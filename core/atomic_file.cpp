@@ -39,14 +39,33 @@ std::string folderOf(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+// Opens the temporary file afresh (O_EXCL), so that nothing put at its name beforehand (a link,
+// a file someone else holds open) is ever written through. The name carries our process id, so
+// what sits there is a file left by an earlier process that had our id (killed in the middle of
+// a flush) or one put there on purpose: either is removed and the open tried again, so that a
+// leftover never blocks the writes. A folder in its place stays, and the write fails with EEXIST.
+int openFreshFile(const std::string& temp, mode_t mode) {
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        if (fd >= 0 || errno != EEXIST) {
+            return fd;
+        }
+        if (::unlink(temp.c_str()) != 0) {
+            break;
+        }
+    }
+    errno = EEXIST;
+    return -1;
+}
+
 }  // namespace
 
 // Replaces the file at path with bytes so that the path shows either the old or the new contents,
 // whatever happens meanwhile. The temporary file has one name per target and process: a flush
 // killed half-way leaves at most that one file behind, which the next start sweeps away
 // (core/unfinished_files.h).
-std::optional<struct stat> replaceFile(const std::string& path, const std::string& bytes,
-                                       bool privateWhenNew) {
+std::optional<ReplacedFile> replaceFile(const std::string& path, const std::string& bytes,
+                                        FileAccess access) {
     const std::string folder = folderOf(path);
     const std::string temp = unfinishedPath(path, "tmp");
     struct stat old {};
@@ -55,17 +74,23 @@ std::optional<struct stat> replaceFile(const std::string& path, const std::strin
         errno = EISDIR;
         return std::nullopt;
     }
-    ::unlink(temp.c_str());
-    // A new file starts with the umask's mode, or private; an existing one keeps its mode, set
-    // before any byte is written so that a secret never sits in a file others can read.
-    const mode_t createMode = (exists || privateWhenNew) ? 0600 : 0666;
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, createMode);
+    // The temporary file starts readable by its owner alone unless it is a new file of no secret,
+    // and gets its final mode before any byte is written: a secret never sits, not for a moment,
+    // in a file others can read. A private file is made 0600 whatever the umask or its old mode.
+    const bool ownerOnly = access == FileAccess::kOwnerOnly;
+    const mode_t createMode = (exists || ownerOnly) ? 0600 : 0666;
+    const int fd = openFreshFile(temp, createMode);
     if (fd < 0) {
         return std::nullopt;
     }
-    struct stat written {};
-    bool ok = (!exists || ::fchmod(fd, old.st_mode & 07777) == 0) && writeAll(fd, bytes) &&
-              ::fdatasync(fd) == 0 && ::fstat(fd, &written) == 0;
+    const bool setMode = ownerOnly || exists;
+    const mode_t mode = ownerOnly ? mode_t{0600} : (old.st_mode & 07777);
+    ReplacedFile result;
+    if (exists) {
+        result.oldMode = old.st_mode & 07777;
+    }
+    bool ok = (!setMode || ::fchmod(fd, mode) == 0) && writeAll(fd, bytes) &&
+              ::fdatasync(fd) == 0 && ::fstat(fd, &result.written) == 0;
     int err = ok ? 0 : errno;
     if (::close(fd) != 0 && ok) {
         ok = false;
@@ -87,7 +112,7 @@ std::optional<struct stat> replaceFile(const std::string& path, const std::strin
         ::fsync(dir);
         ::close(dir);
     }
-    return written;
+    return result;
 }
 
 std::string copyIntoFolder(const std::string& file, const std::string& folder) {

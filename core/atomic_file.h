@@ -11,11 +11,22 @@
 
 namespace tw::core {
 
-// Writes bytes to a temporary file beside path, syncs it, gives it the old file's mode (or 0600
-// for a new private file, else the umask's), and renames it over path. Returns the new file's
-// status, or nothing (with errno saying why) when the file was left as it was.
-std::optional<struct stat> replaceFile(const std::string& path, const std::string& bytes,
-                                       bool privateWhenNew);
+// Who may read a file that replaceFile writes.
+enum class FileAccess {
+    kKeepMode,   // an existing file keeps its mode, a new one gets the umask's
+    kOwnerOnly,  // 0600 whatever the file had: it holds secrets
+};
+
+struct ReplacedFile {
+    struct stat written {};         // the new file's status
+    std::optional<mode_t> oldMode;  // the permission bits of the file replaced, when there was one
+};
+
+// Writes bytes to a temporary file beside path, syncs it, gives it the mode access asks for, and
+// renames it over path. Returns the new file's status and the old file's mode, or nothing (with
+// errno saying why) when the file was left as it was.
+std::optional<ReplacedFile> replaceFile(const std::string& path, const std::string& bytes,
+                                        FileAccess access);
 
 // Copies a file into a folder under its own name, over a file of that name: copied beside the
 // target first and renamed into place, so that a failed copy never leaves half a file. Returns

@@ -165,12 +165,16 @@ Console::Console(std::string appFolder, Services services)
     if (svc.settings) {
         svc.settings->onWriteFailure(
             [this](const std::string& path, int err) { noteWriteFailure(*this, path, err); });
+        svc.settings->onMadePrivate([this](const std::string& path, mode_t oldMode) {
+            noteMadePrivate(*this, path, oldMode);
+        });
     }
 }
 
 Console::~Console() {
     if (svc.settings) {
         svc.settings->onWriteFailure({});
+        svc.settings->onMadePrivate({});
     }
 }
 

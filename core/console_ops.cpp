@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 
 #include "core/failure.h"
@@ -174,6 +175,13 @@ void noteWriteFailure(Console& c, const std::string& path, int err) {
     if (auto line = c.writeFailures.failed(path, err, failureSeconds(c))) {
         tellWriteFailures(c, *line);
     }
+}
+
+void noteMadePrivate(Console& c, const std::string& path, unsigned oldMode) {
+    char mode[8];
+    std::snprintf(mode, sizeof mode, "%04o", oldMode & 07777u);
+    logError(c, "TarnWave made " + path +
+                    " readable by its owner only: other users could read it (mode " + mode + ")");
 }
 
 void noteWriteSuccess(Console& c) {

@@ -41,6 +41,10 @@ void logPlayed(Console& c, const std::string& theTrack, DateValue theTime);
 // app.log, or to the standard error when app.log cannot be written either (WriteFailures).
 void noteWriteFailure(Console& c, const std::string& path, int err);
 void noteWriteSuccess(Console& c);
+// A file of secrets that its group or others could read, written readable by its owner only (the
+// settings store's onMadePrivate): one line to app.log, with the path and the mode it had, in the
+// form of the start-up's own lines ("TarnWave made ...").
+void noteMadePrivate(Console& c, const std::string& path, unsigned oldMode);
 // The failure line most routines write: name + description + "  " + number + tail.
 std::string failureText(const std::string& routine, const std::exception& e);
 

@@ -160,6 +160,7 @@ struct SettingsStore::Impl {
     std::unordered_map<std::string, Entry> files;
     std::vector<std::string> privateNames;
     std::function<void(const std::string&, int)> failureHandler;
+    std::function<void(const std::string&, mode_t)> madePrivateHandler;
     int eventDepth = 0;
     std::uint64_t eventSerial = 0;  // counts the outermost events; 0 is "no event"
     timespec uncertainty = uncertainTimeAfterWrite();
@@ -226,7 +227,9 @@ struct SettingsStore::Impl {
     // Writes one changed file. On failure the cached copy is dropped, so that what the console
     // reads next is what the disk holds, as when a classic write fails.
     bool flushFile(const std::string& path, Entry& e) {
-        const auto written = replaceFile(path, e.doc.serialize(), isPrivate(path));
+        const bool secret = isPrivate(path);
+        const auto written = replaceFile(path, e.doc.serialize(),
+                                         secret ? FileAccess::kOwnerOnly : FileAccess::kKeepMode);
         if (!written) {
             const int err = errno;
             if (failureHandler) {
@@ -234,7 +237,12 @@ struct SettingsStore::Impl {
             }
             return false;
         }
-        const DiskStamp stamp = stampOf(*written);
+        // A private file that others could read (made by hand, by a script, restored from a
+        // backup) has just been closed to them: the operator learns why its mode changed.
+        if (secret && written->oldMode && (*written->oldMode & 077) != 0 && madePrivateHandler) {
+            madePrivateHandler(path, *written->oldMode);
+        }
+        const DiskStamp stamp = stampOf(written->written);
         e.dirty = false;
         trust(e, stamp);
         return true;
@@ -314,6 +322,11 @@ void SettingsStore::addPrivateFileName(std::string name) {
 
 void SettingsStore::onWriteFailure(std::function<void(const std::string& path, int err)> handler) {
     impl_->failureHandler = std::move(handler);
+}
+
+void SettingsStore::onMadePrivate(
+    std::function<void(const std::string& path, mode_t oldMode)> handler) {
+    impl_->madePrivateHandler = std::move(handler);
 }
 
 void SettingsStore::dropCache() {

@@ -17,6 +17,8 @@
 //
 // Thread contract: console thread only. The store holds no lock.
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -51,8 +53,9 @@ class SettingsStore {
     // Writes every changed file now. Failures leave the file on disk as it was.
     void flush();
 
-    // Files created by the store whose name (without folder, compared without regard to case)
-    // is name are created readable and writable by their owner only.
+    // Files whose name (without folder, compared without regard to case) is name hold secrets:
+    // the store writes them readable and writable by their owner only (mode 0600), whatever mode
+    // they had before, and from the first byte on.
     void addPrivateFileName(std::string name);
 
     // Forgets every cached file (the next read goes to disk). Unwritten changes are flushed first.
@@ -61,6 +64,10 @@ class SettingsStore {
     // Called with the file's path and the system's error when a file cannot be written (the
     // change is dropped as before); an empty function stops the calls.
     void onWriteFailure(std::function<void(const std::string& path, int err)> handler);
+
+    // Called with the file's path and its former permission bits when a write of a private file
+    // took away the rights its group or others had on it; an empty function stops the calls.
+    void onMadePrivate(std::function<void(const std::string& path, mode_t oldMode)> handler);
 
   private:
     struct Impl;

@@ -134,7 +134,7 @@ void sayText(core::Console& c, const std::string& text) {
         std::string image = audio::pcm16WavHeader(kOutRate, 2, bytes);
         image.append(reinterpret_cast<const char*>(pcm.data()), bytes);
         const std::string path = c.AppFolder + "/spoken.wav";
-        if (!core::replaceFile(path, image, false)) {
+        if (!core::replaceFile(path, image, core::FileAccess::kKeepMode)) {
             throw core::Failure(75, "Path/File access error");
         }
         playSpoken(c, path);

@@ -164,7 +164,7 @@ std::string takeImage(const core::Console& c) {
 
 bool writeTake(core::Console& c, const std::string& path) {
     // Written beside and renamed over: a take that cannot be written leaves the last one whole.
-    if (!core::replaceFile(path, takeImage(c), false)) {
+    if (!core::replaceFile(path, takeImage(c), core::FileAccess::kKeepMode)) {
         core::showCastError(c, "Can't create the file");
         return false;
     }
@@ -316,7 +316,7 @@ void finishVoiceTracks(core::Console& c) {
         c.form().picMicLevel.drawing.clear();
         stopRecording(c);
         removeVoiceChain(c);
-        if (!core::replaceFile(voiceTrackPath(c), takeImage(c), false)) {
+        if (!core::replaceFile(voiceTrackPath(c), takeImage(c), core::FileAccess::kKeepMode)) {
             core::logError(c,
                            "Voice track not kept at shut-down: cannot write " + voiceTrackPath(c));
         }

@@ -91,7 +91,7 @@ bool LoudnessLibrary::save() {
     }
     std::sort(records.begin(), records.end(),
               [](const LoudnessRecord& a, const LoudnessRecord& b) { return a.name < b.name; });
-    if (!core::replaceFile(path(), serializeLoudnessFile(records), false)) {
+    if (!core::replaceFile(path(), serializeLoudnessFile(records), core::FileAccess::kKeepMode)) {
         const int err = errno;
         if (onSaveFailure) {
             onSaveFailure(err);

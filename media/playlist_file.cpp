@@ -178,7 +178,7 @@ bool savePlaylistFile(const std::string& path, const std::vector<core::clsTrackL
     }
     text += "NumberOfEntries=" + std::to_string(static_cast<long>(upper) - 1) + "\n";
     text += "Version=2\n";
-    return core::replaceFile(path, text, false).has_value();
+    return core::replaceFile(path, text, core::FileAccess::kKeepMode).has_value();
 }
 
 std::string noEntriesMessage(const std::string& path) {

@@ -11,8 +11,14 @@
 #   STATION/Rotations/Demo.rot       one row per category, no sweeper, in the rotation file's
 #                                    300-byte records
 #   STATION/Sweepers/                empty
-#   STATION/appSettings.ini          artist separation of half an hour, when the file has none
+#   STATION/appSettings.ini          artist separation of half an hour, when the file has none;
+#                                    readable by its owner only (it holds the servers' passwords)
 # A station whose Music folder already holds a category is left as it is.
+#
+# The library and its rotation are made in a hidden folder in the station (.demo-library.partial)
+# and put in place when every track is made, the library by one rename: a run that is
+# interrupted (Ctrl-C) leaves no half library that later runs would take for a whole one, and the
+# next run removes what it left and starts again. Two runs on one station take turns.
 #
 # Environment: TW_BUILD_DIR (default build/ of this checkout) is where tarnwave-tag is found or
 # built; TW_DEMO_JOBS (default: the number of cores) how many tracks are encoded at once.
@@ -43,10 +49,24 @@ repo=$(cd "$(dirname "$0")/.." && pwd)
 build=${TW_BUILD_DIR:-$repo/build}
 jobs=${TW_DEMO_JOBS:-$(nproc)}
 
-if [[ -d $station/Music ]] && find "$station/Music" -mindepth 1 -maxdepth 1 -type d | grep -q .; then
+has_categories() {
+    [[ -d $station/Music ]] && find "$station/Music" -mindepth 1 -maxdepth 1 -type d | grep -q .
+}
+
+if has_categories; then
     echo "make-demo-station.sh: $station/Music already has categories; nothing to do"
     exit 0
 fi
+mkdir -p "$station"
+# A second run on this station waits for the first, then finds its library made.
+exec 9< "$station"
+flock 9
+if has_categories; then
+    echo "make-demo-station.sh: $station/Music already has categories; nothing to do"
+    exit 0
+fi
+staging=$station/.demo-library.partial
+rm -rf "$staging"
 
 for tool in sox lame; do
     command -v "$tool" > /dev/null || {
@@ -94,7 +114,7 @@ make_track() {
     "$tagger" --set "Artist=$artist" --set "title=$title" "$file" > /dev/null
 }
 
-mkdir -p "$station/Music" "$station/Rotations" "$station/Sweepers"
+mkdir -p "$staging/Music" "$station/Rotations" "$station/Sweepers"
 total=$((categories * tracks))
 made=0
 # One line, rewritten as the tracks are made.
@@ -102,13 +122,13 @@ progress() {
     made=$((made + 1))
     printf '\rmake-demo-station.sh: making the demo library, %d of %d tracks' "$made" "$total"
 }
-rotation=$station/Rotations/Demo.rot
+rotation=$staging/Demo.rot
 : > "$rotation"
 span=$((max_s - min_s + 1))
 running=0
 for ((ci = 0; ci < categories; ci++)); do
     category=${category_names[ci]}
-    mkdir -p "$station/Music/$category"
+    mkdir -p "$staging/Music/$category"
     printf '%-100s%-100s%-100s' "$category" "False" "saved" >> "$rotation"
     for ((ti = 0; ti < tracks; ti++)); do
         g=$((ci * tracks + ti))
@@ -122,7 +142,7 @@ for ((ci = 0; ci < categories; ci++)); do
         seconds=$((min_s + (g * 37) % span))
         # Roots 8 Hz apart from 112 Hz: every track sounds a pitch of its own.
         root=$((112 + 8 * g))
-        file=$(printf '%s/Music/%s/%s_%03d_%s.mp3' "$station" "$category" "$category" "$ti" \
+        file=$(printf '%s/Music/%s/%s_%03d_%s.mp3' "$staging" "$category" "$category" "$ti" \
             "${artist// /_}")
         make_track "$file" "$seconds" "$root" "$artist" "$title" &
         running=$((running + 1))
@@ -140,7 +160,24 @@ while ((running > 0)); do
 done
 echo
 
-if ! grep -qs '^\[ArtistSeperation\]' "$station/appSettings.ini"; then
-    printf '[ArtistSeperation]\r\nHours=0.5\r\n' >> "$station/appSettings.ini"
+# Into place: the rotation first, then the library by one rename, so that a Music folder with a
+# category always holds the whole library. An empty Music folder (a console started on the
+# station before makes one) is replaced by the rename; one that holds files but no category gets
+# the categories one by one, with Ctrl-C held off meanwhile.
+mv -f "$rotation" "$station/Rotations/Demo.rot"
+if [[ ! -d $station/Music ]] || [[ -z $(ls -A "$station/Music") ]]; then
+    mv -T "$staging/Music" "$station/Music"
+else
+    trap '' INT TERM
+    mv "$staging/Music"/* "$station/Music/"
+    trap - INT TERM
 fi
+rm -rf "$staging"
+
+# The settings file holds the servers' passwords once the operator gives them: it is the
+# owner's alone from the start, and so is one that was there before.
+if ! grep -qs '^\[ArtistSeperation\]' "$station/appSettings.ini"; then
+    (umask 077 && printf '[ArtistSeperation]\r\nHours=0.5\r\n' >> "$station/appSettings.ini")
+fi
+chmod 600 "$station/appSettings.ini"
 echo "make-demo-station.sh: $((categories * tracks)) tracks in $categories categories under $station/Music"

@@ -17,6 +17,9 @@ BoxEditor::~BoxEditor() {
 
 void BoxEditor::open(const core::Element& box, bool password) {
     editing_ = box.name;
+    // Emptied before its echo mode changes: a password left from the last box is never, not
+    // even hidden, held by an editor that would show it.
+    edit_->clear();
     edit_->setEchoMode(password ? QLineEdit::Password : QLineEdit::Normal);
     follow(box);
     edit_->setText(QString::fromStdString(box.text));
@@ -41,6 +44,7 @@ bool BoxEditor::close() {
     }
     editing_.clear();
     edit_->hide();
+    edit_->clear();
     return true;
 }
 

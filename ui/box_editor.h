@@ -32,7 +32,7 @@ class BoxEditor {
     // Puts the open editor over the box's present place and font (the window grew); the text
     // typed so far stays.
     void follow(const core::Element& box);
-    // Hides it; false when it was not open.
+    // Hides and empties it; false when it was not open.
     bool close();
 
   private:

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "broadcast/connect_runner.h"
@@ -11,6 +12,7 @@
 namespace tw::test {
 namespace {
 
+namespace fs = std::filesystem;
 using namespace broadcast;
 
 class CastFormTest : public CastFixture {};
@@ -173,6 +175,30 @@ TEST_F(CastFormTest, TheSettingsFileThatHoldsThePasswordsIsPrivate) {
     struct stat st {};
     ASSERT_EQ(::stat(appSettingsFile().c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);
+}
+
+// The demo station's settings file, made by its script before the console ever ran, readable by
+// every user of the machine: the password saved in the cast window never lands in it as it was.
+TEST_F(CastFormTest, ASaveIntoASettingsFileOthersCanReadMakesItPrivateFirst) {
+    test::writeFile(dir / "appSettings.ini", "[ArtistSeperation]\r\nHours=0.5\r\n");
+    fs::permissions(dir / "appSettings.ini", static_cast<fs::perms>(0644));
+    open();
+    cmdSettings_Click(*console);
+    form().txtPassword.text = "s3cret-of-the-demo";
+    cmdSave_Click(*console);
+    settings.flush();
+    struct stat st {};
+    ASSERT_EQ(::stat(appSettingsFile().c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0600u);
+    EXPECT_NE(test::readFile(dir / "appSettings.ini").find("PW=s3cret-of-the-demo"),
+              std::string::npos);
+    const auto lines = appLogLines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find("TarnWave made " + appSettingsFile() +
+                            " readable by its owner only: other users could read it (mode 0644)"),
+              std::string::npos)
+        << lines[0];
+    EXPECT_EQ(lines[0].find("s3cret"), std::string::npos);
 }
 
 TEST_F(CastFormTest, EncoderOneCannotBeSwitchedOffOnTheForm) {

@@ -29,6 +29,7 @@
 #include "sim/virtual_event_loop.h"
 #include "station/console_assembly.h"
 #include "tests/audio/name_server.h"
+#include "tests/broadcast/proc_entries.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::test {
@@ -37,35 +38,6 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
-
-// The text of a file under /proc, or "" when it is gone: a thread or a program may end between
-// the listing and the reading (the stream library would throw on that).
-std::string procText(const std::string& path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return {};
-    }
-    std::string text;
-    char buf[512];
-    for (ssize_t n; (n = ::read(fd, buf, sizeof buf)) > 0;) {
-        text.append(buf, static_cast<std::size_t>(n));
-    }
-    ::close(fd);
-    return text;
-}
-
-// The names of the entries of a /proc folder that are numbers (processes, threads).
-std::vector<std::string> procNumbers(const std::string& folder) {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-        const std::string name = it->path().filename().string();
-        if (name.find_first_not_of("0123456789") == std::string::npos) {
-            names.push_back(name);
-        }
-    }
-    return names;
-}
 
 // Threads of this process with the given name.
 int threadsNamed(const std::string& name) {
@@ -81,16 +53,8 @@ int childrenNamed(const std::string& name) {
     int n = 0;
     const std::string self = std::to_string(::getpid());
     for (const std::string& pid : procNumbers("/proc")) {
-        // "pid (comm) state ppid ..."
-        const std::string text = procText("/proc/" + pid + "/stat");
-        const auto close = text.rfind(')');
-        if (close == std::string::npos || text.find("(" + name + ")") == std::string::npos) {
-            continue;
-        }
-        std::istringstream rest(text.substr(close + 2));
-        std::string state, ppid;
-        rest >> state >> ppid;
-        n += ppid == self && state != "Z";
+        const ProcStat s = procStat(pid);
+        n += s.name == name && s.parent == self && s.state != "Z";
     }
     return n;
 }

@@ -1,7 +1,9 @@
 #include "core/console_ops.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <cstdio>
 #include <filesystem>
 
 #include "core/failure.h"
@@ -104,6 +106,50 @@ TEST_F(ConsoleOpsTest, AFailingLogIsSwallowed) {
     logPlayed(c, "A - B", c.now());
     EXPECT_FALSE(fs::exists(dir / "gone"));
 }
+
+// appSettings.ini as the demo script, an editor or a backup left it, readable by others, with a
+// server's password in it: the operator's next save closes it and app.log says so, once.
+class SettingsMadePrivateTest : public ConsoleOpsTest,
+                                public ::testing::WithParamInterface<mode_t> {};
+
+TEST_P(SettingsMadePrivateTest, TheFirstWriteMakesItOwnerOnlyWithOneLineAndNoSecretInTheLog) {
+    const fs::path file = dir / "appSettings.ini";
+    writeFile(file, "[Shoutcast]\r\nPW=old-Pw-4711\r\n[ArtistSeperation]\r\nHours=0.5\r\n");
+    fs::permissions(file, static_cast<fs::perms>(GetParam()));
+    writeFile(dir / "played.ini", "[A - B]\r\nPlayCount=1\r\n");
+    fs::permissions(dir / "played.ini", static_cast<fs::perms>(0644));
+    Console& c = make();
+    writeIniValue(c, c.appSettingsPath(), "Shoutcast", "PW", "new-Pw-0815");
+    writeIniValue(c, c.appSettingsPath(), "Shoutcast", "Name", "Tarn FM");
+    {
+        EventScope event(settings);
+        writeIniValue(c, c.appSettingsPath(), "Shoutcast", "PW", "newer-Pw-0816");
+    }
+    writeIniValue(c, c.playedIniPath(), "A - B", "PlayCount", "2");
+    struct stat st {};
+    ASSERT_EQ(::stat(file.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0600u);
+    ASSERT_EQ(::stat((dir / "played.ini").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, 0644u) << "a file of no secret keeps its mode";
+    char mode[8];
+    std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(GetParam()));
+    EXPECT_EQ(appLogLines(),
+              (std::vector<std::string>{
+                  "#Time:11/22/2026 10:00:00 AMTarnWave made " + c.appSettingsPath() +
+                  " readable by its owner only: other users could read it (mode " + mode + ")#"}));
+    const std::string log = readFile(dir / "app.log");
+    for (const char* secret : {"old-Pw-4711", "new-Pw-0815", "newer-Pw-0816"}) {
+        EXPECT_EQ(log.find(secret), std::string::npos) << secret;
+    }
+    EXPECT_NE(readFile(file).find("PW=newer-Pw-0816"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(DemoAndGroupModes, SettingsMadePrivateTest,
+                         ::testing::Values(mode_t{0644}, mode_t{0664}), [](const auto& info) {
+                             return "Mode0" + std::to_string(info.param >> 6) +
+                                    std::to_string((info.param >> 3) & 7) +
+                                    std::to_string(info.param & 7);
+                         });
 
 TEST_F(ConsoleOpsTest, PlayedLogKeepsCommasInTitlesSoReadersSplitAtTheLastComma) {
     Console& c = make();

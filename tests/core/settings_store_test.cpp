@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <set>
@@ -257,7 +258,7 @@ TEST_F(SettingsStoreTest, NewFileFollowsTheUmask) {
     EXPECT_EQ(modeOf(dir_ / "played.ini"), 0644u);
 }
 
-TEST_F(SettingsStoreTest, ExistingFileKeepsItsMode) {
+TEST_F(SettingsStoreTest, ExistingFileKeepsItsModeUnlessItHoldsSecrets) {
     store_.addPrivateFileName("appSettings.ini");
     writeFile(dir_ / "appSettings.ini", "[s]\nk=1\n");
     writeFile(dir_ / "played.ini", "[s]\nk=1\n");
@@ -266,8 +267,114 @@ TEST_F(SettingsStoreTest, ExistingFileKeepsItsMode) {
     store_.write(path("appSettings.ini"), "s", "k", "2");
     store_.write(path("played.ini"), "s", "k", "2");
     EXPECT_EQ(readFile(dir_ / "appSettings.ini"), "[s]\nk=2\n");
-    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0640u);
+    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
     EXPECT_EQ(modeOf(dir_ / "played.ini"), 0604u);
+}
+
+TEST_F(SettingsStoreTest, PrivateFileIsOwnerOnlyWhateverTheUmask) {
+    UmaskScope mask(0277);  // would leave a new file read-only, even to its owner
+    store_.addPrivateFileName("appSettings.ini");
+    store_.write(path("appSettings.ini"), "Shoutcast", "PW", "secret");
+    store_.write(path("appSettings.ini"), "Shoutcast", "PW", "secret2");
+    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
+    EXPECT_EQ(readFile(dir_ / "appSettings.ini"), "[Shoutcast]\nPW=secret2\n");
+}
+
+// A private file made by someone else (a script, an editor, a backup) with the mode of the
+// parameter: the first write makes it 0600, and says so when its group or others had rights on it.
+struct ModeCase {
+    mode_t mode;
+    bool othersHadRights;
+};
+
+class PrivateFileModeTest : public SettingsStoreTest,
+                            public ::testing::WithParamInterface<ModeCase> {};
+
+TEST_P(PrivateFileModeTest, FirstWriteMakesItOwnerOnlyAndSaysSoOnce) {
+    std::vector<std::pair<std::string, mode_t>> told;
+    store_.onMadePrivate(
+        [&told](const std::string& file, mode_t oldMode) { told.emplace_back(file, oldMode); });
+    store_.addPrivateFileName("appSettings.ini");
+    writeFile(dir_ / "appSettings.ini", "[Shoutcast]\nPW=old\n");
+    fs::permissions(dir_ / "appSettings.ini", static_cast<fs::perms>(GetParam().mode));
+    ASSERT_EQ(modeOf(dir_ / "appSettings.ini"), GetParam().mode);
+    store_.write(path("appSettings.ini"), "Shoutcast", "PW", "new");
+    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
+    EXPECT_EQ(readFile(dir_ / "appSettings.ini"), "[Shoutcast]\nPW=new\n");
+    {
+        EventScope event(store_);
+        store_.write(path("appSettings.ini"), "Shoutcast", "PW", "newer");
+    }
+    store_.write(path("appSettings.ini"), "Shoutcast", "Name", "Tarn FM");
+    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
+    if (GetParam().othersHadRights) {
+        ASSERT_EQ(told.size(), 1u);
+        EXPECT_EQ(told[0].first, path("appSettings.ini"));
+        EXPECT_EQ(told[0].second, GetParam().mode);
+    } else {
+        EXPECT_TRUE(told.empty());
+    }
+    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, PrivateFileModeTest,
+                         ::testing::Values(ModeCase{0644, true}, ModeCase{0664, true},
+                                           ModeCase{0640, true}, ModeCase{0604, true},
+                                           ModeCase{0666, true}, ModeCase{0600, false},
+                                           ModeCase{0400, false}, ModeCase{0700, false}),
+                         [](const auto& info) {
+                             char name[16];
+                             std::snprintf(name, sizeof name, "Mode%04o",
+                                           static_cast<unsigned>(info.param.mode));
+                             return std::string(name);
+                         });
+
+TEST_F(SettingsStoreTest, OtherFilesAreNeverReportedAsMadePrivate) {
+    int told = 0;
+    store_.onMadePrivate([&told](const std::string&, mode_t) { ++told; });
+    store_.addPrivateFileName("appSettings.ini");
+    writeFile(dir_ / "played.ini", "[s]\nk=1\n");
+    fs::permissions(dir_ / "played.ini", static_cast<fs::perms>(0644));
+    store_.write(path("played.ini"), "s", "k", "2");
+    store_.write(path("appSettings.ini"), "s", "k", "2");  // new: made private, nothing to tell
+    EXPECT_EQ(modeOf(dir_ / "played.ini"), 0644u);
+    EXPECT_EQ(told, 0);
+    store_.onMadePrivate({});
+    fs::permissions(dir_ / "appSettings.ini", static_cast<fs::perms>(0644));
+    store_.write(path("appSettings.ini"), "s", "k", "3");
+    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
+    EXPECT_EQ(told, 0) << "no calls once the handler is gone";
+}
+
+TEST_F(SettingsStoreTest, ALeftoverAtTheTemporaryNameNeverBlocksTheWrite) {
+    store_.addPrivateFileName("appSettings.ini");
+    const fs::path temp = unfinishedPath(path("appSettings.ini"), "tmp");
+    writeFile(temp, "left by an earlier process of our id");
+    fs::permissions(temp, static_cast<fs::perms>(0644));
+    store_.write(path("appSettings.ini"), "Shoutcast", "PW", "secret");
+    EXPECT_EQ(readFile(dir_ / "appSettings.ini"), "[Shoutcast]\nPW=secret\n");
+    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
+    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
+}
+
+// A link put at the temporary name, to a file or to where a file would be made: a write that
+// followed it would hand the secret to whoever made the link.
+TEST_F(SettingsStoreTest, ALinkAtTheTemporaryNameIsNeverWrittenThrough) {
+    store_.addPrivateFileName("appSettings.ini");
+    writeFile(dir_ / "elsewhere", "");
+    fs::permissions(dir_ / "elsewhere", static_cast<fs::perms>(0644));
+    const fs::path temp = unfinishedPath(path("appSettings.ini"), "tmp");
+    fs::create_symlink(dir_ / "elsewhere", temp);
+    store_.write(path("appSettings.ini"), "Shoutcast", "PW", "secret");
+    EXPECT_EQ(readFile(dir_ / "elsewhere"), "") << "the secret went through the link";
+    EXPECT_EQ(modeOf(dir_ / "elsewhere"), 0644u);
+    fs::create_symlink(dir_ / "nowhere", temp);
+    store_.write(path("appSettings.ini"), "Shoutcast", "PW", "secret2");
+    EXPECT_FALSE(fs::exists(dir_ / "nowhere")) << "a file was made through the link";
+    EXPECT_EQ(readFile(dir_ / "appSettings.ini"), "[Shoutcast]\nPW=secret2\n");
+    EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
+    EXPECT_FALSE(fs::is_symlink(fs::symlink_status(dir_ / "appSettings.ini")));
+    EXPECT_EQ(entriesOf(dir_.path()), (std::set<std::string>{"appSettings.ini", "elsewhere"}));
 }
 
 TEST_F(SettingsStoreTest, WriteIntoMissingFolderFailsSilently) {

@@ -102,7 +102,7 @@ TEST(UnfinishedFilesTest, AReplacedFileAndACopyLeaveNoUnfinishedFile) {
     test::TempDir dir;
     test::writeFile(dir / "source.mp3", "audio");
     fs::create_directories(dir / "Rock");
-    ASSERT_TRUE(replaceFile((dir / "played.ini").string(), "[t]\n", false));
+    ASSERT_TRUE(replaceFile((dir / "played.ini").string(), "[t]\n", FileAccess::kKeepMode));
     EXPECT_EQ(copyIntoFolder((dir / "source.mp3").string(), (dir / "Rock").string()),
               (dir / "Rock/source.mp3").string());
     EXPECT_EQ(entriesUnder(dir.path()),

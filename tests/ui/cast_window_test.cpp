@@ -188,6 +188,16 @@ TEST_F(CastWindowTest, ThePasswordIsNeverShownOnTheScreen) {
     EXPECT_EQ(f.txtPassword.text, "s3cret");
     QTest::mouseClick(&cast(), Qt::LeftButton, {}, centre(f.txtName));
     EXPECT_EQ(editor->echoMode(), QLineEdit::Normal);
+    EXPECT_EQ(editor->text().toStdString(), f.txtName.text);
+    // Closed, the editor keeps nothing of it either.
+    QTest::mouseClick(&cast(), Qt::LeftButton, {}, centre(f.txtPassword));
+    EXPECT_EQ(editor->echoMode(), QLineEdit::Password);
+    EXPECT_EQ(editor->text(), QString("s3cret"));
+    QTest::mouseClick(&cast(), Qt::LeftButton, {}, QPoint(3, 3));  // the window's background
+    EXPECT_TRUE(editor->isHidden());
+    for (const QLineEdit* line : cast().findChildren<QLineEdit*>()) {
+        EXPECT_NE(line->text(), QString("s3cret")) << "a hidden editor holds the password";
+    }
     // Drawn: the password box shows bullets, as many as the characters, and no letters.
     const QImage shown = cast().grab().toImage();
     f.txtPassword.text = "";
