@@ -154,6 +154,21 @@ TEST_F(TarnwaveProgramTest, UnknownArgumentIsRefusedWithItsName) {
     EXPECT_FALSE(fs::exists(station / "app.log")) << "refused before loading anything";
 }
 
+TEST_F(TarnwaveProgramTest, HeadlessRunsWithoutAWindowAlsoWhereThereIsADisplay) {
+    // A display that is named but is not there: Qt would give up on it, were it asked to open it.
+    QProcessEnvironment env = process.processEnvironment();
+    env.insert("DISPLAY", ":9876");
+    env.insert("QT_QPA_PLATFORM", "xcb");
+    process.setProcessEnvironment(env);
+    process.start(program(), {"--headless", "--quit-after", "0.5"});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    const std::string out = process.readAllStandardOutput().toStdString();
+    EXPECT_NE(out.find("headless (--headless)"), std::string::npos) << out;
+    EXPECT_NE(appLog().find("TarnWave Unloaded"), std::string::npos) << appLog();
+}
+
 TEST_F(TarnwaveProgramTest, BadQuitAfterValueIsRefused) {
     process.start(program(), {"--quit-after", "soon"});
     ASSERT_TRUE(process.waitForFinished(60000));
