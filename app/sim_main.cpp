@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "app/command_line.h"
+#include "app/station_folder.h"
 #include "audio/capture_device.h"
 #include "audio/mix_engine.h"
 #include "core/clock.h"
@@ -97,10 +98,7 @@ int main(int argc, char** argv) {
         std::cerr << "tarnwave-sim: cannot use the station folder " << station << "\n";
         return 2;
     }
-    station = std::filesystem::absolute(station).lexically_normal().string();
-    if (station.size() > 1 && station.back() == '/') {
-        station.pop_back();
-    }
+    station = tw::app::plainFolder(station);
 
     // The engine renders offline: exactly as much audio as virtual time moves on.
     auto engine = std::make_unique<tw::audio::MixEngine>(tw::audio::EngineMode::Offline);

@@ -1,5 +1,5 @@
 // tarnwave: the console, on the station folder named by --station, else $TARNWAVE_HOME, else the
-// program's own folder.
+// program's own folder (or the user's data folder when the program is installed).
 
 #include <QApplication>
 #include <QGuiApplication>
@@ -8,13 +8,14 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
 #include <string>
 
 #include "app/command_line.h"
 #include "app/engine_choice.h"
+#include "app/new_station_hint.h"
 #include "app/quit_signals.h"
+#include "app/station_folder.h"
 #include "app/tarnwave_options.h"
 #include "ui/qt_station.h"
 
@@ -28,21 +29,6 @@ bool envSet(const char* name) {
 // No display to open and no platform asked for: a server. Qt would refuse to start.
 bool noDisplay() {
     return !envSet("DISPLAY") && !envSet("WAYLAND_DISPLAY") && !envSet("QT_QPA_PLATFORM");
-}
-
-std::string stationFolder(const std::string& named) {
-    const std::filesystem::path folder(!named.empty() ? named
-                                       : envSet("TARNWAVE_HOME")
-                                           ? std::string(std::getenv("TARNWAVE_HOME"))
-                                           : QCoreApplication::applicationDirPath().toStdString());
-    std::error_code ec;
-    const auto absolute = std::filesystem::absolute(folder, ec);
-    auto normal = (ec ? folder : absolute).lexically_normal();
-    // Every data path is a tail like "/Music" on this: no separator at its end.
-    if (!normal.has_filename() && normal.has_relative_path()) {
-        normal = normal.parent_path();
-    }
-    return normal.string();
 }
 
 int refuse(const std::string& why) {
@@ -84,13 +70,14 @@ int main(int argc, char** argv) {
         return refuse(error);
     }
 
-    const std::string folder = stationFolder(options.station);
-    std::error_code ec;
-    std::filesystem::create_directories(folder, ec);
-    if (!std::filesystem::is_directory(folder)) {
-        std::cerr << "tarnwave: cannot use the station folder " << folder << "\n";
+    const tw::app::StationFolder station =
+        tw::app::chooseStationFolder(tw::app::placesOfThisProcess(
+            options.station, QCoreApplication::applicationDirPath().toStdString()));
+    if (!tw::app::makeStationFolder(station)) {
+        std::cerr << "tarnwave: cannot use the station folder " << station.folder << "\n";
         return 1;
     }
+    const std::string& folder = station.folder;
     if (headless) {
         std::cout << "TarnWave runs headless ("
                   << (options.headless ? "--headless" : "no display found") << ").\n"
@@ -110,6 +97,10 @@ int main(int argc, char** argv) {
         QCoreApplication::quit();
     });
     console.load();
+    const std::string hint = tw::app::showNewStationHint(console.console(), station);
+    if (headless && !hint.empty()) {
+        std::cout << "  " << hint << "\n" << std::flush;
+    }
     console.window().syncTitle();
     // Headless there is no one to look: the window is not shown, so nothing is painted (a
     // screenshot still renders it).
