@@ -5,10 +5,12 @@
 
 namespace tw::app {
 
-bool parseTarnwaveOptions(int argc, char** argv, TarnwaveOptions& out, std::string& error) {
+bool parseTarnwaveOptions(int argc, char** argv, OtherArguments others, TarnwaveOptions& out,
+                          std::string& error) {
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
-        const bool takesValue = arg == "--quit-after" || arg == "--screenshot";
+        const bool takesValue =
+            arg == "--quit-after" || arg == "--screenshot" || arg == "--station";
         if (takesValue && i + 1 >= argc) {
             error = arg + " needs a value";
             return false;
@@ -29,9 +31,22 @@ bool parseTarnwaveOptions(int argc, char** argv, TarnwaveOptions& out, std::stri
                 error = "--screenshot needs a file name";
                 return false;
             }
+        } else if (arg == "--station") {
+            out.station = argv[++i];
+            if (out.station.empty()) {
+                error = "--station needs a folder";
+                return false;
+            }
+        } else if (arg == "--headless") {
+            out.headless = true;
         } else if (arg == "--help" || arg == "-h") {
             out.help = true;
-        } else {
+        } else if (arg == "--version") {
+            out.version = true;
+        } else if (arg.rfind("--", 0) == 0) {
+            error = "unknown option " + arg;
+            return false;
+        } else if (others == OtherArguments::Refuse) {
             error = "unknown argument \"" + arg + "\"";
             return false;
         }

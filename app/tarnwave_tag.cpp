@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "app/command_line.h"
 #include "core/text.h"
 #include "sim/console_json.h"
 #include "tags/field_names.h"
@@ -136,10 +137,23 @@ bool assign(clsID3& tag, const std::string& setting) {
     return true;
 }
 
-int usage() {
-    std::cerr << "usage: tarnwave-tag [--full] [--display] FILE\n"
-                 "       tarnwave-tag --set Field=Value [--set Field=Value ...] FILE\n"
-                 "       tarnwave-tag --delete FILE\n";
+constexpr const char* kUsage =
+    "usage: tarnwave-tag [--full] [--display] FILE\n"
+    "       tarnwave-tag --set Field=Value [--set Field=Value ...] FILE\n"
+    "       tarnwave-tag --delete FILE\n"
+    "       tarnwave-tag --help | --version\n"
+    "  Prints the tags of an MP3 file as JSON; writes fields with --set, removes every tag\n"
+    "  with --delete. Exit status 0 when FILE exists, 1 when it does not, 2 for a wrong\n"
+    "  command line.\n"
+    "  --full       adds the MPEG figures (layer, bit rate, length, ...)\n"
+    "  --display    what the console keys a track by, instead of the fields\n"
+    "  --set F=V    writes field F (title, Artist, Album, GenreID, ...)\n"
+    "  --delete     removes the file's tags\n"
+    "  --help       this text\n"
+    "  --version    the program's name and version\n";
+
+int refuse(const std::string& why) {
+    std::cerr << tw::app::refusalLine("tarnwave-tag", why) << "\n";
     return 2;
 }
 
@@ -157,16 +171,27 @@ int main(int argc, char** argv) {
             display = true;
         } else if (arg == "--delete") {
             remove = true;
-        } else if (arg == "--set" && i + 1 < argc) {
+        } else if (arg == "--set") {
+            if (i + 1 >= argc) {
+                return refuse("--set needs Field=Value");
+            }
             settings.emplace_back(argv[++i]);
-        } else if (arg.rfind("--", 0) == 0 || !file.empty()) {
-            return usage();
+        } else if (arg == "--help" || arg == "-h") {
+            std::cout << kUsage;
+            return 0;
+        } else if (arg == "--version") {
+            std::cout << tw::app::versionLine("tarnwave-tag") << "\n";
+            return 0;
+        } else if (arg.rfind("--", 0) == 0) {
+            return refuse("unknown option " + arg);
+        } else if (!file.empty()) {
+            return refuse("one file at most, not also \"" + arg + "\"");
         } else {
             file = arg;
         }
     }
     if (file.empty()) {
-        return usage();
+        return refuse("no file named");
     }
     clsID3 tag;
     tag.filename(file);
@@ -175,8 +200,7 @@ int main(int argc, char** argv) {
     } else if (!settings.empty()) {
         for (const auto& s : settings) {
             if (!assign(tag, s)) {
-                std::cerr << "tarnwave-tag: unknown field in " << s << "\n";
-                return 2;
+                return refuse("unknown field in " + s);
             }
         }
         tag.UpdateID3Tags();

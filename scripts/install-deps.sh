@@ -9,7 +9,11 @@ packages=(
     libmpg123-dev libfaad-dev libsoxr-dev portaudio19-dev libasound2-dev libjack-jackd2-dev libcurl4-openssl-dev libc-ares-dev libshout-dev libsndfile1-dev libebur128-dev libmicrohttpd-dev
     libespeak-ng-dev espeak-ng lame ffmpeg mpg123 sox icecast2
     libgtest-dev libgmock-dev libbenchmark-dev libtag1-dev libssl-dev openssl
+    # The status page is tried in a real browser.
     chromium
+    # The package and the install: dpkg-shlibdeps works out the package's dependencies; the
+    # menu entry and the manual pages are checked with their own tools.
+    dpkg-dev desktop-file-utils groff-base man-db
 )
 
 missing=()

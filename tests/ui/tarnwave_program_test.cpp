@@ -154,6 +154,48 @@ TEST_F(TarnwaveProgramTest, UnknownArgumentIsRefusedWithItsName) {
     EXPECT_FALSE(fs::exists(station / "app.log")) << "refused before loading anything";
 }
 
+TEST_F(TarnwaveProgramTest, HeadlessRunsWithoutAWindowAlsoWhereThereIsADisplay) {
+    // A display that is named but is not there: Qt would give up on it, were it asked to open it.
+    QProcessEnvironment env = process.processEnvironment();
+    env.insert("DISPLAY", ":9876");
+    env.insert("QT_QPA_PLATFORM", "xcb");
+    process.setProcessEnvironment(env);
+    process.start(program(), {"--headless", "--quit-after", "0.5"});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    const std::string out = process.readAllStandardOutput().toStdString();
+    EXPECT_NE(out.find("headless (--headless)"), std::string::npos) << out;
+    EXPECT_NE(appLog().find("TarnWave Unloaded"), std::string::npos) << appLog();
+}
+
+TEST_F(TarnwaveProgramTest, FromAProgramFolderItCannotWriteItMakesItsStationInTheDataFolder) {
+    const fs::path bin = dir / "installed";
+    fs::create_directories(bin);
+    fs::copy_file(program().toStdString(), bin / "tarnwave");
+    fs::permissions(bin, fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write,
+                    fs::perm_options::remove);
+    QProcessEnvironment env = process.processEnvironment();
+    env.remove("TARNWAVE_HOME");
+    env.insert("XDG_DATA_HOME", QString::fromStdString((dir / "data").string()));
+    process.setProcessEnvironment(env);
+    process.start(QString::fromStdString((bin / "tarnwave").string()),
+                  {"--headless", "--quit-after", "0"});
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+
+    const fs::path made = dir / "data/tarnwave/station";
+    for (const char* folder : {"Music", "Rotations", "Sweepers", "Playlist"}) {
+        EXPECT_TRUE(fs::is_directory(made / folder)) << folder;
+    }
+    EXPECT_NE(test::readFile(made / "app.log").find("TarnWave Started"), std::string::npos);
+    const std::string out = process.readAllStandardOutput().toStdString();
+    EXPECT_NE(out.find("station folder: " + made.string()), std::string::npos) << out;
+    EXPECT_NE(out.find("New station in " + made.string()), std::string::npos) << out;
+    EXPECT_FALSE(fs::exists(bin / "app.log")) << "nothing was written beside the program";
+    fs::permissions(bin, fs::perms::owner_write, fs::perm_options::add);
+}
+
 TEST_F(TarnwaveProgramTest, BadQuitAfterValueIsRefused) {
     process.start(program(), {"--quit-after", "soon"});
     ASSERT_TRUE(process.waitForFinished(60000));
