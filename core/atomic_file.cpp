@@ -65,7 +65,8 @@ int openFreshFile(const std::string& temp, mode_t mode) {
 // killed half-way leaves at most that one file behind, which the next start sweeps away
 // (core/unfinished_files.h).
 std::optional<ReplacedFile> replaceFile(const std::string& path, const std::string& bytes,
-                                        FileAccess access) {
+                                        FileAccess access, Durability durability) {
+    const bool synced = durability == Durability::kSynced;
     const std::string folder = folderOf(path);
     const std::string temp = unfinishedPath(path, "tmp");
     struct stat old {};
@@ -90,7 +91,7 @@ std::optional<ReplacedFile> replaceFile(const std::string& path, const std::stri
         result.oldMode = old.st_mode & 07777;
     }
     bool ok = (!setMode || ::fchmod(fd, mode) == 0) && writeAll(fd, bytes) &&
-              ::fdatasync(fd) == 0 && ::fstat(fd, &result.written) == 0;
+              (!synced || ::fdatasync(fd) == 0) && ::fstat(fd, &result.written) == 0;
     int err = ok ? 0 : errno;
     if (::close(fd) != 0 && ok) {
         ok = false;
@@ -107,7 +108,7 @@ std::optional<ReplacedFile> replaceFile(const std::string& path, const std::stri
     }
     // Syncing the folder makes the rename itself survive a power cut. Without it the old file
     // may come back, still whole, so a failure here is no reason to report anything.
-    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int dir = synced ? ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
     if (dir >= 0) {
         ::fsync(dir);
         ::close(dir);

@@ -17,16 +17,24 @@ enum class FileAccess {
     kOwnerOnly,  // 0600 whatever the file had: it holds secrets
 };
 
+// Whether replaceFile waits for the disk. A file that is written again soon and whose loss in a
+// power cut does no harm (what is on the air now) need not hold the writer up.
+enum class Durability {
+    kSynced,    // the bytes and the rename are on the disk when replaceFile returns
+    kUnsynced,  // replaced whole all the same, but left to the system to write out
+};
+
 struct ReplacedFile {
     struct stat written {};         // the new file's status
     std::optional<mode_t> oldMode;  // the permission bits of the file replaced, when there was one
 };
 
-// Writes bytes to a temporary file beside path, syncs it, gives it the mode access asks for, and
-// renames it over path. Returns the new file's status and the old file's mode, or nothing (with
-// errno saying why) when the file was left as it was.
+// Writes bytes to a temporary file beside path, syncs it (unless told otherwise), gives it the
+// mode access asks for, and renames it over path. Returns the new file's status and the old
+// file's mode, or nothing (with errno saying why) when the file was left as it was.
 std::optional<ReplacedFile> replaceFile(const std::string& path, const std::string& bytes,
-                                        FileAccess access);
+                                        FileAccess access,
+                                        Durability durability = Durability::kSynced);
 
 // Copies a file into a folder under its own name, over a file of that name: copied beside the
 // target first and renamed into place, so that a failed copy never leaves half a file. Returns

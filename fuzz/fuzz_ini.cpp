@@ -15,16 +15,13 @@
 #include <vector>
 
 #include "core/ini_document.h"
+#include "fuzz/fuzz_check.h"
+
+using tw::fuzz::check;
 
 namespace {
 
 using tw::core::IniDocument;
-
-void check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 std::string_view trimBlanks(std::string_view s) {
     while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) {

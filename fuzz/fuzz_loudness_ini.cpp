@@ -8,15 +8,12 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "fuzz/fuzz_check.h"
 #include "media/loudness_file.h"
 
-namespace {
+using tw::fuzz::check;
 
-void check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
+namespace {
 
 bool sameEntry(const tw::media::LoudnessEntry& a, const tw::media::LoudnessEntry& b) {
     const auto sameLevel = [](double x, double y) {

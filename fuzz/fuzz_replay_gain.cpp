@@ -13,17 +13,14 @@
 #include <string>
 #include <string_view>
 
+#include "fuzz/fuzz_check.h"
 #include "tags/replay_gain.h"
+
+using tw::fuzz::check;
 
 namespace {
 
 using tw::tags::ReplayGain;
-
-void check(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 bool gainInRange(double gain) {
     return std::isfinite(gain) && std::fabs(gain) <= tw::tags::kMaxReplayGainDb;

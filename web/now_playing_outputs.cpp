@@ -1,53 +1,18 @@
 #include "web/now_playing_outputs.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <vector>
 
 #include "audio/child_process.h"
+#include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/program_runner.h"
-#include "core/unfinished_files.h"
 
 namespace tw::web {
 
 bool replaceQuickly(const std::string& path, const std::string& bytes) {
-    const std::string temp = core::unfinishedPath(path, "tmp");
-    ::unlink(temp.c_str());
-    const int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-    if (fd < 0) {
-        return false;
-    }
-    std::size_t done = 0;
-    bool ok = true;
-    while (ok && done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            errno = n == 0 ? ENOSPC : errno;
-            ok = false;
-        } else {
-            done += static_cast<std::size_t>(n);
-        }
-    }
-    int err = ok ? 0 : errno;
-    if (::close(fd) != 0 && ok) {
-        ok = false;
-        err = errno;
-    }
-    if (ok && ::rename(temp.c_str(), path.c_str()) != 0) {
-        ok = false;
-        err = errno;
-    }
-    if (!ok) {
-        ::unlink(temp.c_str());
-        errno = err;
-    }
-    return ok;
+    return core::replaceFile(path, bytes, core::FileAccess::kKeepMode, core::Durability::kUnsynced)
+        .has_value();
 }
 
 void writeNowPlayingFiles(core::Console& c, const std::string& line, const std::string& json) {

@@ -75,9 +75,7 @@ class ScheduleScenario : public ::testing::Test {
                 const std::string title = category + " Song " + std::to_string(i);
                 const std::string artist = category + " Artist " + std::to_string(i);
                 const fs::path file = station_ / "Music" / category / (title + ".mp3");
-                test::writeFile(file, test::id3Tag(3, test::textFrame("TIT2", title, 3) +
-                                                          test::textFrame("TPE1", artist, 3)) +
-                                          test::mpegFrames(4));
+                test::writeFile(file, test::taggedTrack(artist, title));
                 lengths_[file.string()] = 150 + (n * 37) % 120;
                 listOfTitle_[artist + " - " + title] =
                     category == "Talk" ? "Talk.pls" : category + ".rot";

@@ -78,6 +78,10 @@ std::string mpegFrames(int count) {
     return out;
 }
 
+std::string taggedTrack(const std::string& artist, const std::string& title) {
+    return id3Tag(3, textFrame("TIT2", title, 3) + textFrame("TPE1", artist, 3)) + mpegFrames(4);
+}
+
 std::string run(const std::string& command, int* exitCode) {
     std::string out;
     FILE* p = ::popen(command.c_str(), "r");

@@ -29,6 +29,8 @@ std::string id3v1(const std::string& title, const std::string& artist, const std
 std::string mpegFrame(bool mono = false);
 // Several such frames.
 std::string mpegFrames(int count);
+// A tiny track as a library holds it: an ID3v2.3 tag with title and artist, and four frames.
+std::string taggedTrack(const std::string& artist, const std::string& title);
 
 // Runs a command (arguments split by the shell: tests pass fixed, quoted paths) and gives its
 // standard output; exitCode receives the status.

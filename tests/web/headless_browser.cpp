@@ -14,6 +14,7 @@
 
 #include "audio/child_process.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/web/http_probe.h"
 
 namespace tw::test {
 
@@ -225,15 +226,7 @@ std::optional<QJsonObject> HeadlessBrowser::call(const QString& method, const QJ
 bool HeadlessBrowser::send(const QJsonObject& message) {
     std::string bytes = QJsonDocument(message).toJson(QJsonDocument::Compact).toStdString();
     bytes += '\0';
-    std::size_t sent = 0;
-    while (fd_ >= 0 && sent < bytes.size()) {
-        const ssize_t n = ::send(fd_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (n <= 0) {
-            return false;
-        }
-        sent += static_cast<std::size_t>(n);
-    }
-    return fd_ >= 0;
+    return test::sendAll(fd_, bytes);
 }
 
 std::optional<QJsonObject> HeadlessBrowser::readMessage(Clock::time_point deadline) {

@@ -28,16 +28,20 @@ HttpProbe::~HttpProbe() {
     }
 }
 
-bool HttpProbe::send(const std::string& bytes) {
+bool sendAll(int fd, const std::string& bytes) {
     std::size_t sent = 0;
-    while (fd_ >= 0 && sent < bytes.size()) {
-        const ssize_t n = ::send(fd_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    while (fd >= 0 && sent < bytes.size()) {
+        const ssize_t n = ::send(fd, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
         if (n <= 0) {
             return false;
         }
         sent += static_cast<std::size_t>(n);
     }
-    return fd_ >= 0;
+    return fd >= 0;
+}
+
+bool HttpProbe::send(const std::string& bytes) {
+    return sendAll(fd_, bytes);
 }
 
 const std::string& HttpProbe::readUntil(const std::string& until, std::chrono::milliseconds limit) {

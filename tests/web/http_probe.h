@@ -37,6 +37,8 @@ class HttpProbe {
 // two seconds passed.
 std::string roundTrip(std::uint16_t port, const std::string& request);
 int statusOf(const std::string& answer);
+// Sends every byte on a connected socket; false when the peer would not take them.
+bool sendAll(int fd, const std::string& bytes);
 // A port on the loopback address that was free a moment ago.
 std::uint16_t freeLoopbackPort();
 std::string bodyOf(const std::string& answer);
