@@ -140,7 +140,7 @@ void run(benchmark::State& state, bool service) {
         bench.run([] {},
                   [&] {
                       const double at = BenchConsole::secondsSince(t0);
-                      if (at >= nextStart) {
+                      if (at >= nextStart && at < seconds) {
                           web::statusFeedStarted(c);
                           nextStart += kSecondsBetweenStarts;
                           ++starts;
@@ -158,6 +158,9 @@ void run(benchmark::State& state, bool service) {
             int connected = 0, closed = 0;
             long fewest = 0, most = 0;
             const std::string line = crowd->finish();
+            std::fprintf(stderr,
+                         "clients: connected, closed by the server, fewest and most starts: %s",
+                         line.c_str());
             if (std::sscanf(line.c_str(), "%d %d %ld %ld", &connected, &closed, &fewest, &most) !=
                 4) {
                 state.SkipWithError("the clients said nothing");
