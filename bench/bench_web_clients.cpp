@@ -3,7 +3,7 @@
 // 1,000 event-stream clients on the loopback address, held by a process of their own
 // (web_event_clients) so that their reading is not counted as the console's.
 // Figures: the console process's CPU over the run (as the iteration time, and as a share of one
-// core), the resident memory the clients added, the longest gap between two ticks, and what the
+// core), the resident memory the connections hold and what the run added to it, the longest gap between two ticks, and what the
 // clients got. Reference, in the same run: the same console and starts without the service.
 //
 //   build/bench/bench_web_clients                                   1,000 clients, 60 s
@@ -123,6 +123,7 @@ void run(benchmark::State& state, bool service) {
         // The position tick's share of the feed, on the console's 60 ms timer.
         const int tick = c.svc.loop->startTimer(60, [&c] { web::statusFeedTick(c); });
         std::unique_ptr<Clients> crowd;
+        const long rssAlone = sim::residentKb();
         if (service) {
             crowd = std::make_unique<Clients>(port, clients);
             const auto until = BenchConsole::Clock::now() + 60s;
@@ -131,6 +132,9 @@ void run(benchmark::State& state, bool service) {
                 std::this_thread::sleep_for(10ms);
             }
             state.counters["clients"] = static_cast<double>(web::statusFeedClients(c));
+            // What the connections themselves hold in the console, before the run.
+            state.counters["rss_clients_MB"] =
+                static_cast<double>(sim::residentKb() - rssAlone) / 1024;
         }
         const long rssBefore = sim::residentKb();
         const double cpuBefore = cpuSeconds();
