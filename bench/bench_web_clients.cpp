@@ -3,8 +3,9 @@
 // 1,000 event-stream clients on the loopback address, held by a process of their own
 // (web_event_clients) so that their reading is not counted as the console's.
 // Figures: the console process's CPU over the run (as the iteration time, and as a share of one
-// core), the resident memory the connections hold and what the run added to it, the longest gap between two ticks, and what the
-// clients got. Reference, in the same run: the same console and starts without the service.
+// core), the resident memory the connections hold and what the run added to it, the longest gap
+// between two ticks, and what the clients got. Reference, in the same run: the same console and
+// starts without the service.
 //
 //   build/bench/bench_web_clients                                   1,000 clients, 60 s
 //   TW_WEB_CLIENTS=1000 TW_WEB_SECONDS=600 build/bench/bench_web_clients
