@@ -2,6 +2,9 @@
 # Builds the libFuzzer targets with clang and runs each for SECONDS (default 30) on its seed corpus.
 # The tag readers and writer, which face the most varied files, get at least 60 s.
 #   scripts/fuzz.sh [SECONDS] [TARGET...]
+# With TW_FUZZ_CHANGED_SINCE=REV the time goes where the parsers changed: a target whose sources
+# (or a header it reads, or that header's own .cpp) changed between REV and HEAD runs as above;
+# every other target replays its seed corpus and fuzzes for TW_FUZZ_BRIEF seconds (default 5).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 secs=${1:-30}
@@ -12,6 +15,30 @@ targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
     mapfile -t targets < <(find build-fuzz/fuzz -maxdepth 1 -type f -name 'fuzz_*' -perm -u+x -printf '%f\n' | sort)
 fi
+# The files of the checkout a target is built from: its objects' sources and headers, and the .cpp
+# beside each header (where the parser behind it lives when it comes in from tw_logic).
+sources_of() {
+    local t=$1 objects
+    mapfile -t objects < <(cd build-fuzz && find "fuzz/CMakeFiles/$t.dir" -name '*.o')
+    ninja -C build-fuzz -t deps "${objects[@]}" | sed -n 's/^    //p' |
+        sed 's|^\([^/]\)|build-fuzz/\1|' | xargs realpath -m --relative-to=. |
+        grep -v -e '^\.\./' -e '^/' -e '^build' |
+        while read -r f; do
+            echo "$f"
+            [[ "$f" == *.h ]] && echo "${f%.h}.cpp"
+        done | sort -u
+}
+declare -A brief=()
+if [ -n "${TW_FUZZ_CHANGED_SINCE:-}" ]; then
+    changed=$(git diff --name-only "$TW_FUZZ_CHANGED_SINCE" HEAD | sort -u)
+    for t in "${targets[@]}"; do
+        if [ -z "$(comm -12 <(sources_of "$t") <(echo "$changed"))" ]; then
+            brief[$t]=1
+        fi
+    done
+    echo "Parsers changed since $TW_FUZZ_CHANGED_SINCE: the full time for" \
+        "$(for t in "${targets[@]}"; do [ -z "${brief[$t]:-}" ] && printf '%s ' "$t"; done)"
+fi
 # One fuzzer per core at a time; each prints its summary, or its whole report when it failed.
 run_one() {
     local t=$1 work seeds run
@@ -19,6 +46,7 @@ run_one() {
     seeds=fuzz/corpus/${t#fuzz_}
     run=$secs
     if [[ "$t" == fuzz_tag_* && "$run" -lt 60 ]]; then run=60; fi
+    if [ -n "${brief[$t]:-}" ]; then run=${TW_FUZZ_BRIEF:-5}; fi
     if "build-fuzz/fuzz/$t" -max_total_time="$run" -timeout=10 -rss_limit_mb=2048 \
         -artifact_prefix="build-fuzz/$t-" "$work" "$seeds" > "$work.log" 2>&1; then
         echo "== $t for ${run}s (seeds: $seeds)"

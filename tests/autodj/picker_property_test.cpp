@@ -47,7 +47,7 @@ struct Track {
 TEST_F(PickerPropertyTest, SeededRotationBuildsKeepThePickersRules) {
     std::vector<Track> tracks;
     for (int i = 0; i < kFiles; ++i) {
-        char file[16];
+        char file[32];
         std::snprintf(file, sizeof file, "f%02d.mp3", i);
         Track t;
         t.artist = i % kArtists;

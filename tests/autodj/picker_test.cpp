@@ -49,7 +49,7 @@ class PickerTest : public StationFixture {
     std::vector<std::string> rock(int n, const std::vector<std::string>& artists) {
         std::vector<std::string> paths;
         for (int i = 0; i < n; ++i) {
-            char name[16];
+            char name[32];
             std::snprintf(name, sizeof name, "t%02d.mp3", i);
             paths.push_back(addTrack("Rock", name,
                                      artists[static_cast<std::size_t>(i) % artists.size()],

@@ -89,7 +89,7 @@ struct Snapshot {
 std::vector<Play> twelvePlays(const Play& onAir) {
     std::vector<Play> plays{onAir};
     for (int i = 1; i < 12; ++i) {
-        char started[32];
+        char started[48];
         std::snprintf(started, sizeof started, "2024-05-17T%02d:%02d:00+02:00", 13 - i / 4,
                       59 - 4 * i);
         plays.push_back({"Track " + std::to_string(i) + " \xe2\x80\x94 \xe6\x9d\xb1\xe4\xba\xac",
