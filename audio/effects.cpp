@@ -140,12 +140,20 @@ class CompressorEffect final : public Effect {
         constexpr float kDbPerOctave = 6.02059991f;
         constexpr float kOctavesPerDb = 1.0f / kDbPerOctave;
         // The delay line takes the frame and gives back the frame of `delay` frames ago.
+        // Without look-ahead that is the frame itself (the line is still written, so that a
+        // look-ahead set later starts from the sound that went before).
         auto emit = [&](std::size_t i, float g) {
-            line[2 * pos] = x[2 * i];
-            line[2 * pos + 1] = x[2 * i + 1];
-            const std::size_t back = (pos + kMaxDelay - delay) % kMaxDelay;
-            x[2 * i] = line[2 * back] * g;
-            x[2 * i + 1] = line[2 * back + 1] * g;
+            const float l = x[2 * i], r = x[2 * i + 1];
+            line[2 * pos] = l;
+            line[2 * pos + 1] = r;
+            if (delay == 0) {
+                x[2 * i] = l * g;
+                x[2 * i + 1] = r * g;
+            } else {
+                const std::size_t back = (pos + kMaxDelay - delay) % kMaxDelay;
+                x[2 * i] = line[2 * back] * g;
+                x[2 * i + 1] = line[2 * back + 1] * g;
+            }
             pos = (pos + 1) % kMaxDelay;
         };
         float peaks[kControl];
