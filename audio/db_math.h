@@ -10,6 +10,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace tw::audio {
 
@@ -67,6 +68,35 @@ inline float exp2Fast(float y) {
     const float p = 1.0f + r * (1.0f + r * (0.5f + r * (1.0f / 6)));
     const float scale = std::bit_cast<float>(static_cast<std::uint32_t>((k >> 6) + 127) << 23);
     return p * db_math_detail::kSixtyFourths[static_cast<std::size_t>(k & 63)] * scale;
+}
+
+// 2^y for each of `n` values in place, four at a time (the compiler's vector types: SSE on x86,
+// NEON on ARM, plain code elsewhere). As exp2Fast, by the series to the sixth power instead of
+// the table: within 1.2e-7.
+inline void exp2Block(float* y, std::size_t n) {
+    using F4 = float __attribute__((vector_size(16)));
+    using I4 = std::int32_t __attribute__((vector_size(16)));
+    std::size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        F4 v;
+        std::memcpy(&v, y + i, sizeof v);
+        v = v > -126.0f ? v : -126.0f;  // a NaN fails the comparison: silence
+        v = v < 127.0f ? v : 127.0f;
+        // v = k + f with k whole and |f| <= 1/2, rounded through a positive sum.
+        const I4 k = __builtin_convertvector(v + 128.5f, I4) - 128;
+        const F4 f = (v - __builtin_convertvector(k, F4)) * 0.693147181f;
+        const F4 p =
+            1.0f +
+            f * (1.0f + f * (0.5f + f * (1.0f / 6 + f * (1.0f / 24 + f * (1.0f / 120 + f / 720)))));
+        const I4 bits = (k + 127) << 23;
+        F4 scale;
+        std::memcpy(&scale, &bits, sizeof scale);
+        v = p * scale;
+        std::memcpy(y + i, &v, sizeof v);
+    }
+    for (; i < n; ++i) {
+        y[i] = exp2Fast(y[i]);
+    }
 }
 
 }  // namespace tw::audio

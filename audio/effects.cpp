@@ -180,6 +180,8 @@ class CompressorEffect final : public Effect {
                 }
             }
         } else {
+            // The reduction frame by frame, then the gains of all the frames at once.
+            float gains[kControl];
             for (std::size_t i = 0; i < frames; ++i) {
                 const float peak = peaks[i];
                 // A peak at or under the threshold asks for no reduction: its level need not be
@@ -191,7 +193,11 @@ class CompressorEffect final : public Effect {
                 }
                 const float k = target > reduction ? attack : release;
                 reduction = target + (reduction - target) * k;
-                emit(i, exp2Fast((makeUp - reduction) * kOctavesPerDb));
+                gains[i] = (makeUp - reduction) * kOctavesPerDb;
+            }
+            exp2Block(gains, frames);
+            for (std::size_t i = 0; i < frames; ++i) {
+                emit(i, gains[i]);
             }
         }
         pos_ = pos;

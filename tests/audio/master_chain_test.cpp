@@ -11,6 +11,7 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "audio/db_math.h"
 #include "tests/audio/master_chain_reference.h"
@@ -98,6 +99,26 @@ TEST(DbMathTest, Exp2IsWithinAFewPartsIn10MillionOfTheLibrarys) {
     }
     EXPECT_EQ(exp2Fast(-1000.0f), std::exp2(-126.0f));
     EXPECT_EQ(exp2Fast(std::nanf("")), std::exp2(-126.0f));
+}
+
+TEST(DbMathTest, Exp2OfABlockIsWithinAFewPartsIn10MillionOfTheLibrarys) {
+    std::vector<float> ys;
+    for (float y = -40.0f; y < 10.0f; y += 0.000731f) {
+        ys.push_back(y);
+    }
+    std::vector<float> out = ys;
+    exp2Block(out.data(), out.size());
+    for (std::size_t i = 0; i < ys.size(); ++i) {
+        ASSERT_NEAR(out[i] / std::exp2(static_cast<double>(ys[i])), 1.0, 4e-7) << ys[i];
+    }
+    // The edges, in the four-wide part and in the tail.
+    for (std::size_t n : {4, 3}) {
+        float edges[4] = {-1000.0f, std::nanf(""), 500.0f, 0.0f};
+        exp2Block(edges, n);
+        EXPECT_EQ(edges[0], std::exp2(-126.0f)) << n;
+        EXPECT_EQ(edges[1], std::exp2(-126.0f)) << n;
+        EXPECT_EQ(edges[2], std::exp2(127.0f)) << n;
+    }
 }
 
 }  // namespace
