@@ -64,6 +64,18 @@ TEST(MasterChainMeasureTest, ATenthOfADbOnTheThresholdIsOutsideTheBound) {
     EXPECT_GT(d.energyDb, kBoundDb);
 }
 
+// The same with a slower compressor that looks 4 ms ahead, as a voice chain sets one.
+TEST(MasterChainLookAheadTest, StaysWithin70DbOfThePerSampleFormsWithALookAhead) {
+    const Compressor ahead{4.0f, 10.0f, 200.0f, -18.0f, 3.0f, 4.0f};
+    for (const auto& in : {signals::speech(10), signals::loudAndSilence(10)}) {
+        EngineMasterChain engine(ahead);
+        ReferenceMasterChain reference(ahead);
+        const Difference d = differenceOf(runChain(engine, in), runChain(reference, in));
+        EXPECT_LE(d.peakDbfs, kBoundDb);
+        EXPECT_LE(d.energyDb, kBoundDb);
+    }
+}
+
 bool subnormal(float v) {
     return std::fpclassify(v) == FP_SUBNORMAL;
 }
