@@ -259,6 +259,26 @@ TEST_F(OfflineEngineTest, AudioMixLevelPacksLeftLowRightHigh) {
     EXPECT_EQ(engine.channelGetLevel(h), 8192u | (16384u << 16));
 }
 
+// The mixer takes a source's frames two at a time; its level is still its loudest frame's,
+// whether that frame is the first of a pair, the second, or the odd one left at a block's end.
+TEST_F(OfflineEngineTest, AudioMixLevelIsTheLoudestFrameOfTheBlockWhereverItIs) {
+    struct Case {
+        std::size_t leftAt, rightAt;
+    };
+    for (const Case c : {Case{6, 9}, Case{9, 6}, Case{14, 0}, Case{0, 14}}) {
+        Pcm pcm = constant(44100, 100, -100, 15);
+        pcm.samples[2 * c.leftAt] = 8192;
+        pcm.samples[2 * c.rightAt + 1] = -16384;
+        const Handle h = wavStream(pcm, "spike" + std::to_string(c.leftAt) + ".wav");
+        ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
+        render(15);
+        EXPECT_EQ(engine.channelGetLevel(h), 8192u | (16384u << 16))
+            << c.leftAt << " " << c.rightAt;
+        EXPECT_EQ(engine.channelGetLevel(mixer), 8192u | (16384u << 16));
+        engine.streamFree(h);
+    }
+}
+
 TEST_F(OfflineEngineTest, AudioMixLevelIsMeasuredBeforeTheMixerVolume) {
     const Handle h = wavStream(constant(44100, 8192, 8192, 44100), "dc.wav");
     ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));

@@ -1,0 +1,137 @@
+// The master chain's effects against the per-sample forms they replace, on speech, music, a sweep,
+// silence and loud passages cut by silence: the engine's output stays within -70 dB of the
+// reference's. The measure is the largest difference of any sample against full scale (it holds
+// for silence too, where there is no signal to compare an error's energy with); for the signals
+// that have energy, the error's energy against the signal's is held to the same bound.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "audio/db_math.h"
+#include "tests/audio/master_chain_reference.h"
+
+namespace tw::audio::test {
+namespace {
+
+constexpr double kBoundDb = -70.0;
+
+struct Material {
+    std::string name;
+    std::function<std::vector<float>()> make;
+};
+
+void PrintTo(const Material& m, std::ostream* os) {
+    *os << m.name;
+}
+
+class MasterChainTest : public ::testing::TestWithParam<Material> {};
+
+TEST_P(MasterChainTest, StaysWithin70DbOfThePerSampleForms) {
+    const std::vector<float> in = GetParam().make();
+    EngineMasterChain engine;
+    ReferenceMasterChain reference;
+    const Difference d = differenceOf(runChain(engine, in), runChain(reference, in));
+    std::printf("%-16s peak error %8.1f dBFS, error energy %8.1f dB\n", GetParam().name.c_str(),
+                d.peakDbfs, d.energyDb);
+    EXPECT_LE(d.peakDbfs, kBoundDb);
+    EXPECT_LE(d.energyDb, kBoundDb);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Signals, MasterChainTest,
+    ::testing::Values(Material{"Speech", [] { return signals::speech(20); }},
+                      Material{"Music", [] { return signals::music(30); }},
+                      Material{"Sweep", [] { return signals::sweep(20); }},
+                      Material{"Silence", [] { return signals::silence(10); }},
+                      Material{"LoudAndSilence", [] { return signals::loudAndSilence(30); }}),
+    [](const ::testing::TestParamInfo<Material>& info) { return info.param.name; });
+
+// The bound means something: a compressor threshold a tenth of a dB away is well outside it.
+TEST(MasterChainMeasureTest, ATenthOfADbOnTheThresholdIsOutsideTheBound) {
+    const std::vector<float> in = signals::music(10);
+    Compressor moved = kMasterCompressor;
+    moved.threshold -= 0.1f;
+    EngineMasterChain engine(moved);
+    ReferenceMasterChain reference;
+    const Difference d = differenceOf(runChain(engine, in), runChain(reference, in));
+    EXPECT_GT(d.peakDbfs, kBoundDb);
+    EXPECT_GT(d.energyDb, kBoundDb);
+}
+
+// The same with a slower compressor that looks 4 ms ahead, as a voice chain sets one.
+TEST(MasterChainLookAheadTest, StaysWithin70DbOfThePerSampleFormsWithALookAhead) {
+    const Compressor ahead{4.0f, 10.0f, 200.0f, -18.0f, 3.0f, 4.0f};
+    for (const auto& in : {signals::speech(10), signals::loudAndSilence(10)}) {
+        EngineMasterChain engine(ahead);
+        ReferenceMasterChain reference(ahead);
+        const Difference d = differenceOf(runChain(engine, in), runChain(reference, in));
+        EXPECT_LE(d.peakDbfs, kBoundDb);
+        EXPECT_LE(d.energyDb, kBoundDb);
+    }
+}
+
+bool subnormal(float v) {
+    return std::fpclassify(v) == FP_SUBNORMAL;
+}
+
+// Left alone, the EQ rings down into subnormal numbers after the sound stops and stays there for
+// as long as the silence lasts (the per-sample forms do, below); the chain gives true zeros
+// instead, so that silence costs no more than sound.
+TEST(MasterChainSilenceTest, AfterTheSoundStopsTheChainGivesZerosNotSubnormals) {
+    std::vector<float> in = signals::music(2);
+    in.resize(in.size() + signals::framesOf(20) * 2, 0.0f);
+    EngineMasterChain engine;
+    ReferenceMasterChain reference;
+    const std::vector<float> out = runChain(engine, in);
+    const std::vector<float> ref = runChain(reference, in);
+    const std::size_t tail = out.size() - signals::framesOf(10) * 2;
+    EXPECT_TRUE(std::any_of(ref.begin() + static_cast<std::ptrdiff_t>(tail), ref.end(), subnormal));
+    for (std::size_t i = tail; i < out.size(); ++i) {
+        ASSERT_EQ(out[i], 0.0f) << "sample " << i;
+    }
+}
+
+TEST(DbMathTest, Log2IsWithinAFewPartsIn10MillionOfTheLibrarys) {
+    for (float x = 1e-9f; x < 4.0f; x *= 1.0001f) {
+        const double exact = std::log2(static_cast<double>(x));
+        ASSERT_NEAR(log2Fast(x), exact, 3e-7 * std::max(1.0, std::fabs(exact))) << x;
+    }
+}
+
+TEST(DbMathTest, Exp2IsWithinAFewPartsIn10MillionOfTheLibrarys) {
+    for (float y = -40.0f; y < 10.0f; y += 0.000731f) {
+        const double exact = std::exp2(static_cast<double>(y));
+        ASSERT_NEAR(exp2Fast(y) / exact, 1.0, 4e-7) << y;
+    }
+    EXPECT_EQ(exp2Fast(-1000.0f), std::exp2(-126.0f));
+    EXPECT_EQ(exp2Fast(std::nanf("")), std::exp2(-126.0f));
+}
+
+TEST(DbMathTest, Exp2OfABlockIsWithinAFewPartsIn10MillionOfTheLibrarys) {
+    std::vector<float> ys;
+    for (float y = -40.0f; y < 10.0f; y += 0.000731f) {
+        ys.push_back(y);
+    }
+    std::vector<float> out = ys;
+    exp2Block(out.data(), out.size());
+    for (std::size_t i = 0; i < ys.size(); ++i) {
+        ASSERT_NEAR(out[i] / std::exp2(static_cast<double>(ys[i])), 1.0, 4e-7) << ys[i];
+    }
+    // The edges, in the four-wide part and in the tail.
+    for (std::size_t n : {4, 3}) {
+        float edges[4] = {-1000.0f, std::nanf(""), 500.0f, 0.0f};
+        exp2Block(edges, n);
+        EXPECT_EQ(edges[0], std::exp2(-126.0f)) << n;
+        EXPECT_EQ(edges[1], std::exp2(-126.0f)) << n;
+        EXPECT_EQ(edges[2], std::exp2(127.0f)) << n;
+    }
+}
+
+}  // namespace
+}  // namespace tw::audio::test
