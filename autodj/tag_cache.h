@@ -1,0 +1,96 @@
+#pragma once
+// The tags the picker reads of each file (artist and history key), kept in memory so that a pick
+// reads from the disk only the files that changed since their tags were last read.
+//
+// A change is known by the kernel's notifications (inotify) on each category folder the picker
+// has walked: a file written, closed after writing, given new attributes, created, deleted or
+// moved loses its entry, and the next pick reads it from the disk as if there were no cache. The
+// watch on a folder is in place before any of its files is looked at, so that no change falls
+// between a read and its watch. When the queue of notifications overflowed, every entry is looked
+// at again at its next use by its stamp (inode, size, times of writing and of change, to the
+// nanosecond); the same check admits the entries read back from the saved file, which covers what
+// changed while the console was not running. A file reached through a symbolic link or with more
+// than one name, whose changes through another path the folder's watch would not see, is never
+// kept. Neither is a file that is missing or empty: those go to the disk at each pick, so the
+// picker fails for them exactly as before.
+//
+// Limits: changes made on another machine to a folder mounted over the network raise no
+// notification here; a file written through a memory map and kept open is seen once it is closed.
+//
+// The entries are saved whole through core::replaceFile in the station's "tags.cache"
+// (tag_cache_file.h) at most every ten minutes after a change and at shut-down; a damaged or
+// foreign file is ignored and the cache built again. The saved file is read at the first pick.
+//
+// Thread contract: console thread only. Nothing here waits: the notification descriptor is read
+// without blocking; the disk work is one stat of the folder per pick, one stat for each entry that
+// must be checked by its stamp, the saved file read once, and its write.
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+
+#include "autodj/tag_cache_file.h"
+
+namespace tw::autodj {
+
+struct CachedTag {
+    std::string artist;
+    std::string mp3Title;
+};
+
+class TagCache {
+  public:
+    // file: the saved cache in the station folder.
+    explicit TagCache(std::string file);
+    ~TagCache();
+    TagCache(const TagCache&) = delete;
+    TagCache& operator=(const TagCache&) = delete;
+
+    // Before a pick walks folder: reads the saved file the first time, applies the notifications
+    // that came, and watches folder (again, if it was replaced since).
+    void beginWalk(const std::string& folder);
+    // Applies the notifications that came since the last look (after the pick let events run).
+    void catchUp();
+    // The tags of folder + name when the file is the one they were read from; nullptr when they
+    // must be read from the disk.
+    const CachedTag* find(const std::string& folder, const std::string& name);
+    // The tags just read from folder + name; st is what the stat before the read gave.
+    void store(const std::string& folder, const std::string& name, const struct stat& st,
+               const std::string& artist, const std::string& mp3Title);
+    // Writes the saved file when an entry was stored since the last write and the last write is
+    // at least ten minutes older than nowSeconds (any steady count of seconds), or at once when
+    // nowSeconds is negative. Returns whether it wrote.
+    bool save(double nowSeconds);
+
+    std::size_t size() const;
+    const std::string& file() const { return file_; }
+
+  private:
+    struct Entry {
+        FileStamp stamp;
+        CachedTag tag;
+        bool checked = false;  // no notification, or its stamp was checked, since it was stored
+    };
+    struct Folder {
+        int watch = -1;
+        dev_t device = 0;
+        ino_t inode = 0;
+        std::unordered_map<std::string, Entry> entries;
+    };
+
+    void load();
+    void applyEvents(const char* bytes, std::size_t size);
+    void uncheckAll();
+
+    std::string file_;
+    int notify_ = -1;
+    bool loaded_ = false;
+    bool dirty_ = false;
+    double lastSave_ = -1;
+    std::unordered_map<std::string, Folder> folders_;
+    std::unordered_map<int, std::string> watched_;  // watch descriptor -> folder
+};
+
+}  // namespace tw::autodj
