@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/inotify.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -19,11 +20,25 @@ constexpr std::uint32_t kWatchMask = IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB | IN
                                      IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF |
                                      IN_MOVE_SELF | IN_ONLYDIR;
 constexpr double kSaveInterval = 600;
+// A change made in the same tick of the file system's clock as the last one leaves the stamp as it
+// was. A stamp is trusted once its time of change is this much older than the present: a change
+// after that shows in it (file systems with whole-second or two-second times included).
+constexpr std::int64_t kSettleNs = 3'000'000'000;
 // A saved file larger than this is not ours.
 constexpr off_t kLargestFile = off_t{1} << 30;
 
 std::int64_t nanoseconds(const timespec& t) {
     return static_cast<std::int64_t>(t.tv_sec) * 1'000'000'000 + t.tv_nsec;
+}
+
+std::int64_t nowNs() {
+    timespec t{};
+    ::clock_gettime(CLOCK_REALTIME, &t);
+    return nanoseconds(t);
+}
+
+bool settled(const FileStamp& stamp, std::int64_t now) {
+    return stamp.changedNs < now - kSettleNs;
 }
 
 FileStamp stampOf(const struct stat& st) {
@@ -123,9 +138,7 @@ void TagCache::beginWalk(const std::string& folder) {
         // The same folder under another name: only the first name is served.
         return;
     }
-    for (auto& [name, e] : f.entries) {
-        e.checked = false;
-    }
+    uncheck(f, nowNs());
     f.watch = watch;
     f.device = st.st_dev;
     f.inode = st.st_ino;
@@ -180,11 +193,18 @@ void TagCache::applyEvents(const char* bytes, std::size_t size) {
     }
 }
 
+void TagCache::uncheck(Folder& f, std::int64_t now) {
+    // An entry whose stamp is too young to tell a change is read again.
+    std::erase_if(f.entries, [now](const auto& item) { return !settled(item.second.stamp, now); });
+    for (auto& [name, e] : f.entries) {
+        e.checked = false;
+    }
+}
+
 void TagCache::uncheckAll() {
+    const std::int64_t now = nowNs();
     for (auto& [folder, f] : folders_) {
-        for (auto& [name, e] : f.entries) {
-            e.checked = false;
-        }
+        uncheck(f, now);
     }
 }
 
@@ -230,11 +250,18 @@ bool TagCache::save(double nowSeconds) {
     if (!dirty_ || (nowSeconds >= 0 && lastSave_ >= 0 && nowSeconds - lastSave_ < kSaveInterval)) {
         return false;
     }
+    // Entries whose stamp cannot yet tell a change are left for a later save.
+    const std::int64_t now = nowNs();
     std::vector<SavedTag> records;
     records.reserve(size());
+    bool left = false;
     for (const auto& [folder, f] : folders_) {
         for (const auto& [name, e] : f.entries) {
-            records.push_back({folder, name, e.stamp, e.tag.artist, e.tag.mp3Title});
+            if (settled(e.stamp, now)) {
+                records.push_back({folder, name, e.stamp, e.tag.artist, e.tag.mp3Title});
+            } else {
+                left = true;
+            }
         }
     }
     // A lost write costs only reads at the next start, so the disk is not waited for; a write
@@ -244,7 +271,7 @@ bool TagCache::save(double nowSeconds) {
                            core::Durability::kUnsynced)) {
         return false;
     }
-    dirty_ = false;
+    dirty_ = left;
     return true;
 }
 

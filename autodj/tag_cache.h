@@ -14,6 +14,10 @@
 // kept. Neither is a file that is missing or empty: those go to the disk at each pick, so the
 // picker fails for them exactly as before.
 //
+// A stamp is trusted only once the file's time of change is three seconds old: a change within
+// the same tick of the file system's clock would not show in it. Younger entries are neither saved
+// nor kept through an overflow.
+//
 // Limits: changes made on another machine to a folder mounted over the network raise no
 // notification here; a file written through a memory map and kept open is seen once it is closed.
 //
@@ -82,6 +86,8 @@ class TagCache {
 
     void load();
     void applyEvents(const char* bytes, std::size_t size);
+    // Every entry of f (of every folder) must be checked by its stamp before its next use.
+    static void uncheck(Folder& f, std::int64_t now);
     void uncheckAll();
 
     std::string file_;
