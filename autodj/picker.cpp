@@ -44,17 +44,14 @@ struct stat checkCandidateFile(const std::string& path) {
 
 // The artist and history key of a candidate: from the tag cache when the file has not changed
 // since they were read, otherwise checked and read from the disk (through the console's tag
-// object) as a pick without the cache does.
-void readCandidate(core::Console& c, TagCache* cache, const std::string& name,
-                   const std::string& path, std::int32_t& state, std::string& artist,
-                   std::string& mp3Title) {
+// object) as a pick without the cache does, into fromDisk.
+const CachedTag& readCandidate(core::Console& c, TagCache* cache, const std::string& name,
+                               const std::string& path, std::int32_t& state, CachedTag& fromDisk) {
+    const std::string_view folder(path.data(), path.size() - name.size());
     if (cache) {
-        if (const CachedTag* known = cache->find(c.AppFolder + c.activeDirectory, name)) {
-            state = 4;
-            artist = known->artist;
-            mp3Title = known->mp3Title;
+        if (const CachedTag* known = cache->find(folder, name)) {
             state = 5;
-            return;
+            return *known;
         }
     }
     const struct stat st = checkCandidateFile(path);
@@ -64,10 +61,11 @@ void readCandidate(core::Console& c, TagCache* cache, const std::string& name,
     c.id3->returnID3Tag(data);
     state = 5;
     if (cache) {
-        cache->store(c.AppFolder + c.activeDirectory, name, st, data.Artist, data.mp3Title);
+        cache->store(folder, name, st, data.Artist, data.mp3Title);
     }
-    artist = std::move(data.Artist);
-    mp3Title = std::move(data.mp3Title);
+    fromDisk.artist = std::move(data.Artist);
+    fromDisk.mp3Title = std::move(data.mp3Title);
+    return fromDisk;
 }
 
 const std::string& fileNameAt(core::Console& c, std::int32_t index) {
@@ -133,8 +131,7 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         if (cache) {
             cache->beginWalk(c.AppFolder + c.activeDirectory);
         }
-        std::string artist;
-        std::string mp3Title;
+        CachedTag fromDisk;
         for (;;) {
             if (c.listLoading) {
                 // A rotation is being read: the pick gives up and leaves pickInProgress set.
@@ -143,9 +140,10 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             const std::int32_t candidate = order[position++];
             const std::string& name = fileNameAt(c, candidate);
             candidatePath = c.AppFolder + c.activeDirectory + name;
-            readCandidate(c, cache, name, candidatePath, state, artist, mp3Title);
+            const CachedTag& tag = readCandidate(c, cache, name, candidatePath, state, fromDisk);
+            std::string artist = tag.artist;
             const std::string artistKey = makeArtist(artist);
-            const std::string trackLast = readHistory(c, mp3Title, kLastPlayed, "none");
+            const std::string trackLast = readHistory(c, tag.mp3Title, kLastPlayed, "none");
             const std::string artistLast = readHistory(c, artistKey, kLastPlayed, "none");
 
             std::int32_t trackAge = 0;

@@ -126,6 +126,8 @@ void TagCache::beginWalk(const std::string& folder) {
         return;
     }
     Folder& f = folders_[folder];
+    walkName_ = folder;
+    walk_ = &f;
     if (f.watch >= 0) {
         return;
     }
@@ -208,19 +210,29 @@ void TagCache::uncheckAll() {
     }
 }
 
-const CachedTag* TagCache::find(const std::string& folder, const std::string& name) {
-    const auto fit = folders_.find(folder);
-    if (fit == folders_.end() || fit->second.watch < 0) {
+TagCache::Folder* TagCache::watchedFolder(std::string_view folder) {
+    Folder* f = nullptr;
+    if (walk_ && folder == walkName_) {
+        f = walk_;
+    } else if (const auto it = folders_.find(std::string(folder)); it != folders_.end()) {
+        f = &it->second;
+    }
+    return f && f->watch >= 0 ? f : nullptr;
+}
+
+const CachedTag* TagCache::find(std::string_view folder, const std::string& name) {
+    Folder* const f = watchedFolder(folder);
+    if (!f) {
         return nullptr;
     }
-    auto& entries = fit->second.entries;
+    auto& entries = f->entries;
     const auto it = entries.find(name);
     if (it == entries.end()) {
         return nullptr;
     }
     if (!it->second.checked) {
         struct stat st {};
-        if (::lstat((folder + name).c_str(), &st) != 0 || !keepable(st) ||
+        if (::lstat((std::string(folder) + name).c_str(), &st) != 0 || !keepable(st) ||
             !(stampOf(st) == it->second.stamp)) {
             entries.erase(it);
             return nullptr;
@@ -230,19 +242,19 @@ const CachedTag* TagCache::find(const std::string& folder, const std::string& na
     return &it->second.tag;
 }
 
-void TagCache::store(const std::string& folder, const std::string& name, const struct stat& st,
+void TagCache::store(std::string_view folder, const std::string& name, const struct stat& st,
                      const std::string& artist, const std::string& mp3Title) {
-    const auto fit = folders_.find(folder);
-    if (fit == folders_.end() || fit->second.watch < 0 || !keepable(st)) {
+    Folder* const f = watchedFolder(folder);
+    if (!f || !keepable(st)) {
         return;
     }
     // The stat before the read followed links: the name itself must be the file.
     struct stat own {};
-    if (::lstat((folder + name).c_str(), &own) != 0 || !keepable(own) || own.st_ino != st.st_ino ||
-        own.st_dev != st.st_dev) {
+    if (::lstat((std::string(folder) + name).c_str(), &own) != 0 || !keepable(own) ||
+        own.st_ino != st.st_ino || own.st_dev != st.st_dev) {
         return;
     }
-    fit->second.entries[name] = {stampOf(st), {artist, mp3Title}, true};
+    f->entries[name] = {stampOf(st), {artist, mp3Title}, true};
     dirty_ = true;
 }
 

@@ -33,6 +33,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "autodj/tag_cache_file.h"
@@ -58,10 +59,10 @@ class TagCache {
     // Applies the notifications that came since the last look (after the pick let events run).
     void catchUp();
     // The tags of folder + name when the file is the one they were read from; nullptr when they
-    // must be read from the disk.
-    const CachedTag* find(const std::string& folder, const std::string& name);
+    // must be read from the disk. Valid until the next call of any other member.
+    const CachedTag* find(std::string_view folder, const std::string& name);
     // The tags just read from folder + name; st is what the stat before the read gave.
-    void store(const std::string& folder, const std::string& name, const struct stat& st,
+    void store(std::string_view folder, const std::string& name, const struct stat& st,
                const std::string& artist, const std::string& mp3Title);
     // Writes the saved file when an entry was stored since the last write and the last write is
     // at least ten minutes older than nowSeconds (any steady count of seconds), or at once when
@@ -85,6 +86,8 @@ class TagCache {
     };
 
     void load();
+    // The folder of that name that has a watch, or nullptr; the walk's own is found first.
+    Folder* watchedFolder(std::string_view folder);
     void applyEvents(const char* bytes, std::size_t size);
     // Every entry of f (of every folder) must be checked by its stamp before its next use.
     static void uncheck(Folder& f, std::int64_t now);
@@ -97,6 +100,8 @@ class TagCache {
     double lastSave_ = -1;
     std::unordered_map<std::string, Folder> folders_;
     std::unordered_map<int, std::string> watched_;  // watch descriptor -> folder
+    std::string walkName_;                          // the folder of the last beginWalk
+    Folder* walk_ = nullptr;                        // and its record (never erased)
 };
 
 }  // namespace tw::autodj

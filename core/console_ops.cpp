@@ -295,11 +295,16 @@ void refreshFileList(Element& list) {
             names.push_back(folders ? it->path().string() : name);
         }
     }
-    std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
-        std::string la = toLower(a), lb = toLower(b);
-        return la != lb ? la < lb : a < b;
-    });
+    // Each name lowered once, not at every comparison: a category holds 100,000 files.
+    std::vector<std::pair<std::string, std::string>> keyed;
+    keyed.reserve(names.size());
     for (auto& n : names) {
+        std::string lower = toLower(n);
+        keyed.emplace_back(std::move(lower), std::move(n));
+    }
+    std::sort(keyed.begin(), keyed.end());
+    list.items.reserve(keyed.size());
+    for (auto& [lower, n] : keyed) {
         list.items.push_back({std::move(n), 0, {}, false});
     }
 }
