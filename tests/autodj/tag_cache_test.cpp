@@ -175,6 +175,27 @@ TEST_F(TagCacheTest, ANewFileIsACandidateAtTheNextPick) {
     EXPECT_EQ(pickWithoutCache(), t02);
 }
 
+// The folder's watch sees no change made to a file through a name in another folder: such files
+// are read from the disk at every pick.
+TEST_F(TagCacheTest, AFileBehindALinkOrWithASecondNameIsReadAtEveryPick) {
+    const fs::path outside = dir / "outside";
+    fs::create_directories(outside);
+    fs::rename(t00, outside / "target.mp3");
+    fs::create_symlink(outside / "target.mp3", t00);
+    fs::create_hard_link(t01, outside / "second-name.mp3");
+    ASSERT_EQ(pick(), t01);
+    rewriteInPlace((outside / "target.mp3").string(), "A", "Song 9");
+    EXPECT_EQ(pick(), t00);
+    rewriteInPlace((outside / "target.mp3").string(), "A", "Song 0");
+    ASSERT_EQ(pick(), t01);
+    // t01 under its second name: "Song 7", never played, against t00's hour-old "Song 0".
+    setHistory("A - Song 0", "LastPlayed", dateText(-3.0));
+    rewriteInPlace((outside / "second-name.mp3").string(), "B", "Song 7");
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(pickWithoutCache(), t01);
+    EXPECT_EQ(cache().size(), 0u);
+}
+
 TEST_F(TagCacheTest, ChangesLostToAFullNotificationQueueAreFoundByTheFilesStamps) {
     settle();
     ASSERT_EQ(pick(), t01);
