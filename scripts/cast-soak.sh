@@ -5,5 +5,5 @@
 #   scripts/cast-soak.sh    (needs a build in build/)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-TW_CAST_SOAK=1 TARNWAVE_AUDIO=null build/tests/app/app_cast_scenario_test \
+TW_CAST_SOAK=1 TARNWAVE_AUDIO=null build/tests/test_env.sh build/tests/app/tests_app \
     --gtest_filter='CastScenario.Soak*' 2>&1 | grep -E "SOAK|OK|FAILED|Failure|Expected|Which"

@@ -5,10 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=build-tsan
-TW_BUILD_TARGETS="audio_engine_test audio_realtime_test audio_encode_test audio_cast_protocol_test \
-    audio_effects_test audio_record_test autodj_cue_points_test core_worker_test \
-    autodj_library_jobs_test reporting_statistics_test media_loudness_library_test \
-    audio_loudness_meter_test web_status_service_test web_status_feed_test" \
+# The tests of a folder are one program (tests_<folder>); the regex below picks the threaded ones.
+TW_BUILD_TARGETS="tests_audio audio_realtime_test tests_core tests_autodj tests_reporting tests_media tests_web" \
     scripts/build.sh "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTW_TSAN=ON -DTW_BUILD_VIEW=OFF \
     -DTW_BUILD_BENCH=OFF
 export TARNWAVE_AUDIO=null

@@ -18,7 +18,7 @@
 namespace tw {
 namespace {
 
-core::DateValue startDate() {
+core::DateValue commandsStart() {
     core::DateValue d = 0;
     EXPECT_TRUE(core::parseDate("2026-11-02 06:00:00", d));
     return d;
@@ -50,7 +50,7 @@ std::int16_t sampleAt(const std::string& wav, std::size_t index) {
 TEST(SimulatorStationCommands, RotationWritesOneRecordPerCategoryAndLeavesTheGridAsItWas) {
     test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
-    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), commandsStart(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     auto& grid = sim.console().form().lstRotation;
     core::GridRow shown;
@@ -76,7 +76,7 @@ TEST(SimulatorStationCommands, RotationWritesOneRecordPerCategoryAndLeavesTheGri
 TEST(SimulatorStationCommands, RotationKeepsAGivenExtensionAndNeedsACategory) {
     test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
-    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), commandsStart(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     EXPECT_NE(run(sim, "rotation Lonely"), "");
     ASSERT_EQ(run(sim, "rotation Night.rot Blues"), "");
@@ -87,7 +87,7 @@ TEST(SimulatorStationCommands, RotationKeepsAGivenExtensionAndNeedsACategory) {
 TEST(SimulatorStationCommands, CategoryMakesTheFolderThroughTheCreateAction) {
     test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
-    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), commandsStart(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     ASSERT_EQ(run(sim, "category Swing"), "");
     EXPECT_TRUE(std::filesystem::is_directory(dir / "Music/Swing"));
@@ -104,7 +104,7 @@ TEST(SimulatorStationCommands, CategoryMakesTheFolderThroughTheCreateAction) {
 TEST(SimulatorStationCommands, RecordNeedsAnEngineThatRendersOffline) {
     test::ScopedHome home;  // the simulator's desktop trash is in it
     test::TempDir dir;
-    sim::Simulator sim(dir.str(), startDate(), std::make_unique<audio::NullEngine>());
+    sim::Simulator sim(dir.str(), commandsStart(), std::make_unique<audio::NullEngine>());
     ASSERT_EQ(run(sim, "load"), "");
     EXPECT_NE(run(sim, "record " + (dir / "mix.wav").string() + " 1"), "");
     EXPECT_NE(run(sim, "record only-a-file"), "");
@@ -125,7 +125,7 @@ TEST(SimulatorStationCommands, RecordWritesTheMixersBusAsSixteenBitStereo) {
     const auto station = dir / "station";
     std::filesystem::create_directories(station);
 
-    sim::Simulator sim(station.string(), startDate(),
+    sim::Simulator sim(station.string(), commandsStart(),
                        std::make_unique<audio::MixEngine>(audio::EngineMode::Offline));
     ASSERT_TRUE(sim.rendersMix());
     ASSERT_EQ(run(sim, "load"), "");

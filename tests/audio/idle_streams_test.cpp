@@ -13,7 +13,7 @@
 namespace tw::audio::test {
 namespace {
 
-constexpr int kRate = 44100;
+constexpr int kFileRate = 44100;
 
 // Far past the 4,095 slots of a handle table.
 constexpr int kManyTimes = 5000;
@@ -23,16 +23,16 @@ class IdleStreamsTest : public OfflineEngineTest {
     void SetUp() override {
         OfflineEngineTest::SetUp();
         const auto voice = dir.path() / "voice.wav";
-        writeWav(voice, sine(kRate, 2, 1000, 0.5, kRate));
+        writeWav(voice, sine(kFileRate, 2, 1000, 0.5, kFileRate));
         engine.useCapture(simulatedCapture(voice.string()));
         ASSERT_TRUE(engine.recordInit(-1)) << engine.errorGetCode();
-        writeWav(dir.path() / "short.wav", constant(kRate, 1000, 1000, 256));
+        writeWav(dir.path() / "short.wav", constant(kFileRate, 1000, 1000, 256));
     }
 
     // The microphone as the console opens and closes it: a new paused record channel into the
     // mix, played, and at the close taken out of the mix, neither stopped nor freed.
     Handle openAndCloseMicrophone() {
-        const Handle mic = engine.recordStart(kRate, 2, kRecordPause, nullptr);
+        const Handle mic = engine.recordStart(kFileRate, 2, kRecordPause, nullptr);
         EXPECT_NE(mic, 0u) << "error " << engine.errorGetCode();
         EXPECT_TRUE(engine.mixerAddChannel(mixer, mic, 0));
         EXPECT_TRUE(engine.channelPlay(mic, false));
@@ -69,8 +69,8 @@ TEST_F(IdleStreamsTest, ClosedMicrophonesNeverRunTheHandlesOut) {
     EXPECT_EQ(engine.channelIsActive(last), kPlaying);
     EXPECT_TRUE(engine.mixerAddChannel(mixer, last, 0));
     std::vector<float> bus;
-    render(kRate / 4, bus);
-    EXPECT_GT(rms(bus, 0, kRate / 20, kRate / 4), 0.3);
+    render(kFileRate / 4, bus);
+    EXPECT_GT(rms(bus, 0, kFileRate / 20, kFileRate / 4), 0.3);
     // The first one is gone: a stale handle, harmless.
     EXPECT_EQ(engine.channelIsActive(first), kStopped);
     EXPECT_FALSE(engine.mixerAddChannel(mixer, first, 0));
@@ -107,7 +107,7 @@ TEST_F(IdleStreamsTest, PreviewsThatPlayedOutNeverRunTheHandlesOut) {
 
 TEST_F(IdleStreamsTest, StoppedPreviewsNeverRunTheHandlesOut) {
     int ends = 0;
-    writeWav(dir.path() / "long.wav", constant(kRate, 1000, 1000, kRate * 5));
+    writeWav(dir.path() / "long.wav", constant(kFileRate, 1000, 1000, kFileRate * 5));
     const std::size_t before = liveHandles();
     Handle first = 0;
     for (int i = 0; i < kManyTimes; ++i) {
@@ -129,17 +129,18 @@ TEST_F(IdleStreamsTest, StoppedPreviewsNeverRunTheHandlesOut) {
 TEST_F(IdleStreamsTest, LoadedStreamsAndTakesBeingRecordedAreNeverTakenForIdle) {
     // A player's next track waits as a decoding stream outside the mix; a take records through a
     // callback outside the mix. Neither is idle, however many previews end meanwhile.
-    const Handle next = wavStream(constant(kRate, 1000, 1000, kRate), "next.wav");
+    const Handle next = wavStream(constant(kFileRate, 1000, 1000, kFileRate), "next.wav");
     int blocks = 0;
     const Handle take = engine.recordStart(
-        kRate, 2, 0, [&blocks](Handle, const std::int16_t*, std::size_t) { return ++blocks > 0; });
+        kFileRate, 2, 0,
+        [&blocks](Handle, const std::int16_t*, std::size_t) { return ++blocks > 0; });
     ASSERT_NE(take, 0u);
     int ends = 0;
     for (int i = 0; i < 100; ++i) {
         preview(ends);
         render(1024);
     }
-    EXPECT_EQ(engine.channelGetLength(next), kRate * 4);
+    EXPECT_EQ(engine.channelGetLength(next), kFileRate * 4);
     EXPECT_EQ(engine.channelIsActive(take), kPlaying);
     const int seen = blocks;
     render(1024);

@@ -15,7 +15,7 @@
 namespace tw::audio::test {
 namespace {
 
-constexpr int kRate = 44100;
+constexpr int kRecordRate = 44100;
 constexpr double kAmp = 0.5;
 
 class RecordTest : public OfflineEngineTest {
@@ -23,7 +23,7 @@ class RecordTest : public OfflineEngineTest {
     void SetUp() override {
         OfflineEngineTest::SetUp();
         const auto voice = dir.path() / "voice.wav";
-        writeWav(voice, sine(kRate, 2, 1000, kAmp, kRate));
+        writeWav(voice, sine(kRecordRate, 2, 1000, kAmp, kRecordRate));
         engine.useCapture(simulatedCapture(voice.string()));
         ASSERT_TRUE(engine.recordInit(-1)) << engine.errorGetCode();
     }
@@ -55,86 +55,87 @@ TEST_F(RecordTest, SimulatedDeviceHasOneDeviceWithOneInputNamedAfterIt) {
 
 TEST_F(RecordTest, WithoutACaptureDeviceRecordingIsNotAvailable) {
     MixEngine bare{EngineMode::Offline};
-    ASSERT_TRUE(bare.init(0, kRate, 0));
+    ASSERT_TRUE(bare.init(0, kRecordRate, 0));
     bare.useCapture(nullptr);
     RecordDeviceInfo info;
     EXPECT_FALSE(bare.recordGetDeviceInfo(0, info));
     EXPECT_FALSE(bare.recordInit(-1));
-    EXPECT_EQ(bare.recordStart(kRate, 2, 0, nullptr), 0u);
+    EXPECT_EQ(bare.recordStart(kRecordRate, 2, 0, nullptr), 0u);
     EXPECT_EQ(bare.errorGetCode(), kErrorInit);
 }
 
 TEST_F(RecordTest, PausedRecordChannelInTheMixerIsSilentUntilPlayed) {
-    const Handle mic = engine.recordStart(kRate, 2, kRecordPause, nullptr);
+    const Handle mic = engine.recordStart(kRecordRate, 2, kRecordPause, nullptr);
     ASSERT_NE(mic, 0u);
     EXPECT_EQ(engine.channelIsActive(mic), kPaused);
     ASSERT_TRUE(engine.mixerAddChannel(mixer, mic, 0));
     std::vector<float> bus;
-    render(kRate / 4, bus);
+    render(kRecordRate / 4, bus);
     EXPECT_LT(rms(bus, 0, 0, bus.size() / 2), 1e-6);
     ASSERT_TRUE(engine.channelPlay(mic, false));
     EXPECT_EQ(engine.channelIsActive(mic), kPlaying);
-    render(kRate / 2, bus);
+    render(kRecordRate / 2, bus);
     // The sine at 0.5 has an RMS of 0.354 once the live audio flows (after a block or two).
-    EXPECT_NEAR(rms(bus, 0, kRate / 10, kRate / 2), kAmp / std::sqrt(2.0), 0.01);
-    EXPECT_NEAR(frequency(bus, 0, kRate / 10, kRate / 2, kRate), 1000, 5);
+    EXPECT_NEAR(rms(bus, 0, kRecordRate / 10, kRecordRate / 2), kAmp / std::sqrt(2.0), 0.01);
+    EXPECT_NEAR(frequency(bus, 0, kRecordRate / 10, kRecordRate / 2, kRecordRate), 1000, 5);
 }
 
 TEST_F(RecordTest, RecordChannelVolumeAndEffectsWorkInTheMixer) {
-    const Handle mic = engine.recordStart(kRate, 2, 0, nullptr);
+    const Handle mic = engine.recordStart(kRecordRate, 2, 0, nullptr);
     ASSERT_TRUE(engine.mixerAddChannel(mixer, mic, 0));
     ASSERT_TRUE(engine.channelSetAttribute(mic, kAttribVol, 0.5f));
     std::vector<float> bus;
-    render(kRate / 2, bus);
-    EXPECT_NEAR(rms(bus, 0, kRate / 10, kRate / 2), kAmp / 2 / std::sqrt(2.0), 0.01);
+    render(kRecordRate / 2, bus);
+    EXPECT_NEAR(rms(bus, 0, kRecordRate / 10, kRecordRate / 2), kAmp / 2 / std::sqrt(2.0), 0.01);
     const Handle eq = engine.channelSetFX(mic, kFxParamEq, 0);
     ASSERT_TRUE(engine.fxSetParameters(eq, ParamEq{1000, 4, 6}));
-    render(kRate / 2, bus);
-    EXPECT_NEAR(toDb(rms(bus, 0, kRate / 10, kRate / 2) / (kAmp / 2 / std::sqrt(2.0))), 6, 0.3);
+    render(kRecordRate / 2, bus);
+    EXPECT_NEAR(toDb(rms(bus, 0, kRecordRate / 10, kRecordRate / 2) / (kAmp / 2 / std::sqrt(2.0))), 6,
+                0.3);
 }
 
 TEST_F(RecordTest, ChannelTakenOutOfTheMixKeepsRecordingButHoldsNoAudio) {
-    const Handle mic = engine.recordStart(kRate, 2, 0, nullptr);
+    const Handle mic = engine.recordStart(kRecordRate, 2, 0, nullptr);
     ASSERT_TRUE(engine.mixerAddChannel(mixer, mic, 0));
-    render(kRate / 4);
+    render(kRecordRate / 4);
     ASSERT_TRUE(engine.mixerChannelRemove(mic));
     EXPECT_EQ(engine.channelIsActive(mic), kPlaying);
     std::vector<float> bus;
-    render(kRate / 4, bus);
-    EXPECT_LT(rms(bus, 0, 0, kRate / 4), 1e-6);
+    render(kRecordRate / 4, bus);
+    EXPECT_LT(rms(bus, 0, 0, kRecordRate / 4), 1e-6);
     // Back in the mix it is live at once, without the audio of the time it was out.
     ASSERT_TRUE(engine.mixerAddChannel(mixer, mic, 0));
-    render(kRate / 4, bus);
-    EXPECT_NEAR(rms(bus, 0, kRate / 20, kRate / 4), kAmp / std::sqrt(2.0), 0.01);
+    render(kRecordRate / 4, bus);
+    EXPECT_NEAR(rms(bus, 0, kRecordRate / 20, kRecordRate / 4), kAmp / std::sqrt(2.0), 0.01);
 }
 
 TEST_F(RecordTest, CallbackGetsEverySampleAfterEffectsAndVolume) {
     std::vector<std::int16_t> got;
-    const Handle rec = engine.recordStart(kRate, 2, kRecordPause,
+    const Handle rec = engine.recordStart(kRecordRate, 2, kRecordPause,
                                           [&got](Handle, const std::int16_t* s, std::size_t n) {
                                               got.insert(got.end(), s, s + n);
                                               return true;
                                           });
     ASSERT_NE(rec, 0u);
-    render(kRate / 10);
+    render(kRecordRate / 10);
     EXPECT_TRUE(got.empty());  // paused: nothing is recorded
     ASSERT_TRUE(engine.channelPlay(rec, false));
-    render(kRate / 2);
-    EXPECT_EQ(got.size(), static_cast<std::size_t>(kRate / 2) * 2);
+    render(kRecordRate / 2);
+    EXPECT_EQ(got.size(), static_cast<std::size_t>(kRecordRate / 2) * 2);
     EXPECT_NEAR(peak(got, 0, got.size()), kAmp, 0.01);
     ASSERT_TRUE(engine.channelSetAttribute(rec, kAttribVol, 0.5f));
     const Handle eq = engine.channelSetFX(rec, kFxParamEq, 0);
     ASSERT_NE(eq, 0u);
     ASSERT_TRUE(engine.fxSetParameters(eq, ParamEq{1000, 4, 6}));
     const std::size_t before = got.size();
-    render(kRate / 2);
+    render(kRecordRate / 2);
     // -6 dB of volume and +6 dB at the centre: the sine comes out as it went in.
-    EXPECT_NEAR(peak(got, before + kRate / 5, got.size()), kAmp, 0.02);
+    EXPECT_NEAR(peak(got, before + kRecordRate / 5, got.size()), kAmp, 0.02);
     EXPECT_NE(engine.channelGetLevel(rec), 0u);
     ASSERT_TRUE(engine.channelRemoveFX(rec, eq));
     ASSERT_TRUE(engine.channelStop(rec));
     const std::size_t stopped = got.size();
-    render(kRate / 4);
+    render(kRecordRate / 4);
     EXPECT_EQ(got.size(), stopped);
     EXPECT_EQ(engine.channelIsActive(rec), kStopped);
 }
@@ -142,15 +143,16 @@ TEST_F(RecordTest, CallbackGetsEverySampleAfterEffectsAndVolume) {
 TEST_F(RecordTest, CallbackReturningFalseStopsTheRecording) {
     int calls = 0;
     const Handle rec = engine.recordStart(
-        kRate, 2, 0, [&calls](Handle, const std::int16_t*, std::size_t) { return ++calls < 3; });
-    render(kRate);
+        kRecordRate, 2, 0,
+        [&calls](Handle, const std::int16_t*, std::size_t) { return ++calls < 3; });
+    render(kRecordRate);
     EXPECT_EQ(calls, 3);
     EXPECT_EQ(engine.channelIsActive(rec), kStopped);
 }
 
 TEST_F(RecordTest, InputVolumeAndSwitches) {
     std::vector<std::int16_t> got;
-    engine.recordStart(kRate, 2, 0, [&got](Handle, const std::int16_t* s, std::size_t n) {
+    engine.recordStart(kRecordRate, 2, 0, [&got](Handle, const std::int16_t* s, std::size_t n) {
         got.insert(got.end(), s, s + n);
         return true;
     });
@@ -158,24 +160,24 @@ TEST_F(RecordTest, InputVolumeAndSwitches) {
     float volume = 0;
     EXPECT_EQ(engine.recordGetInput(0, volume), 0);
     EXPECT_FLOAT_EQ(volume, 0.5f);
-    render(kRate / 4);
+    render(kRecordRate / 4);
     EXPECT_NEAR(peak(got, 0, got.size()), kAmp / 2, 0.01);
     ASSERT_TRUE(engine.recordSetInput(0, kRecordInputOff, -1.0f));
     EXPECT_EQ(engine.recordGetInput(0, volume), static_cast<int>(kRecordInputOff));
     // Past the take's limiter, which still gives out the last moments heard before.
     std::size_t from = got.size() + 2 * PeakLimiter::kLookAheadFrames;
-    render(kRate / 4);
+    render(kRecordRate / 4);
     EXPECT_EQ(peak(got, from, got.size()), 0.0);  // every input off: the device hears nothing
     EXPECT_FALSE(engine.recordSetInput(1, kRecordInputOn, 1.0f));  // there is no second input
     ASSERT_TRUE(engine.recordSetInput(0, kRecordInputOn, 1.0f));
     from = got.size();
-    render(kRate / 4);
+    render(kRecordRate / 4);
     EXPECT_NEAR(peak(got, from, got.size()), kAmp, 0.01);
 }
 
 TEST_F(RecordTest, RecordFreeEndsEveryRecordChannel) {
-    const Handle a = engine.recordStart(kRate, 2, 0, nullptr);
-    const Handle b = engine.recordStart(kRate, 2, 0, nullptr);
+    const Handle a = engine.recordStart(kRecordRate, 2, 0, nullptr);
+    const Handle b = engine.recordStart(kRecordRate, 2, 0, nullptr);
     ASSERT_TRUE(engine.mixerAddChannel(mixer, a, 0));
     ASSERT_TRUE(engine.recordFree());
     EXPECT_EQ(engine.channelIsActive(a), kStopped);
@@ -183,20 +185,20 @@ TEST_F(RecordTest, RecordFreeEndsEveryRecordChannel) {
     EXPECT_FALSE(engine.channelPlay(b, false));
     EXPECT_FALSE(engine.recordFree());
     EXPECT_EQ(engine.errorGetCode(), kErrorInit);
-    EXPECT_EQ(engine.recordStart(kRate, 2, 0, nullptr), 0u);
+    EXPECT_EQ(engine.recordStart(kRecordRate, 2, 0, nullptr), 0u);
 }
 
 TEST_F(RecordTest, FreedRecordChannelGetsNoMoreCallbacks) {
     int calls = 0;
     const Handle rec =
-        engine.recordStart(kRate, 2, 0, [&calls](Handle, const std::int16_t*, std::size_t) {
+        engine.recordStart(kRecordRate, 2, 0, [&calls](Handle, const std::int16_t*, std::size_t) {
             ++calls;
             return true;
         });
-    render(kRate / 10);
+    render(kRecordRate / 10);
     ASSERT_TRUE(engine.streamFree(rec));
     const int before = calls;
-    render(kRate / 10);
+    render(kRecordRate / 10);
     EXPECT_EQ(calls, before);
 }
 
@@ -208,14 +210,14 @@ TEST_F(RecordTest, OnlyCdFormatIsRecorded) {
 TEST(RecordDeviceTest, LiveMicrophoneReachesTheMixInRealTime) {
     tw::test::TempDir dir;
     const auto voice = dir.path() / "voice.wav";
-    writeWav(voice, sine(kRate, 1, 440, kAmp, kRate));
+    writeWav(voice, sine(kRecordRate, 1, 440, kAmp, kRecordRate));
     MixEngine engine{EngineMode::SilentDevice};
     engine.useCapture(simulatedCapture(voice.string()));
-    ASSERT_TRUE(engine.init(0, kRate, 0));
-    const Handle mixer = engine.mixerStreamCreate(kRate, 2, 0);
+    ASSERT_TRUE(engine.init(0, kRecordRate, 0));
+    const Handle mixer = engine.mixerStreamCreate(kRecordRate, 2, 0);
     ASSERT_TRUE(engine.channelPlay(mixer, false));
     ASSERT_TRUE(engine.recordInit(-1));
-    const Handle mic = engine.recordStart(kRate, 2, 0, nullptr);
+    const Handle mic = engine.recordStart(kRecordRate, 2, 0, nullptr);
     ASSERT_TRUE(engine.mixerAddChannel(mixer, mic, 0));
     // The mixer's level shows the microphone within a few blocks.
     std::uint32_t level = 0;

@@ -13,7 +13,7 @@
 namespace tw::test {
 namespace {
 
-constexpr double kHour = 1.0 / 24;
+constexpr double kOneHour = 1.0 / 24;
 
 class HistoryTest : public StationFixture {
   protected:
@@ -33,10 +33,10 @@ TEST_F(HistoryTest, LifeOfAPlannedTrackAsTheKeysShowIt) {
     const std::string artist = "band";
     EXPECT_EQ(history(track, "LastPlayed"), "<none>");  // 1. never played: no section
 
-    autodj::planPick(*console, track, artist, clock.now() + kHour);  // 2. picked for T
-    EXPECT_EQ(history(track, "LastPlayed"), at(kHour));
+    autodj::planPick(*console, track, artist, clock.now() + kOneHour);  // 2. picked for T
+    EXPECT_EQ(history(track, "LastPlayed"), at(kOneHour));
     EXPECT_EQ(history(track, "Pending"), "empty");
-    EXPECT_EQ(history(artist, "LastPlayed"), at(kHour));
+    EXPECT_EQ(history(artist, "LastPlayed"), at(kOneHour));
 
     clock.advanceSeconds(3600);  // 3. started at S
     const std::string s = now();
@@ -47,9 +47,9 @@ TEST_F(HistoryTest, LifeOfAPlannedTrackAsTheKeysShowIt) {
     EXPECT_EQ(history(artist, "LastPlayed"), s);
     EXPECT_EQ(history(artist, "Pending"), "empty");  // the artist keeps what the plan wrote
 
-    autodj::planPick(*console, track, artist, clock.now() + 2 * kHour);  // 4. next plan at U
+    autodj::planPick(*console, track, artist, clock.now() + 2 * kOneHour);  // 4. next plan at U
     EXPECT_EQ(history(track, "Pending"), s);
-    EXPECT_EQ(history(track, "LastPlayed"), at(2 * kHour));
+    EXPECT_EQ(history(track, "LastPlayed"), at(2 * kOneHour));
 
     autodj::withdrawPlan(*console, track, artist);  // 5. withdrawn before it played
     EXPECT_EQ(history(track, "LastPlayed"), s);
@@ -76,7 +76,7 @@ TEST_F(HistoryTest, AStartWritesTheDatesBeforeTheCountThatIsNoNumber) {
 
 TEST_F(HistoryTest, RePickRefillAndRetimeWriteTheirOwnKeys) {
     open();
-    autodj::planPick(*console, "Old - One", "old", clock.now() + kHour);
+    autodj::planPick(*console, "Old - One", "old", clock.now() + kOneHour);
     autodj::releasePlan(*console, "Old - One", "old");
     for (const char* section : {"Old - One", "old"}) {
         EXPECT_EQ(history(section, "Pending"), "no");
@@ -84,17 +84,17 @@ TEST_F(HistoryTest, RePickRefillAndRetimeWriteTheirOwnKeys) {
     }
 
     setHistory("New - Two", "Pending", "no");
-    autodj::planRefill(*console, "New - Two", "new", clock.now() + 2 * kHour,
-                       clock.now() + 2 * kHour);  // never played: the picker gave the slot
-    EXPECT_EQ(history("New - Two", "LastPlayed"), at(2 * kHour));
-    EXPECT_EQ(history("New - Two", "Pending"), at(2 * kHour));  // a date, never "empty"
-    EXPECT_EQ(history("new", "LastPlayed"), at(2 * kHour));
+    autodj::planRefill(*console, "New - Two", "new", clock.now() + 2 * kOneHour,
+                       clock.now() + 2 * kOneHour);  // never played: the picker gave the slot
+    EXPECT_EQ(history("New - Two", "LastPlayed"), at(2 * kOneHour));
+    EXPECT_EQ(history("New - Two", "Pending"), at(2 * kOneHour));  // a date, never "empty"
+    EXPECT_EQ(history("new", "LastPlayed"), at(2 * kOneHour));
     EXPECT_EQ(history("new", "Pending"), "<none>");  // the artist's Pending is not written
 
-    autodj::retimePlan(*console, "New - Two", clock.now() + 3 * kHour);
-    EXPECT_EQ(history("New - Two", "LastPlayed"), at(3 * kHour));
-    EXPECT_EQ(history("New - Two", "Pending"), at(2 * kHour));
-    EXPECT_EQ(history("new", "LastPlayed"), at(2 * kHour));
+    autodj::retimePlan(*console, "New - Two", clock.now() + 3 * kOneHour);
+    EXPECT_EQ(history("New - Two", "LastPlayed"), at(3 * kOneHour));
+    EXPECT_EQ(history("New - Two", "Pending"), at(2 * kOneHour));
+    EXPECT_EQ(history("new", "LastPlayed"), at(2 * kOneHour));
 }
 
 TEST_F(HistoryTest, TrackSectionWithoutLastPlayedBehavesAsNeverPlayedWhateverItsCounters) {
@@ -104,7 +104,7 @@ TEST_F(HistoryTest, TrackSectionWithoutLastPlayedBehavesAsNeverPlayedWhateverIts
     setHistory("A - Heavy", "PlayCount", "250");
     setHistory("A - Heavy", "TunedOut", "99");
     setHistory("A - Heavy", "Pending", "no");
-    setHistory("B - Old", "LastPlayed", at(-10 * kHour));
+    setHistory("B - Old", "LastPlayed", at(-10 * kOneHour));
     for (std::uint64_t seed = 1; seed <= 6; ++seed) {
         console->library->random.setTestSeed(seed);
         EXPECT_EQ(pick("Rock", clock.now()), heavy);  // the instant choice, from any order
@@ -116,8 +116,8 @@ TEST_F(HistoryTest, AfterAWithdrawnEmptyPlanLastPlayedIsGoneAndTheTrackIsNewAgai
     const auto fresh = addTrack("Rock", "a.mp3", "A", "Fresh");
     const auto old = addTrack("Rock", "b.mp3", "B", "Old");
     open();
-    setHistory("B - Old", "LastPlayed", at(-10 * kHour));
-    autodj::planPick(*console, "A - Fresh", "a", clock.now() - kHour);
+    setHistory("B - Old", "LastPlayed", at(-10 * kOneHour));
+    autodj::planPick(*console, "A - Fresh", "a", clock.now() - kOneHour);
     autodj::withdrawPlan(*console, "A - Fresh", "a");
     EXPECT_EQ(history("A - Fresh", "LastPlayed"), "<none>");
     EXPECT_EQ(history("a", "LastPlayed"), "<none>");
@@ -133,8 +133,8 @@ TEST_F(HistoryTest, DeletingTheFileMakesEveryTrackAndArtistNewAtTheNextPick) {
     const auto a = addTrack("Rock", "a.mp3", "A", "One");
     const auto b = addTrack("Rock", "b.mp3", "B", "Two");
     open();
-    autodj::planPick(*console, "A - One", "a", clock.now() - 2 * kHour);
-    autodj::planPick(*console, "B - Two", "b", clock.now() + kHour);
+    autodj::planPick(*console, "A - One", "a", clock.now() - 2 * kOneHour);
+    autodj::planPick(*console, "B - Two", "b", clock.now() + kOneHour);
     settings.flush();
     // Planned later, "Two" is never held; "One" is the answer from any order.
     EXPECT_EQ(pick("Rock", clock.now()), a);
@@ -172,8 +172,8 @@ TEST_F(HistoryTest, ValueWrittenWithALineBreakComesBackWithBlanks) {
 
 TEST_F(HistoryTest, KeysMatchWithoutRegardToCase) {
     open();
-    setHistory("Band - Tune", "Lastplayed", at(-kHour));
-    EXPECT_EQ(history("Band - Tune", "LastPlayed"), at(-kHour));
+    setHistory("Band - Tune", "Lastplayed", at(-kOneHour));
+    EXPECT_EQ(history("Band - Tune", "LastPlayed"), at(-kOneHour));
 }
 
 TEST_F(HistoryTest, ReturnLastPlayedDataShowsPendingAndThePercentage) {
@@ -188,10 +188,10 @@ TEST_F(HistoryTest, ReturnLastPlayedDataShowsPendingAndThePercentage) {
     setHistory("A - Song", "Pending", "empty");
     autodj::returnLastPlayedData(*console, path, last, percent);
     EXPECT_EQ(last, "empty");
-    setHistory("A - Song", "Pending", at(-kHour));
+    setHistory("A - Song", "Pending", at(-kOneHour));
     setHistory("A - Song", "TunedOut", "3");
     autodj::returnLastPlayedData(*console, path, last, percent);
-    EXPECT_EQ(last, at(-kHour));
+    EXPECT_EQ(last, at(-kOneHour));
     EXPECT_EQ(percent, "38%");  // 37.5 to even
 }
 

@@ -23,7 +23,7 @@ constexpr int kFiles = 30;
 constexpr int kArtists = 10;
 constexpr int kRuns = 40;
 constexpr int kPicks = 60;
-constexpr double kMinute = 1.0 / 1440;
+constexpr double kOneMinute = 1.0 / 1440;
 
 class PickerPropertyTest : public StationFixture {
   protected:
@@ -77,7 +77,7 @@ TEST_F(PickerPropertyTest, SeededRotationBuildsKeepThePickersRules) {
         const core::DateValue start = clock.now();
         for (int p = 0; p < kPicks; ++p) {
             clock.advanceSeconds(1);  // the build takes its time between picks
-            const core::DateValue target = core::wholeSeconds(start + (p + 1) * 4 * kMinute);
+            const core::DateValue target = core::wholeSeconds(start + (p + 1) * 4 * kOneMinute);
             const auto order = nextOrder();
             auto trackAge = [&](int i) -> std::int64_t {
                 auto it = trackLast.find(i);

@@ -34,4 +34,9 @@ class StationFixture : public ConsoleFixture {
     std::vector<std::string> logTexts() const;
 };
 
+// A handle as the engine's calls are written in the fake engine's log.
+inline std::string h(audio::Handle v) {
+    return std::to_string(v);
+}
+
 }  // namespace tw::test

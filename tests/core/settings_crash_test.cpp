@@ -61,14 +61,6 @@ ino_t inodeOf(const fs::path& p) {
     return ::stat(p.c_str(), &st) == 0 ? st.st_ino : 0;
 }
 
-std::set<std::string> entriesOf(const fs::path& folder) {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        names.insert(entry.path().filename().string());
-    }
-    return names;
-}
-
 TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile) {
     test::TempDir dir;
     const fs::path file = dir / "played.ini";
@@ -117,7 +109,7 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
         ASSERT_GT(version, lastVersion) << "round " << round;
         lastVersion = version;
 
-        const auto entries = entriesOf(dir.path());
+        const auto entries = test::entriesOf(dir.path());
         if (entries.count(temp)) {
             ++killedMidFlush;
         }
@@ -133,7 +125,7 @@ TEST(SettingsCrashTest, KilledWriterLeavesAWholeVersionAndAtMostOneTemporaryFile
 
     // The next start clears what the last kill left.
     sweepUnfinishedFiles(dir.str());
-    EXPECT_EQ(entriesOf(dir.path()), std::set<std::string>{"played.ini"});
+    EXPECT_EQ(test::entriesOf(dir.path()), std::set<std::string>{"played.ini"});
 }
 
 }  // namespace

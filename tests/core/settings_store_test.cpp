@@ -23,14 +23,6 @@ namespace fs = std::filesystem;
 using test::readFile;
 using test::writeFile;
 
-std::set<std::string> entriesOf(const fs::path& folder) {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        names.insert(entry.path().filename().string());
-    }
-    return names;
-}
-
 mode_t modeOf(const fs::path& p) {
     struct stat st {};
     EXPECT_EQ(::stat(p.c_str(), &st), 0);
@@ -65,7 +57,7 @@ class SettingsStoreTest : public ::testing::Test {
 TEST_F(SettingsStoreTest, MissingFileReadsTheDefaultAndIsNotCreated) {
     EXPECT_EQ(store_.read(path("played.ini"), "Some Track", "LastPlayed", "none"), "none");
     EXPECT_EQ(store_.read(path("played.ini"), "Some Track", "LastPlayed", "none"), "none");
-    EXPECT_TRUE(entriesOf(dir_.path()).empty());
+    EXPECT_TRUE(test::entriesOf(dir_.path()).empty());
 }
 
 TEST_F(SettingsStoreTest, MissingSectionOrKeyReadsTheDefaultAndLeavesTheFileAlone) {
@@ -76,7 +68,7 @@ TEST_F(SettingsStoreTest, MissingSectionOrKeyReadsTheDefaultAndLeavesTheFileAlon
     EXPECT_EQ(store_.read(path("appSettings.ini"), "crossfade", "TIME", "1.5"), "2.5");
     store_.flush();
     EXPECT_EQ(readFile(dir_ / "appSettings.ini"), bytes);
-    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
+    EXPECT_EQ(test::entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
 }
 
 TEST_F(SettingsStoreTest, LongValueIsCutTo255Characters) {
@@ -134,7 +126,7 @@ TEST_F(SettingsStoreTest, WriteWithNoValueDeletesAndEmptyTextDoesNot) {
 
 TEST_F(SettingsStoreTest, DeleteOfMissingKeyInMissingFileCreatesNothing) {
     store_.write(path("played.ini"), "t", "LastPlayed", std::nullopt);
-    EXPECT_TRUE(entriesOf(dir_.path()).empty());
+    EXPECT_TRUE(test::entriesOf(dir_.path()).empty());
 }
 
 TEST_F(SettingsStoreTest, CrLfFileStaysCrLf) {
@@ -314,7 +306,7 @@ TEST_P(PrivateFileModeTest, FirstWriteMakesItOwnerOnlyAndSaysSoOnce) {
     } else {
         EXPECT_TRUE(told.empty());
     }
-    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
+    EXPECT_EQ(test::entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, PrivateFileModeTest,
@@ -354,7 +346,7 @@ TEST_F(SettingsStoreTest, ALeftoverAtTheTemporaryNameNeverBlocksTheWrite) {
     store_.write(path("appSettings.ini"), "Shoutcast", "PW", "secret");
     EXPECT_EQ(readFile(dir_ / "appSettings.ini"), "[Shoutcast]\nPW=secret\n");
     EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
-    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
+    EXPECT_EQ(test::entriesOf(dir_.path()), std::set<std::string>{"appSettings.ini"});
 }
 
 // A link put at the temporary name, to a file or to where a file would be made: a write that
@@ -374,19 +366,20 @@ TEST_F(SettingsStoreTest, ALinkAtTheTemporaryNameIsNeverWrittenThrough) {
     EXPECT_EQ(readFile(dir_ / "appSettings.ini"), "[Shoutcast]\nPW=secret2\n");
     EXPECT_EQ(modeOf(dir_ / "appSettings.ini"), 0600u);
     EXPECT_FALSE(fs::is_symlink(fs::symlink_status(dir_ / "appSettings.ini")));
-    EXPECT_EQ(entriesOf(dir_.path()), (std::set<std::string>{"appSettings.ini", "elsewhere"}));
+    EXPECT_EQ(test::entriesOf(dir_.path()),
+              (std::set<std::string>{"appSettings.ini", "elsewhere"}));
 }
 
 TEST_F(SettingsStoreTest, WriteIntoMissingFolderFailsSilently) {
     const std::string target = path("no such folder/played.ini");
     store_.write(target, "t", "PlayCount", "1");
-    EXPECT_TRUE(entriesOf(dir_.path()).empty());
+    EXPECT_TRUE(test::entriesOf(dir_.path()).empty());
     EXPECT_EQ(store_.read(target, "t", "PlayCount", "0"), "0");
     {
         EventScope event(store_);
         store_.write(target, "t", "PlayCount", "1");
     }
-    EXPECT_TRUE(entriesOf(dir_.path()).empty());
+    EXPECT_TRUE(test::entriesOf(dir_.path()).empty());
     EXPECT_EQ(store_.read(target, "t", "PlayCount", "0"), "0");
 }
 
@@ -400,7 +393,7 @@ class FailingFlushTest : public SettingsStoreTest {
         store_.write(path("played.ini"), "t", "PlayCount", "2");
         EXPECT_EQ(readFile(dir_ / "played.ini"), original_);
         EXPECT_EQ(store_.read(path("played.ini"), "t", "PlayCount", "0"), "1");
-        EXPECT_EQ(entriesOf(dir_.path()), expectedEntries);
+        EXPECT_EQ(test::entriesOf(dir_.path()), expectedEntries);
     }
 
     const std::string original_ = "; keep me\r\n[t]\r\nPlayCount=1\r\n";
@@ -441,7 +434,7 @@ TEST_F(SettingsStoreTest, FolderThatIsAFileFailsSilently) {
     store_.write(path("plain/played.ini"), "t", "PlayCount", "1");
     EXPECT_EQ(readFile(dir_ / "plain"), "not a folder");
     EXPECT_EQ(store_.read(path("plain/played.ini"), "t", "PlayCount", "0"), "0");
-    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"plain"});
+    EXPECT_EQ(test::entriesOf(dir_.path()), std::set<std::string>{"plain"});
 }
 
 TEST_F(SettingsStoreTest, FolderInPlaceOfTheFileReadsDefaultsAndIsLeftAlone) {
@@ -449,13 +442,13 @@ TEST_F(SettingsStoreTest, FolderInPlaceOfTheFileReadsDefaultsAndIsLeftAlone) {
     EXPECT_EQ(store_.read(path("played.ini"), "t", "PlayCount", "0"), "0");
     store_.write(path("played.ini"), "t", "PlayCount", "1");
     EXPECT_TRUE(fs::is_directory(dir_ / "played.ini" / "inside"));
-    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"played.ini"});
+    EXPECT_EQ(test::entriesOf(dir_.path()), std::set<std::string>{"played.ini"});
 }
 
 TEST_F(SettingsStoreTest, LeftoverTemporaryFileIsRemovedByTheNextFlush) {
     writeFile(unfinishedPath(path("played.ini"), "tmp"), "[t]\nPlayCount=half a fi");
     store_.write(path("played.ini"), "t", "PlayCount", "1");
-    EXPECT_EQ(entriesOf(dir_.path()), std::set<std::string>{"played.ini"});
+    EXPECT_EQ(test::entriesOf(dir_.path()), std::set<std::string>{"played.ini"});
     EXPECT_EQ(readFile(dir_ / "played.ini"), "[t]\nPlayCount=1\n");
 }
 

@@ -19,10 +19,6 @@
 namespace tw::test {
 namespace {
 
-std::string h(audio::Handle v) {
-    return std::to_string(v);
-}
-
 class MicrophoneTest : public StationFixture {
   protected:
     core::Console& station() {

@@ -20,10 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string h(audio::Handle v) {
-    return std::to_string(v);
-}
-
 class SpeechTest : public StationFixture {
   protected:
     core::Console& station() {

@@ -23,10 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string h(audio::Handle v) {
-    return std::to_string(v);
-}
-
 std::uint32_t le32(const std::string& b, std::size_t at) {
     return static_cast<std::uint32_t>(static_cast<unsigned char>(b[at])) |
            static_cast<std::uint32_t>(static_cast<unsigned char>(b[at + 1])) << 8 |

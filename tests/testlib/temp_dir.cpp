@@ -82,4 +82,12 @@ void writeFile(const std::filesystem::path& p, const std::string& bytes) {
     out << bytes;
 }
 
+std::set<std::string> entriesOf(const std::filesystem::path& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.insert(entry.path().filename().string());
+    }
+    return names;
+}
+
 }  // namespace tw::test

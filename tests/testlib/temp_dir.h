@@ -2,6 +2,7 @@
 // A fresh folder under the system's temporary folder, removed with everything in it at the end.
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -70,5 +71,7 @@ class ScopedHome {
 std::string readFile(const std::filesystem::path& p);
 // Writes bytes to a file, creating its folder.
 void writeFile(const std::filesystem::path& p, const std::string& bytes);
+// The names of the entries of a folder, without the folder.
+std::set<std::string> entriesOf(const std::filesystem::path& folder);
 
 }  // namespace tw::test

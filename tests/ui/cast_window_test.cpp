@@ -3,6 +3,7 @@
 // rendered to PNG at its size and at 150 % with every element and text inside its place.
 
 #include "ui/cast_window.h"
+#include "tests/ui/element_geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -28,11 +29,6 @@
 
 namespace tw::ui {
 namespace {
-
-QPoint centre(const core::Element& e) {
-    return QPoint(static_cast<int>(e.rect.left + e.rect.width / 2),
-                  static_cast<int>(e.rect.top + e.rect.height / 2));
-}
 
 using core::Element;
 using core::ElementKind;

@@ -25,6 +25,7 @@
 #include "core/console_ops.h"
 #include "desk/console_layout.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/element_geometry.h"
 #include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
@@ -37,11 +38,6 @@ namespace {
 namespace fs = std::filesystem;
 using core::Element;
 using core::ImageRole;
-
-QPoint centre(const Element& e) {
-    return QPoint(static_cast<int>(e.rect.left + e.rect.width / 2),
-                  static_cast<int>(e.rect.top + e.rect.height / 2));
-}
 
 QRect area(const Element& e) {
     return QRect(static_cast<int>(e.rect.left), static_cast<int>(e.rect.top),

@@ -11,16 +11,12 @@
 
 #include "audio/mix_engine.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/element_geometry.h"
 #include "tests/ui/qt_app.h"
 #include "ui/qt_station.h"
 
 namespace tw::ui {
 namespace {
-
-QPoint centre(const core::Element& e) {
-    return QPoint(static_cast<int>(e.rect.left + e.rect.width / 2),
-                  static_cast<int>(e.rect.top + e.rect.height / 2));
-}
 
 class ConsoleOnAirTest : public ::testing::Test {
   protected:

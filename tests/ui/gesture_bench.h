@@ -48,6 +48,12 @@ class GestureBench {
     core::MainForm& m() { return c().form(); }
     ui::QtStation& station() { return *station_; }
     audio::MixEngine& engine() { return *engine_; }
+    // The volume the engine holds for a handle; -1 when it has none.
+    float volumeOf(audio::Handle h) {
+        float v = -1;
+        engine_->channelGetAttribute(h, audio::kAttribVol, v);
+        return v;
+    }
     const std::vector<std::string>& trashed() const { return trash_->trashed; }
     const std::filesystem::path& folder() const { return dir_.path(); }
     // A track of about the given seconds in a folder outside the station (the desktop).

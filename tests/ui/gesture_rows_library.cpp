@@ -65,7 +65,7 @@ void trackList(B& b) {
     ASSERT_EQ(b.m().lstSongs.listCount(), 3);
 }
 
-void trackChosen(B& b) {
+void libraryTrackChosen(B& b) {
     trackList(b);
     desk::select(b.c(), "lstSongs", 1);
 }
@@ -115,7 +115,7 @@ GestureRow typingRow(const std::string& box, bool morePageBox) {
     return {"Typing" + box,
             box,
             Gesture::Typing,
-            morePageBox ? morePage : trackChosen,
+            morePageBox ? morePage : libraryTrackChosen,
             [box](B& b) { b.type(box, "Typed 7"); },
             [box](B& b) { EXPECT_EQ(b.m().find(box)->text, "Typed 7"); }};
 }
@@ -327,7 +327,7 @@ std::vector<GestureRow> libraryGestures() {
          [](B& b) { b.click("cmdSearch"); }, [](B& b) { onlyMarked(b, 1); }},
         {"UpdateTagWritesTheDetailsIntoTheFile", "cmdUpdateTag", Gesture::LeftClick,
          [](B& b) {
-             trackChosen(b);
+             libraryTrackChosen(b);
              desk::type(b.c(), "txtGenre", "Swing");
          },
          [](B& b) { b.click("cmdUpdateTag"); },
@@ -336,13 +336,13 @@ std::vector<GestureRow> libraryGestures() {
              desk::select(b.c(), "lstSongs", 1);  // read back from the file
              EXPECT_EQ(b.m().txtGenre.text, "Swing");
          }},
-        {"DownloadSheetWritesTheSheet", "cmdSaveDownloadSheet", Gesture::LeftClick, trackChosen,
-         [](B& b) { b.click("cmdSaveDownloadSheet"); },
+        {"DownloadSheetWritesTheSheet", "cmdSaveDownloadSheet", Gesture::LeftClick,
+         libraryTrackChosen, [](B& b) { b.click("cmdSaveDownloadSheet"); },
          [](B& b) {
              EXPECT_TRUE(exists(b, "Download Sheets"));
              EXPECT_FALSE(fs::is_empty(b.folder() / "Download Sheets"));
          }},
-        {"MoreInfoShowsTheCuePage", "cmdMoreInfo", Gesture::LeftClick, trackChosen,
+        {"MoreInfoShowsTheCuePage", "cmdMoreInfo", Gesture::LeftClick, libraryTrackChosen,
          [](B& b) { b.click("cmdMoreInfo"); },
          [](B& b) {
              EXPECT_TRUE(b.m().frmMoreInfo.visible);

@@ -17,12 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using B = GestureBench;
 
-float volumeOf(B& b, audio::Handle h) {
-    float v = -1;
-    b.engine().channelGetAttribute(h, audio::kAttribVol, v);
-    return v;
-}
-
 void mode(B& b, int index) {
     desk::press(b.c(), "optSamplerMode(" + std::to_string(index) + ")");
     ASSERT_EQ(liveassist::samplerMode(b.c()), index);
@@ -138,7 +132,7 @@ std::vector<GestureRow> liveGestures() {
          [](B& b) {
              EXPECT_NE(b.c().spotChannel, 0u);
              b.engine().render(44100 * 12 / 10);
-             EXPECT_NEAR(volumeOf(b, b.c().player1Stream), 0.5f, 0.01f) << "the music ducks";
+             EXPECT_NEAR(b.volumeOf(b.c().player1Stream), 0.5f, 0.01f) << "the music ducks";
          }},
         {"TheVoiceTrackPlaysInTheStudioInPreview", "cmdVoiceTrack", Gesture::LeftClick,
          [](B& b) { takeIn(b, 1); }, [](B& b) { b.click("cmdVoiceTrack"); },
@@ -179,14 +173,14 @@ std::vector<GestureRow> liveGestures() {
              EXPECT_TRUE(b.c().micOn);
              EXPECT_EQ(b.m().cmdMic.caption, "On");
              b.engine().render(44100 * 12 / 10);
-             EXPECT_NEAR(volumeOf(b, b.c().player1Stream), 0.5f, 0.01f);
+             EXPECT_NEAR(b.volumeOf(b.c().player1Stream), 0.5f, 0.01f);
          }},
         {"TheRightButtonOpensTheMicrophoneWithTheMusicAtFullLevel", "cmdMic", Gesture::RightClick,
          nullptr, [](B& b) { b.click("cmdMic", Qt::RightButton); },
          [](B& b) {
              EXPECT_TRUE(b.c().micOn);
              b.engine().render(44100 * 12 / 10);
-             EXPECT_NEAR(volumeOf(b, b.c().player1Stream), 1.0f, 0.01f);
+             EXPECT_NEAR(b.volumeOf(b.c().player1Stream), 1.0f, 0.01f);
          }},
         {"ProcessingSwitchesTheMasterChainOff", "cmdCompressor", Gesture::LeftClick,
          [](B& b) { ASSERT_EQ(b.m().cmdCompressor.backColor, 0x0080FFu) << "on from the start"; },

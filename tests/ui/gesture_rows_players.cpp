@@ -18,12 +18,6 @@ audio::Handle streamOf(B& b, int player) {
     return player == 1 ? b.c().player1Stream : b.c().player2Stream;
 }
 
-float volumeOf(B& b, audio::Handle h) {
-    float v = -1;
-    b.engine().channelGetAttribute(h, audio::kAttribVol, v);
-    return v;
-}
-
 double seconds(B& b, audio::Handle h) {
     return b.engine().channelBytes2Seconds(h, b.engine().channelGetPosition(h));
 }
@@ -115,7 +109,7 @@ void transportRows(std::vector<GestureRow>& rows, int player) {
                     player == 1 ? onAir : playerTwoOnAir, [n](B& b) { b.click("cmdFadeOut" + n); },
                     [player](B& b) {
                         b.engine().render(44100 / 2);
-                        EXPECT_LT(volumeOf(b, streamOf(b, player)), 0.5f);
+                        EXPECT_LT(b.volumeOf(streamOf(b, player)), 0.5f);
                     }});
     rows.push_back({"PickOnPlayer" + n + "ReloadsTheWaitingPlayer", "cmdPlayer" + n + "Pick",
                     Gesture::LeftClick, rememberPosition,
@@ -147,17 +141,17 @@ std::vector<GestureRow> playerGestures() {
          [](B& b) {
              EXPECT_TRUE(b.c().muted);
              EXPECT_EQ(b.m().cmdMute.backColor, 0xFFu);
-             EXPECT_EQ(volumeOf(b, b.c().mixerStream), 0.0f);
+             EXPECT_EQ(b.volumeOf(b.c().mixerStream), 0.0f);
          }},
         {"LeftLevelBarHeldSetsBothPlayersVolume", "picLevelBar(0)", Gesture::HeldMove, onAir,
          [](B& b) { b.slide("picLevelBar(0)", 0.2, 0.5); },
          [](B& b) {
-             EXPECT_NEAR(volumeOf(b, b.c().player1Stream), barVolume(b, 0.5), 0.01);
-             EXPECT_NEAR(volumeOf(b, b.c().player2Stream), barVolume(b, 0.5), 0.01);
+             EXPECT_NEAR(b.volumeOf(b.c().player1Stream), barVolume(b, 0.5), 0.01);
+             EXPECT_NEAR(b.volumeOf(b.c().player2Stream), barVolume(b, 0.5), 0.01);
          }},
         {"RightLevelBarHeldSetsBothPlayersVolume", "picLevelBar(1)", Gesture::HeldMove, onAir,
          [](B& b) { b.slide("picLevelBar(1)", 0.9, 0.6); },
-         [](B& b) { EXPECT_NEAR(volumeOf(b, b.c().player1Stream), barVolume(b, 0.6), 0.01); }},
+         [](B& b) { EXPECT_NEAR(b.volumeOf(b.c().player1Stream), barVolume(b, 0.6), 0.01); }},
         {"PreviewBarPressSeeksThePreview", "pctPreviewPlayer", Gesture::LeftClick, previewRunning,
          [](B& b) { b.clickAt("pctPreviewPlayer", 0.5); },
          [](B& b) {

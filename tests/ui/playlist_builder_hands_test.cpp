@@ -18,6 +18,7 @@
 #include "autodj/library_state.h"
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/ui/element_geometry.h"
 #include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
@@ -27,11 +28,6 @@ namespace tw::ui {
 namespace {
 
 using core::Element;
-
-QPoint centre(const Element& e) {
-    return QPoint(static_cast<int>(e.rect.left + e.rect.width / 2),
-                  static_cast<int>(e.rect.top + e.rect.height / 2));
-}
 
 // The middle of row `row` of a list or grid, in window pixels.
 QPoint rowPoint(const Element& e, int row) {

@@ -6,6 +6,7 @@
 // place.
 
 #include "ui/settings_window.h"
+#include "tests/ui/element_geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -96,14 +97,6 @@ std::string iniValue(const fs::path& file, const std::string& section, const std
         }
     }
     return "<none>";
-}
-
-QRect rectOf(const Element& e) {
-    return QRectF(e.rect.left, e.rect.top, e.rect.width, e.rect.height).toRect();
-}
-
-QPoint centre(const Element& e) {
-    return rectOf(e).center();
 }
 
 // The frame each element of the form stands in.

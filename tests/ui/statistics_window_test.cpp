@@ -4,6 +4,7 @@
 // element inside the window.
 
 #include "ui/statistics_window.h"
+#include "tests/ui/element_geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -31,10 +32,6 @@ namespace {
 
 using core::Element;
 using Rows = std::vector<std::vector<std::string>>;
-
-QRect rectOf(const Element& e) {
-    return QRectF(e.rect.left, e.rect.top, e.rect.width, e.rect.height).toRect();
-}
 
 // What is wrong with the places of the form's shown elements in a window of this size: outside
 // it, empty, or on top of one another. Empty when nothing is.

@@ -29,7 +29,7 @@ using test::HttpProbe;
 using test::roundTrip;
 using test::statusOf;
 
-constexpr const char* kToken = "feed-Token-9f2c";
+constexpr const char* kFeedToken = "feed-Token-9f2c";
 
 std::string get(const std::string& path) {
     return "GET " + path + " HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n";
@@ -51,7 +51,7 @@ class StatusFeedTest : public ThreeTrackStation {
         port = test::freeLoopbackPort();
         setting("WebStatus", "Port", std::to_string(port));
         if (token) {
-            setting("WebStatus", "Token", kToken);
+            setting("WebStatus", "Token", kFeedToken);
         }
         station::startWebStatus(c());
         ASSERT_EQ(statusFeedUrl(c()), "http://127.0.0.1:" + std::to_string(port) + "/");
@@ -174,25 +174,26 @@ TEST_F(StatusFeedTest, ControlRequestsWaitForTheConsolesLoopAndPressItsButtons) 
     chooseRotation();
     startService(true);
     ASSERT_TRUE(c().automated());
-    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kToken))), 202);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kFeedToken))), 202);
     EXPECT_TRUE(c().automated()) << "nothing happens off the console thread";
     runLoopUntil([&] { return !c().automated(); });
     EXPECT_FALSE(c().automated());
     // Asked again, the mode stays: the button is pressed only to change it.
-    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kToken))), 202);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kFeedToken))), 202);
     loop.processPending();
     std::this_thread::sleep_for(50ms);
     loop.processPending();
     EXPECT_FALSE(c().automated());
     // NEXT in manual mode starts the waiting track, as the button does.
-    EXPECT_EQ(statusOf(roundTrip(port, post("/api/next", "", kToken))), 202);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/next", "", kFeedToken))), 202);
     runLoopUntil([&] { return !c().lastStart.path.empty(); });
     EXPECT_EQ(c().lastStart.title, "Alpha");
     // The message goes to encoder 1 with the operator's own text kept in the box.
     c().encoderHandles[0] = engine.encodeStart(c().mixerStream, "lame -", 0);
     c().form().txtSendText.text = "operator's draft";
     engine.calls.clear();
-    EXPECT_EQ(statusOf(roundTrip(port, post("/api/message", "Live from the roof", kToken))), 202);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/message", "Live from the roof", kFeedToken))),
+              202);
     runLoopUntil([&] { return !engine.calls.empty(); });
     ASSERT_FALSE(engine.calls.empty());
     EXPECT_NE(engine.calls.back().find("castSetTitle"), std::string::npos);
@@ -203,7 +204,7 @@ TEST_F(StatusFeedTest, ControlRequestsWaitForTheConsolesLoopAndPressItsButtons) 
 TEST_F(StatusFeedTest, ARequestQueuedWhenTheFeedStopsIsDropped) {
     chooseRotation();
     startService(true);
-    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kToken))), 202);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kFeedToken))), 202);
     stopStatusFeed(c());
     loop.processPending();
     EXPECT_TRUE(c().automated());
@@ -221,7 +222,7 @@ TEST_F(StatusFeedTest, ANewCommandKeepsTheEventStreamsAndANewTokenStartsTheServi
     c().ui.settings.txtWebToken.text = "another-token";
     ASSERT_TRUE(webStatusBox_Enter(c(), "txtWebToken"));
     EXPECT_TRUE(events.readToClose(2s)) << "the service started again with the new token";
-    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kToken))), 401);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", kFeedToken))), 401);
     EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "manual", "another-token"))), 202);
     EXPECT_EQ(c().ui.settings.lblWebStatusUrl.caption,
               "Open http://127.0.0.1:" + std::to_string(port) + "/");
@@ -230,12 +231,12 @@ TEST_F(StatusFeedTest, ANewCommandKeepsTheEventStreamsAndANewTokenStartsTheServi
 TEST_F(StatusFeedTest, TheTokenIsNeverWrittenToAppLog) {
     startService(true);
     EXPECT_EQ(statusOf(roundTrip(port, post("/api/next", "", "wrong"))), 401);
-    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "auto", kToken))), 202);
+    EXPECT_EQ(statusOf(roundTrip(port, post("/api/mode", "auto", kFeedToken))), 202);
     runLoopUntil([&] { return c().automated(); });
     stopStatusFeed(c());
     const std::string log = test::readFile(dir / "app.log");
     EXPECT_NE(log.find("Web status on"), std::string::npos);
-    EXPECT_EQ(log.find(kToken), std::string::npos);
+    EXPECT_EQ(log.find(kFeedToken), std::string::npos);
 }
 
 // The command, as a script that writes its arguments one a line.
