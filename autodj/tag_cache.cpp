@@ -121,6 +121,7 @@ void TagCache::beginWalk(const std::string& folder) {
         ::inotify_rm_watch(notify_, it->second.watch);
         watched_.erase(it->second.watch);
         it->second.watch = -1;
+        dropListing(it->second);
     }
     if (!there) {
         return;
@@ -187,7 +188,11 @@ void TagCache::applyEvents(const char* bytes, std::size_t size) {
             watched_.erase(w);
             f.watch = -1;
             f.entries.clear();
+            dropListing(f);
             continue;
+        }
+        if (ev.mask & (IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO)) {
+            dropListing(f);
         }
         if (ev.len > 0) {
             f.entries.erase(std::string(name));  // the name is padded with NULs
@@ -201,6 +206,38 @@ void TagCache::uncheck(Folder& f, std::int64_t now) {
     for (auto& [name, e] : f.entries) {
         e.checked = false;
     }
+    dropListing(f);
+}
+
+void TagCache::dropListing(Folder& f) {
+    ++f.nameChanges;
+    f.listed = false;
+    f.names.clear();
+    f.names.shrink_to_fit();
+}
+
+const std::vector<std::string>* TagCache::listing(std::string_view folder,
+                                                  const std::string& pattern) {
+    catchUp();
+    Folder* const f = watchedFolder(folder);
+    if (!f) {
+        return nullptr;
+    }
+    f->askedAt = f->nameChanges;
+    return f->listed && f->listPattern == pattern ? &f->names : nullptr;
+}
+
+void TagCache::keepListing(std::string_view folder, const std::string& pattern,
+                           std::vector<std::string> names) {
+    // A name that changed while it was being taken (or since listing was asked) leaves it out.
+    catchUp();
+    Folder* const f = watchedFolder(folder);
+    if (!f || f->nameChanges != f->askedAt) {
+        return;
+    }
+    f->listed = true;
+    f->listPattern = pattern;
+    f->names = std::move(names);
 }
 
 void TagCache::uncheckAll() {

@@ -18,6 +18,10 @@
 // the same tick of the file system's clock would not show in it. Younger entries are neither saved
 // nor kept through an overflow.
 //
+// The folder's sorted listing is kept as well, while its watch stands and no name was created,
+// deleted or moved there (nor the queue of notifications overflowed): a file written or given new
+// attributes changes no name. A folder that holds a symbolic link is listed afresh every time.
+//
 // Limits: changes made on another machine to a folder mounted over the network raise no
 // notification here; a file written through a memory map and kept open is seen once it is closed.
 //
@@ -35,6 +39,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 #include "autodj/tag_cache_file.h"
 
@@ -64,6 +69,15 @@ class TagCache {
     // The tags just read from folder + name; st is what the stat before the read gave.
     void store(std::string_view folder, const std::string& name, const struct stat& st,
                const std::string& artist, const std::string& mp3Title);
+    // The names of folder's listing kept under pattern (core::listFileNames), or nullptr when none
+    // is kept: not watched, or a name was created, deleted or moved there since it was kept, or
+    // the queue of notifications overflowed. Valid until the next call of any other member.
+    // Called (after beginWalk) right before the folder is listed afresh when it gives nullptr.
+    const std::vector<std::string>* listing(std::string_view folder, const std::string& pattern);
+    // Keeps the names listed in folder under pattern since the last call of listing, when
+    // folder is watched and none of its names changed meanwhile.
+    void keepListing(std::string_view folder, const std::string& pattern,
+                     std::vector<std::string> names);
     // Writes the saved file when an entry was stored since the last write and the last write is
     // at least ten minutes older than nowSeconds (any steady count of seconds), or at once when
     // nowSeconds is negative. Returns whether it wrote.
@@ -83,6 +97,11 @@ class TagCache {
         dev_t device = 0;
         ino_t inode = 0;
         std::unordered_map<std::string, Entry> entries;
+        bool listed = false;  // names holds the folder's listing under listPattern
+        std::string listPattern;
+        std::vector<std::string> names;
+        std::uint64_t nameChanges = 0;  // how often a name changed (or all may have)
+        std::uint64_t askedAt = 0;      // nameChanges at the last call of listing
     };
 
     void load();
@@ -90,7 +109,9 @@ class TagCache {
     Folder* watchedFolder(std::string_view folder);
     void applyEvents(const char* bytes, std::size_t size);
     // Every entry of f (of every folder) must be checked by its stamp before its next use.
+    // (Its kept listing is dropped.)
     static void uncheck(Folder& f, std::int64_t now);
+    static void dropListing(Folder& f);
     void uncheckAll();
 
     std::string file_;
