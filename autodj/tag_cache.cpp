@@ -223,7 +223,20 @@ const std::vector<std::string>* TagCache::listing(std::string_view folder,
     if (!f) {
         return nullptr;
     }
+    // The folder's own times as well: a name changed on another machine, in a folder mounted
+    // over the network, raises no notification here but shows in them.
+    struct stat st {};
+    if (::stat(std::string(folder).c_str(), &st) != 0) {
+        dropListing(*f);
+        return nullptr;
+    }
+    const FileStamp stamp = {static_cast<std::uint64_t>(st.st_ino), 0, nanoseconds(st.st_mtim),
+                             nanoseconds(st.st_ctim)};
+    if (f->listed && !(f->listStamp == stamp)) {
+        dropListing(*f);
+    }
     f->askedAt = f->nameChanges;
+    f->askedStamp = stamp;
     return f->listed && f->listPattern == pattern ? &f->names : nullptr;
 }
 
@@ -236,6 +249,7 @@ void TagCache::keepListing(std::string_view folder, const std::string& pattern,
         return;
     }
     f->listed = true;
+    f->listStamp = f->askedStamp;
     f->listPattern = pattern;
     f->names = std::move(names);
 }

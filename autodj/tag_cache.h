@@ -20,14 +20,18 @@
 //
 // The folder's sorted listing is kept as well, while its watch stands and no name was created,
 // deleted or moved there (nor the queue of notifications overflowed): a file written or given new
-// attributes changes no name. A folder that holds a symbolic link is listed afresh every time.
+// attributes changes no name. The folder's own inode and times of writing and change are checked
+// as well (one stat a pick), which catches a name changed on another machine in a folder mounted
+// over the network, within what that file system's times tell. A folder that holds a symbolic
+// link is listed afresh every time.
 //
 // Limits: changes made on another machine to a folder mounted over the network raise no
 // notification here; a file written through a memory map and kept open is seen once it is closed.
 //
 // The entries are saved whole through core::replaceFile in the station's "tags.cache"
 // (tag_cache_file.h) at most every ten minutes after a change and at shut-down; a damaged or
-// foreign file is ignored and the cache built again. The saved file is read at the first pick.
+// foreign file is ignored and the cache built again. The saved file is read at the first walk
+// (the first listing of a category).
 //
 // Thread contract: console thread only. Nothing here waits: the notification descriptor is read
 // without blocking; the disk work is one stat of the folder per pick, one stat for each entry that
@@ -70,9 +74,10 @@ class TagCache {
     void store(std::string_view folder, const std::string& name, const struct stat& st,
                const std::string& artist, const std::string& mp3Title);
     // The names of folder's listing kept under pattern (core::listFileNames), or nullptr when none
-    // is kept: not watched, or a name was created, deleted or moved there since it was kept, or
-    // the queue of notifications overflowed. Valid until the next call of any other member.
-    // Called (after beginWalk) right before the folder is listed afresh when it gives nullptr.
+    // is kept: not watched, or a name was created, deleted or moved there since it was kept (or
+    // the folder's times changed), or the queue of notifications overflowed. Valid until the next
+    // call of any other member. Called (after beginWalk) right before the folder is listed afresh
+    // when it gives nullptr.
     const std::vector<std::string>* listing(std::string_view folder, const std::string& pattern);
     // Keeps the names listed in folder under pattern since the last call of listing, when
     // folder is watched and none of its names changed meanwhile.
@@ -102,6 +107,8 @@ class TagCache {
         std::vector<std::string> names;
         std::uint64_t nameChanges = 0;  // how often a name changed (or all may have)
         std::uint64_t askedAt = 0;      // nameChanges at the last call of listing
+        FileStamp listStamp;            // the folder's inode and times when names was taken
+        FileStamp askedStamp;           // and at the last call of listing
     };
 
     void load();
