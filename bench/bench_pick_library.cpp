@@ -1,7 +1,8 @@
 // A pick on a station of 100,000 tracks, all with history (so the walk visits every file): with
 // the tag cache (the tags read from memory) against the picker reading every tag from the disk,
 // and the first pick after a start with the saved cache against one without it. The console's
-// memory (VmRSS) with the whole category in the cache is printed.
+// memory (VmRSS) with the whole category in the cache is printed. The category's listing, kept
+// by the cache, against the folder listed and sorted afresh.
 //
 // The library is made by the program in a temporary folder and removed at its end: tiny files of
 // an ID3v2.3 tag (artist, title) and one MPEG frame. Making it takes a while; the files are then
@@ -206,6 +207,38 @@ void BM_Pick100k_Reference(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_Pick100k_Reference)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// The category listed as the picker lists it at each pick: from the tag cache's kept listing.
+void BM_ListCategory100k(benchmark::State& state) {
+    Station& s = onAir();
+    auto& c = s.console();
+    const int big = 0;  // the station's only category
+    for (auto _ : state) {
+        autodj::lstPlaylist1_Click(c, big);
+        benchmark::DoNotOptimize(c.form().fileList1.items.data());
+    }
+    if (c.form().fileList1.items.size() != static_cast<std::size_t>(kTracks)) {
+        state.SkipWithError("the list is not the category");
+    }
+}
+BENCHMARK(BM_ListCategory100k)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(1.0);
+
+// The same folder listed and sorted afresh, as without the cache.
+void BM_ListCategory100k_Reference(benchmark::State& state) {
+    Station& s = onAir();
+    auto& list = s.console().form().fileList1;
+    for (auto _ : state) {
+        core::refreshFileList(list);
+        benchmark::DoNotOptimize(list.items.data());
+    }
+    if (list.items.size() != static_cast<std::size_t>(kTracks)) {
+        state.SkipWithError("the list is not the category");
+    }
+}
+BENCHMARK(BM_ListCategory100k_Reference)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->MinTime(1.0);
 
 // A new console on the station: its lists built and its first pick, the saved cache read.
 void BM_FirstPickAfterStart(benchmark::State& state) {
