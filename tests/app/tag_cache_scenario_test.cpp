@@ -195,7 +195,11 @@ TEST(TagCacheScenario, ADayPicksTheSameTracksAtTheSameTimesWithAndWithoutTheCach
     const bool metEmptied = std::any_of(
         failuresWithout.begin(), failuresWithout.end(),
         [](const std::string& line) { return line.find("File is empty") != line.npos; });
-    EXPECT_TRUE(metEmptied) << "no pick met an emptied file: the day tests less";
+    // A short span (under a sanitizer) ends before a pick meets the file emptied at its third
+    // hour; a whole day always does.
+    if (span >= 24 * kHour) {
+        EXPECT_TRUE(metEmptied) << "no pick met an emptied file: the day tests less";
+    }
     EXPECT_EQ(pickerLines(withCache), failuresWithout);
 }
 
