@@ -4,9 +4,11 @@
 
 #include "autodj/history.h"
 #include "autodj/library_state.h"
+#include "autodj/tag_cache.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
+#include "core/file_listing.h"
 #include "core/format.h"
 #include "core/paths.h"
 #include "core/text.h"
@@ -45,6 +47,28 @@ void clearDetails(core::Console& c) {
                              &m.txtSweeper, &m.txtIntroUntil, &m.txtOutro, &m.txtNextStart}) {
         e->text.clear();
         e->hiddenValue.clear();
+    }
+}
+
+// Refreshes the list of the active category's files, from the tag cache's listing while it holds
+// (the picker lists the category at every pick: 100,000 names sorted cost more than the walk).
+void refreshCategoryList(core::Console& c, core::Element& list) {
+    TagCache* const cache = c.library ? c.library->tagCache.get() : nullptr;
+    if (!cache) {
+        core::refreshFileList(list);
+        return;
+    }
+    const std::string folder = c.AppFolder + c.activeDirectory;
+    cache->beginWalk(folder);
+    if (const std::vector<std::string>* names = cache->listing(folder, list.pattern)) {
+        core::fillFileList(list, *names);
+        return;
+    }
+    std::vector<std::string> names;
+    const bool keepable = core::listFileNames(list, names);
+    core::fillFileList(list, names);
+    if (keepable) {
+        cache->keepListing(folder, list.pattern, std::move(names));
     }
 }
 
@@ -92,7 +116,7 @@ void lstPlaylist1_Click(core::Console& c, int index) {
     c.activeDirectory = categoryFolder(list.items[static_cast<std::size_t>(index)].text);
     c.activeCatagoryIndex = index + 1;
     c.form().fileList1.path = listFolder(c);
-    core::refreshFileList(c.form().fileList1);
+    refreshCategoryList(c, c.form().fileList1);
 }
 
 void lstPlaylists_Click(core::Console& c, int index) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -15,6 +16,8 @@
 #include "core/surface.h"
 
 namespace tw::autodj {
+
+class TagCache;
 
 struct LibraryState {
     // Indexed by the category's item number from 1; element 0 is unused. renewRepeatTime sizes
@@ -33,6 +36,9 @@ struct LibraryState {
         std::filesystem::file_time_type written;
     };
     std::unordered_map<std::string, TitleHint> titleHints;
+    // The tags the picker reads, kept between picks (tag_cache.h); without it every pick reads
+    // every tag from the disk.
+    std::shared_ptr<TagCache> tagCache;
 };
 
 // The full path behind the first row of a track list (lstSongs, lstBuilderCatagoryList: both

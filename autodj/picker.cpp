@@ -7,6 +7,7 @@
 
 #include "autodj/history.h"
 #include "autodj/library.h"
+#include "autodj/tag_cache.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
 #include "core/paths.h"
@@ -29,8 +30,8 @@ std::string makeArtist(std::string& artist) {
 
 namespace {
 
-void checkCandidateFile(const std::string& path) {
-    // One stat for both questions: the walk does this for every file of the category.
+struct stat checkCandidateFile(const std::string& path) {
+    // One stat for both questions: the walk does this for every file it reads from the disk.
     struct stat st {};
     if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
         throw core::Failure(core::kErrFileNotFound, "File not found");
@@ -38,6 +39,33 @@ void checkCandidateFile(const std::string& path) {
     if (st.st_size == 0) {
         throw core::Failure(core::kErrFileNotFound, "File is empty");
     }
+    return st;
+}
+
+// The artist and history key of a candidate: from the tag cache when the file has not changed
+// since they were read, otherwise checked and read from the disk (through the console's tag
+// object) as a pick without the cache does, into fromDisk.
+const CachedTag& readCandidate(core::Console& c, TagCache* cache, const std::string& name,
+                               const std::string& path, std::int32_t& state, CachedTag& fromDisk) {
+    const std::string_view folder(path.data(), path.size() - name.size());
+    if (cache) {
+        if (const CachedTag* known = cache->find(folder, name)) {
+            state = 5;
+            return *known;
+        }
+    }
+    const struct stat st = checkCandidateFile(path);
+    state = 4;
+    tags::clsMp3TagData data;
+    c.id3->filename(path);
+    c.id3->returnID3Tag(data);
+    state = 5;
+    if (cache) {
+        cache->store(folder, name, st, data.Artist, data.mp3Title);
+    }
+    fromDisk.artist = std::move(data.Artist);
+    fromDisk.mp3Title = std::move(data.mp3Title);
+    return fromDisk;
 }
 
 const std::string& fileNameAt(core::Console& c, std::int32_t index) {
@@ -99,23 +127,23 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         const double separation = static_cast<double>(c.artistSeperationTime) * 60.0;
         std::int32_t bestAge = 0;
         std::size_t position = 0;
-        tags::clsMp3TagData data;
+        TagCache* const cache = c.library->tagCache.get();
+        if (cache) {
+            cache->beginWalk(c.AppFolder + c.activeDirectory);
+        }
+        CachedTag fromDisk;
         for (;;) {
             if (c.listLoading) {
                 // A rotation is being read: the pick gives up and leaves pickInProgress set.
                 return {};
             }
             const std::int32_t candidate = order[position++];
-            candidatePath = c.AppFolder + c.activeDirectory + fileNameAt(c, candidate);
-            checkCandidateFile(candidatePath);
-
-            state = 4;
-            c.id3->filename(candidatePath);
-            c.id3->returnID3Tag(data);
-            state = 5;
-            std::string artist = data.Artist;
+            const std::string& name = fileNameAt(c, candidate);
+            candidatePath = c.AppFolder + c.activeDirectory + name;
+            const CachedTag& tag = readCandidate(c, cache, name, candidatePath, state, fromDisk);
+            std::string artist = tag.artist;
             const std::string artistKey = makeArtist(artist);
-            const std::string trackLast = readHistory(c, data.mp3Title, kLastPlayed, "none");
+            const std::string trackLast = readHistory(c, tag.mp3Title, kLastPlayed, "none");
             const std::string artistLast = readHistory(c, artistKey, kLastPlayed, "none");
 
             std::int32_t trackAge = 0;
@@ -149,11 +177,18 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             if (position >= static_cast<std::size_t>(count)) {
                 break;
             }
+            const double lastYield = c.lastYield;
             core::yieldUi(c);
+            if (cache && c.lastYield != lastYield) {
+                // What the events just run changed is seen at the next candidate.
+                cache->catchUp();
+            }
         }
 
         state = 9;
         candidatePath = c.AppFolder + c.activeDirectory + fileNameAt(c, bestIndex);
+        // The chosen file is read from the disk, so that the console's tag object holds it.
+        tags::clsMp3TagData data;
         c.id3->filename(candidatePath);
         c.id3->returnID3Tag(data);
         state = 11;
@@ -161,6 +196,9 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             core::cDate(readHistory(c, data.mp3Title, kLastPlayed, core::generalDate(targetTime)));
         state = 12;
         c.pickInProgress = false;
+        if (cache) {
+            cache->save(c.now() * 86400.0);
+        }
         return candidatePath;
     } catch (const std::exception& e) {
         c.pickInProgress = false;

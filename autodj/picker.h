@@ -1,7 +1,9 @@
 #pragma once
 // The song picker: given a category and the moment a track is planned to start, which file of the
 // category plays. It reads two facts from the play history (the track's and the artist's
-// LastPlayed) and writes nothing there; the caller records the pick.
+// LastPlayed) and writes nothing there; the caller records the pick. The artist and history key
+// of a candidate come from the library's tag cache (tag_cache.h) while its file has not changed,
+// otherwise from the file, which is then checked (missing, empty) and read as without the cache.
 //
 // Thread contract: console thread only. A pick may yield to the event loop between candidates;
 // pickInProgress is set for its duration and listLoading stops it.

@@ -98,18 +98,6 @@ double failureSeconds(const Console& c) {
     return c.svc.clock ? std::round(c.svc.clock->exact() * 86400000.0) / 1000.0 : 0;
 }
 
-bool matchesPattern(const std::string& name, const std::string& pattern) {
-    if (pattern.empty() || pattern == "*" || pattern == "*.*") {
-        return true;
-    }
-    if (pattern.rfind("*.", 0) == 0) {
-        std::string ext = pattern.substr(1);  // ".mp3"
-        return name.size() >= ext.size() &&
-               equalsNoCase(std::string_view(name).substr(name.size() - ext.size()), ext);
-    }
-    return equalsNoCase(name, pattern);
-}
-
 }  // namespace
 
 std::string readIni(Console& c, const std::string& file, std::string_view section,
@@ -275,33 +263,6 @@ void dismissStatus(Console& c) {
 
 void reopenStatus(Console& c) {
     c.statusDismissed = false;
-}
-
-void refreshFileList(Element& list) {
-    list.items.clear();
-    list.listIndex = -1;
-    std::error_code ec;
-    std::vector<std::string> names;
-    const bool folders = list.kind == ElementKind::DirList;
-    for (std::filesystem::directory_iterator it(list.path, ec), end; !ec && it != end;
-         it.increment(ec)) {
-        std::error_code typeError;
-        const bool isDir = it->is_directory(typeError);
-        if (folders != isDir) {
-            continue;
-        }
-        std::string name = it->path().filename().string();
-        if (folders || matchesPattern(name, list.pattern)) {
-            names.push_back(folders ? it->path().string() : name);
-        }
-    }
-    std::sort(names.begin(), names.end(), [](const std::string& a, const std::string& b) {
-        std::string la = toLower(a), lb = toLower(b);
-        return la != lb ? la < lb : a < b;
-    });
-    for (auto& n : names) {
-        list.items.push_back({std::move(n), 0, {}, false});
-    }
 }
 
 }  // namespace tw::core

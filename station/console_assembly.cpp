@@ -1,6 +1,7 @@
 #include "station/console_assembly.h"
 
 #include "autodj/library_state.h"
+#include "autodj/tag_cache.h"
 #include "broadcast/cast_state.h"
 #include "desk/cast_layout.h"
 #include "desk/console_layout.h"
@@ -14,6 +15,7 @@ std::unique_ptr<core::Console> makeConsole(std::string appFolder, core::Services
     auto c = std::make_unique<core::Console>(std::move(appFolder), services);
     c->id3 = std::make_shared<tags::clsID3>();
     c->library = std::make_shared<autodj::LibraryState>();
+    c->library->tagCache = std::make_shared<autodj::TagCache>(c->AppFolder + "/tags.cache");
     c->cast = std::make_shared<broadcast::CastState>();
     if (services.loop) {
         // One column per pixel of the details panel's picture at twice its design width.

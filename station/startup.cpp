@@ -4,10 +4,12 @@
 #include <filesystem>
 
 #include "autodj/library.h"
+#include "autodj/library_state.h"
 #include "autodj/loudness.h"
 #include "autodj/planner.h"
 #include "autodj/rotations.h"
 #include "autodj/schedule.h"
+#include "autodj/tag_cache.h"
 #include "broadcast/cast_form.h"
 #include "broadcast/cast_state.h"
 #include "core/console_ops.h"
@@ -194,6 +196,10 @@ void Form_Unload(core::Console& c) {
     liveassist::finishVoiceTracks(c);
     // What was measured is kept; a file under way is left for the next run.
     autodj::stopLoudness(c);
+    // The tags read since the last save, so that the next start does not read them again.
+    if (c.library->tagCache) {
+        c.library->tagCache->save(-1);
+    }
     c.recordBuffer.clear();
     c.recordBuffer.shrink_to_fit();
     c.recordLength = 0;

@@ -1,0 +1,135 @@
+#pragma once
+// The tags the picker reads of each file (artist and history key), kept in memory so that a pick
+// reads from the disk only the files that changed since their tags were last read.
+//
+// A change is known by the kernel's notifications (inotify) on each category folder the picker
+// has walked: a file written, closed after writing, given new attributes, created, deleted or
+// moved loses its entry, and the next pick reads it from the disk as if there were no cache. The
+// watch on a folder is in place before any of its files is looked at, so that no change falls
+// between a read and its watch. When the queue of notifications overflowed, every entry is looked
+// at again at its next use by its stamp (inode, size, times of writing and of change, to the
+// nanosecond); the same check admits the entries read back from the saved file, which covers what
+// changed while the console was not running. A file reached through a symbolic link or with more
+// than one name, whose changes through another path the folder's watch would not see, is never
+// kept. Neither is a file that is missing or empty: those go to the disk at each pick, so the
+// picker fails for them exactly as before.
+//
+// A stamp is trusted only once the file's time of change is three seconds old: a change within
+// the same tick of the file system's clock would not show in it. Younger entries are neither saved
+// nor kept through an overflow.
+//
+// The folder's sorted listing is kept as well, while its watch stands and no name was created,
+// deleted or moved there (nor the queue of notifications overflowed): a file written or given new
+// attributes changes no name. The folder's own inode and times of writing and change are checked
+// as well (one stat a pick), which catches a name changed on another machine in a folder mounted
+// over the network, within what that file system's times tell. A folder that holds a symbolic
+// link is listed afresh every time.
+//
+// Limits: changes made on another machine to a folder mounted over the network raise no
+// notification here; a file written through a memory map and kept open is seen once it is closed.
+//
+// The entries are saved whole through core::replaceFile in the station's "tags.cache"
+// (tag_cache_file.h) at most every ten minutes after a change and at shut-down; a damaged or
+// foreign file is ignored and the cache built again. The saved file is read at the first walk
+// (the first listing of a category).
+//
+// Thread contract: console thread only. Nothing here waits: the notification descriptor is read
+// without blocking; the disk work is one stat of the folder per pick, one stat for each entry that
+// must be checked by its stamp, the saved file read once, and its write.
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "autodj/tag_cache_file.h"
+
+namespace tw::autodj {
+
+struct CachedTag {
+    std::string artist;
+    std::string mp3Title;
+};
+
+class TagCache {
+  public:
+    // file: the saved cache in the station folder.
+    explicit TagCache(std::string file);
+    ~TagCache();
+    TagCache(const TagCache&) = delete;
+    TagCache& operator=(const TagCache&) = delete;
+
+    // Before a pick walks folder: reads the saved file the first time, applies the notifications
+    // that came, and watches folder (again, if it was replaced since).
+    void beginWalk(const std::string& folder);
+    // Applies the notifications that came since the last look (after the pick let events run).
+    void catchUp();
+    // The tags of folder + name when the file is the one they were read from; nullptr when they
+    // must be read from the disk. Valid until the next call of any other member.
+    const CachedTag* find(std::string_view folder, const std::string& name);
+    // The tags just read from folder + name; st is what the stat before the read gave.
+    void store(std::string_view folder, const std::string& name, const struct stat& st,
+               const std::string& artist, const std::string& mp3Title);
+    // The names of folder's listing kept under pattern (core::listFileNames), or nullptr when none
+    // is kept: not watched, or a name was created, deleted or moved there since it was kept (or
+    // the folder's times changed), or the queue of notifications overflowed. Valid until the next
+    // call of any other member. Called (after beginWalk) right before the folder is listed afresh
+    // when it gives nullptr.
+    const std::vector<std::string>* listing(std::string_view folder, const std::string& pattern);
+    // Keeps the names listed in folder under pattern since the last call of listing, when
+    // folder is watched and none of its names changed meanwhile.
+    void keepListing(std::string_view folder, const std::string& pattern,
+                     std::vector<std::string> names);
+    // Writes the saved file when an entry was stored since the last write and the last write is
+    // at least ten minutes older than nowSeconds (any steady count of seconds), or at once when
+    // nowSeconds is negative. Returns whether it wrote.
+    bool save(double nowSeconds);
+
+    std::size_t size() const;
+    const std::string& file() const { return file_; }
+
+  private:
+    struct Entry {
+        FileStamp stamp;
+        CachedTag tag;
+        bool checked = false;  // no notification, or its stamp was checked, since it was stored
+    };
+    struct Folder {
+        int watch = -1;
+        dev_t device = 0;
+        ino_t inode = 0;
+        std::unordered_map<std::string, Entry> entries;
+        bool listed = false;  // names holds the folder's listing under listPattern
+        std::string listPattern;
+        std::vector<std::string> names;
+        std::uint64_t nameChanges = 0;  // how often a name changed (or all may have)
+        std::uint64_t askedAt = 0;      // nameChanges at the last call of listing
+        FileStamp listStamp;            // the folder's inode and times when names was taken
+        FileStamp askedStamp;           // and at the last call of listing
+    };
+
+    void load();
+    // The folder of that name that has a watch, or nullptr; the walk's own is found first.
+    Folder* watchedFolder(std::string_view folder);
+    void applyEvents(const char* bytes, std::size_t size);
+    // Every entry of f (of every folder) must be checked by its stamp before its next use.
+    // (Its kept listing is dropped.)
+    static void uncheck(Folder& f, std::int64_t now);
+    static void dropListing(Folder& f);
+    void uncheckAll();
+
+    std::string file_;
+    int notify_ = -1;
+    bool loaded_ = false;
+    bool dirty_ = false;
+    double lastSave_ = -1;
+    std::unordered_map<std::string, Folder> folders_;
+    std::unordered_map<int, std::string> watched_;  // watch descriptor -> folder
+    std::string walkName_;                          // the folder of the last beginWalk
+    Folder* walk_ = nullptr;                        // and its record (never erased)
+};
+
+}  // namespace tw::autodj

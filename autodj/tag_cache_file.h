@@ -1,0 +1,46 @@
+#pragma once
+// The tag cache's file in the station folder: what the picker reads of each file of the library
+// (artist and history key), with the file's identity when it was read, so that a new run reads
+// from the disk only the files that changed since.
+//
+// Text, one record a line, fields separated by tabs. A tab, line break or backslash inside a field
+// is written "\t", "\n", "\r", "\\". The first line names the format; a "F" line names the folder
+// of the "T" lines after it; the last line ("end" and the number of "T" lines) tells a whole file
+// from a cut one. A file that breaks any of this counts as absent: the cache is built again.
+//
+// Thread contract: pure functions, any thread.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tw::autodj {
+
+// What says that a file is still the one whose tags were read: its inode, size, and its times of
+// writing and of change to the nanosecond. The change time cannot be set back by any program.
+struct FileStamp {
+    std::uint64_t inode = 0;
+    std::int64_t size = 0;
+    std::int64_t modifiedNs = 0;
+    std::int64_t changedNs = 0;
+    bool operator==(const FileStamp&) const = default;
+};
+
+struct SavedTag {
+    std::string folder;  // the category's folder, as the picker names it
+    std::string name;    // the file's name in it
+    FileStamp stamp;
+    std::string artist;
+    std::string mp3Title;
+};
+
+inline constexpr std::string_view kTagCacheHeader = "TarnWave tag cache 1";
+
+// The file's text; records of one folder must stand together to be written once per folder.
+std::string serializeTagCache(const std::vector<SavedTag>& records);
+// The records of a file's text, or nothing when the text is not a whole file of this format.
+std::optional<std::vector<SavedTag>> parseTagCache(std::string_view text);
+
+}  // namespace tw::autodj

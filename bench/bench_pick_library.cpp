@@ -1,0 +1,277 @@
+// A pick on a station of 100,000 tracks, all with history (so the walk visits every file): with
+// the tag cache (the tags read from memory) against the picker reading every tag from the disk,
+// and the first pick after a start with the saved cache against one without it. The console's
+// memory (VmRSS) with the whole category in the cache is printed. The category's listing, kept
+// by the cache, against the folder listed and sorted afresh.
+//
+// The library is made by the program in a temporary folder and removed at its end: tiny files of
+// an ID3v2.3 tag (artist, title) and one MPEG frame. Making it takes a while; the files are then
+// left three seconds to age, since the cache saves only stamps old enough to be trusted.
+
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "autodj/library.h"
+#include "autodj/library_state.h"
+#include "autodj/picker.h"
+#include "autodj/tag_cache.h"
+#include "core/console.h"
+#include "core/console_ops.h"
+#include "core/settings_store.h"
+#include "sim/scripted_prompter.h"
+#include "sim/simulator.h"
+#include "sim/virtual_event_loop.h"
+#include "station/console_assembly.h"
+#include "tests/testlib/fake_engine.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace tw;
+
+constexpr int kTracks = 100'000;
+constexpr int kArtists = 2'000;
+
+std::string syncsafe(std::uint32_t n) {
+    return {static_cast<char>((n >> 21) & 0x7F), static_cast<char>((n >> 14) & 0x7F),
+            static_cast<char>((n >> 7) & 0x7F), static_cast<char>(n & 0x7F)};
+}
+
+std::string textFrame(const char* id, const std::string& text) {
+    const auto size = static_cast<std::uint32_t>(text.size() + 1);
+    std::string f(id, 4);
+    f += {static_cast<char>(size >> 24), static_cast<char>(size >> 16),
+          static_cast<char>(size >> 8), static_cast<char>(size)};
+    f += std::string(2, '\0');  // flags
+    f += '\0';                  // ISO-8859-1
+    return f + text;
+}
+
+// One MPEG-1 Layer III frame at 128 kbit/s, 44.1 kHz: 417 bytes.
+std::string trackFile(const std::string& artist, const std::string& title) {
+    const std::string body = textFrame("TIT2", title) + textFrame("TPE1", artist);
+    std::string tag = "ID3";
+    tag += {3, 0, 0};
+    tag += syncsafe(static_cast<std::uint32_t>(body.size()));
+    std::string frame(417, '\0');
+    frame[0] = static_cast<char>(0xFF);
+    frame[1] = static_cast<char>(0xFB);
+    frame[2] = static_cast<char>(0x90);
+    return tag + body + frame;
+}
+
+std::string artistName(int i) {
+    return "Bench Artist " + std::to_string(i % kArtists);
+}
+std::string titleOf(int i) {
+    return "Bench Song " + std::to_string(i);
+}
+
+class Library {
+  public:
+    Library() {
+        std::string pattern = (fs::temp_directory_path() / "tarnwave-bench-XXXXXX").string();
+        if (!::mkdtemp(pattern.data())) {
+            throw std::runtime_error("cannot create a temporary folder");
+        }
+        root_ = pattern;
+        const fs::path folder = root_ / "Music" / "Big";
+        fs::create_directories(folder);
+        for (int i = 0; i < kTracks; ++i) {
+            std::ofstream(folder / ("track" + std::to_string(100000 + i) + ".mp3"),
+                          std::ios::binary)
+                << trackFile(artistName(i), titleOf(i));
+        }
+        std::ofstream out(root_ / "played.ini", std::ios::binary);
+        for (int i = 0; i < kTracks; ++i) {
+            out << "[" << artistName(i) << " - " << titleOf(i) << "]\nLastPlayed=11/" << 1 + i % 20
+                << "/2026 " << 1 + i % 12 << ":" << 10 + i % 50
+                << ":00 PM\nPending=no\nPlayCount=" << 1 + i % 40 << "\nTunedOut=" << i % 3 << "\n";
+        }
+        for (int a = 0; a < kArtists; ++a) {
+            out << "[bench artist " << a << "]\nLastPlayed=11/21/2026 " << 1 + a % 12
+                << ":00:00 AM\nPending=no\n";
+        }
+        out.close();
+        std::this_thread::sleep_for(std::chrono::milliseconds(3200));
+    }
+    ~Library() {
+        std::error_code ec;
+        fs::remove_all(root_, ec);
+    }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    const fs::path& root() const { return root_; }
+
+  private:
+    fs::path root_;
+};
+
+Library& library() {
+    static Library lib;
+    return lib;
+}
+
+// A console on the library, its lists built as start-up builds them.
+class Station {
+  public:
+    explicit Station(const std::string& cacheFile = {})
+        : clock_(core::dateSerial(2026, 11, 22) + core::timeSerial(10, 0, 0)), loop_(clock_) {
+        core::Services s;
+        s.clock = &clock_;
+        s.settings = &settings_;
+        s.engine = &engine_;
+        s.prompter = &prompter_;
+        s.loop = &loop_;
+        console_ = station::makeConsole(library().root().string(), s);
+        if (!cacheFile.empty()) {
+            console_->library->tagCache = std::make_shared<autodj::TagCache>(cacheFile);
+        }
+        auto& c = *console_;
+        c.form().dirList.path = c.AppFolder + "/Music";
+        autodj::showplayLists(c);
+        autodj::renewRepeatTime(c);
+        c.artistSeperationTime = 1;
+    }
+
+    std::string pick() {
+        core::EventScope event(settings_);
+        core::DateValue previous = 0;
+        return autodj::pickSongForCatagory(*console_, "Big", console_->now() + 1.0 / 24, previous);
+    }
+    core::Console& console() { return *console_; }
+
+  private:
+    core::VirtualClock clock_;
+    sim::VirtualEventLoop loop_;
+    core::SettingsStore settings_;
+    test::FakeEngine engine_;
+    sim::ScriptedPrompter prompter_;
+    std::unique_ptr<core::Console> console_;
+};
+
+// The console that picks all along, its cache filled by its first pick.
+Station& onAir() {
+    static const std::unique_ptr<Station> station = [] {
+        const long before = sim::residentKb();
+        auto s = std::make_unique<Station>();
+        if (s->pick().empty()) {
+            throw std::runtime_error("the first pick gave nothing");
+        }
+        const long after = sim::residentKb();
+        std::printf(
+            "MEMORY console with %d tracks in the tag cache: VmRSS %.1f MB (%.1f MB before "
+            "the first pick; %zu entries)\n",
+            kTracks, after / 1024.0, before / 1024.0, s->console().library->tagCache->size());
+        return s;
+    }();
+    return *station;
+}
+
+void BM_Pick100k(benchmark::State& state) {
+    Station& s = onAir();
+    std::string last;
+    for (auto _ : state) {
+        last = s.pick();
+        benchmark::DoNotOptimize(last);
+    }
+    if (last.empty()) {
+        state.SkipWithError("the pick gave nothing");
+    }
+    state.counters["VmRSS_MB"] = static_cast<double>(sim::residentKb()) / 1024.0;
+}
+BENCHMARK(BM_Pick100k)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.0);
+
+// Every tag read from the disk at each pick, as without the cache.
+void BM_Pick100k_Reference(benchmark::State& state) {
+    Station& s = onAir();
+    auto cache = std::move(s.console().library->tagCache);
+    std::string last;
+    for (auto _ : state) {
+        last = s.pick();
+        benchmark::DoNotOptimize(last);
+    }
+    s.console().library->tagCache = std::move(cache);
+    if (last.empty()) {
+        state.SkipWithError("the pick gave nothing");
+    }
+}
+BENCHMARK(BM_Pick100k_Reference)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// The category listed as the picker lists it at each pick: from the tag cache's kept listing.
+void BM_ListCategory100k(benchmark::State& state) {
+    Station& s = onAir();
+    auto& c = s.console();
+    const int big = 0;  // the station's only category
+    for (auto _ : state) {
+        autodj::lstPlaylist1_Click(c, big);
+        benchmark::DoNotOptimize(c.form().fileList1.items.data());
+    }
+    if (c.form().fileList1.items.size() != static_cast<std::size_t>(kTracks)) {
+        state.SkipWithError("the list is not the category");
+    }
+}
+BENCHMARK(BM_ListCategory100k)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(1.0);
+
+// The same folder listed and sorted afresh, as without the cache.
+void BM_ListCategory100k_Reference(benchmark::State& state) {
+    Station& s = onAir();
+    auto& list = s.console().form().fileList1;
+    for (auto _ : state) {
+        core::refreshFileList(list);
+        benchmark::DoNotOptimize(list.items.data());
+    }
+    if (list.items.size() != static_cast<std::size_t>(kTracks)) {
+        state.SkipWithError("the list is not the category");
+    }
+}
+BENCHMARK(BM_ListCategory100k_Reference)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->MinTime(1.0);
+
+// A new console on the station: its lists built and its first pick, the saved cache read.
+void BM_FirstPickAfterStart(benchmark::State& state) {
+    onAir().console().library->tagCache->save(-1);
+    const std::string saved = (library().root() / "tags.cache").string();
+    std::string last;
+    for (auto _ : state) {
+        Station s(saved);
+        last = s.pick();
+        benchmark::DoNotOptimize(last);
+    }
+    if (last.empty()) {
+        state.SkipWithError("the pick gave nothing");
+    }
+}
+BENCHMARK(BM_FirstPickAfterStart)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// The same without a saved cache: every tag read from the disk.
+void BM_FirstPickAfterStart_Reference(benchmark::State& state) {
+    const std::string none = (library().root() / "no-such-folder" / "tags.cache").string();
+    std::string last;
+    for (auto _ : state) {
+        Station s(none);
+        last = s.pick();
+        benchmark::DoNotOptimize(last);
+    }
+    if (last.empty()) {
+        state.SkipWithError("the pick gave nothing");
+    }
+}
+BENCHMARK(BM_FirstPickAfterStart_Reference)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3);
+
+}  // namespace

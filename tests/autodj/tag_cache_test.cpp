@@ -1,0 +1,297 @@
+// The picker's tag cache: every change made behind the console's back is seen at the next pick,
+// the saved file serves a new run and a damaged one is ignored, and the file's text survives its
+// own parser.
+
+#include "autodj/tag_cache.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include "autodj/picker.h"
+#include "autodj/tag_cache_file.h"
+#include "tests/autodj/station_fixture.h"
+#include "tests/tags/tag_test_util.h"
+
+namespace tw::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double kHourDays = 1.0 / 24;
+
+std::string fileText(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Two tracks by two artists that have never played: "A - Song 0" an hour ago, "B - Song 1" two
+// days ago, so the older one, t01, is the pick. A tag, a file or a name changed on t00 that gives
+// it a title never played makes t00 the pick.
+class TagCacheTest : public StationFixture {
+  protected:
+    void SetUp() override {
+        t00 = addTrack("Rock", "t00.mp3", "A", "Song 0");
+        t01 = addTrack("Rock", "t01.mp3", "B", "Song 1");
+        open();
+        setHistory("A - Song 0", "LastPlayed", dateText(-kHourDays));
+        setHistory("B - Song 1", "LastPlayed", dateText(-2.0));
+    }
+    std::string dateText(double daysFromNow) {
+        return core::generalDate(core::wholeSeconds(clock.now() + daysFromNow));
+    }
+    std::string pick() {
+        core::DateValue previous = 0;
+        return autodj::pickSongForCatagory(*console, "Rock", clock.now(), previous);
+    }
+    // The same pick at the same instant by a console without the cache.
+    std::string pickWithoutCache() {
+        auto cache = std::move(console->library->tagCache);
+        const std::string path = pick();
+        console->library->tagCache = std::move(cache);
+        return path;
+    }
+    // Lets the files' stamps grow old enough to be trusted (saved, kept through an overflow).
+    void settle() { std::this_thread::sleep_for(std::chrono::milliseconds(3200)); }
+    autodj::TagCache& cache() { return *console->library->tagCache; }
+    std::string cacheFile() const { return (dir / "tags.cache").string(); }
+    // The cache as a restart finds it: read from the station's file at the first pick.
+    void restart() {
+        cache().save(-1);
+        console->library->tagCache = std::make_shared<autodj::TagCache>(cacheFile());
+    }
+    // Writes the file again in place (same inode): the tag says title, the bytes keep their size
+    // when title has as many characters as the old one.
+    void rewriteInPlace(const std::string& path, const std::string& artist,
+                        const std::string& title) {
+        const std::string bytes = taggedTrack(artist, title);
+        std::fstream out(path, std::ios::in | std::ios::out | std::ios::binary);
+        out.seekp(0);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+
+    std::string t00;
+    std::string t01;
+};
+
+TEST_F(TagCacheTest, APickWithTheCacheIsThePickWithout) {
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(cache().size(), 2u);
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(pickWithoutCache(), t01);
+    EXPECT_TRUE(appLogLines().empty());
+}
+
+TEST_F(TagCacheTest, ATagEditedInPlaceKeepingSizeAndTimeIsSeenAtTheNextPick) {
+    ASSERT_EQ(pick(), t01);
+    struct stat before {};
+    ASSERT_EQ(::stat(t00.c_str(), &before), 0);
+    rewriteInPlace(t00, "A", "Song 9");
+    // The time of writing put back as it was: only the notification tells.
+    const timespec times[2] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(::utimensat(AT_FDCWD, t00.c_str(), times, 0), 0);
+    struct stat after {};
+    ASSERT_EQ(::stat(t00.c_str(), &after), 0);
+    ASSERT_EQ(after.st_size, before.st_size);
+    EXPECT_EQ(pick(), t00);
+    EXPECT_EQ(pickWithoutCache(), t00);
+}
+
+TEST_F(TagCacheTest, AFileReplacedUnderItsNameIsSeenAtTheNextPick) {
+    ASSERT_EQ(pick(), t01);
+    const std::string fresh = (dir / "Music/Rock/t00.new").string();
+    writeFile(fresh, taggedTrack("A", "Song 9"));
+    fs::rename(fresh, t00);
+    EXPECT_EQ(pick(), t00);
+    EXPECT_EQ(pickWithoutCache(), t00);
+}
+
+TEST_F(TagCacheTest, ADeletedFileIsNoCandidateAtTheNextPick) {
+    ASSERT_EQ(pick(), t01);
+    fs::remove(t01);
+    EXPECT_EQ(pick(), t00);
+    // Put back with another tag under the same name: read anew, not taken from the cache.
+    writeFile(t01, taggedTrack("B", "Song 8"));
+    setHistory("A - Song 0", "LastPlayed", dateText(-3.0));
+    setHistory("B - Song 8", "LastPlayed", dateText(-4.0));
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(pickWithoutCache(), t01);
+    EXPECT_TRUE(appLogLines().empty());
+}
+
+TEST_F(TagCacheTest, AnEmptiedFileFailsTheNextPickWithTheSameLine) {
+    ASSERT_EQ(pick(), t01);
+    fs::resize_file(t01, 0);
+    EXPECT_EQ(pick(), "");
+    EXPECT_EQ(pickWithoutCache(), "");
+    const auto texts = logTexts();
+    ASSERT_EQ(texts.size(), 2u);
+    EXPECT_NE(texts[0].find("Error in Pick Song for Catagory:File is empty state:"),
+              std::string::npos)
+        << texts[0];
+    EXPECT_EQ(texts[0], texts[1]);
+}
+
+TEST_F(TagCacheTest, AFileEmptiedWhileThePickYieldsFailsItAsWithoutTheCache) {
+    ASSERT_EQ(pick(), t01);
+    console->lastYield = 0;
+    // Every candidate is walked (both have played); the change comes in an event run at the
+    // pick's first yield, so the second candidate meets it.
+    const auto run = [&] {
+        const std::string a = t00;
+        const std::string b = t01;
+        loop.post([a, b] {
+            fs::resize_file(a, 0);
+            fs::resize_file(b, 0);
+        });
+        const std::string path = pick();
+        writeFile(t00, taggedTrack("A", "Song 0"));
+        writeFile(t01, taggedTrack("B", "Song 1"));
+        return path;
+    };
+    EXPECT_EQ(run(), "");
+    // The pick lets events run at most once in 0.05 s of the clock, which stands still here.
+    console->lastYield = 0;
+    auto cacheHeld = std::move(console->library->tagCache);
+    EXPECT_EQ(run(), "");
+    console->library->tagCache = std::move(cacheHeld);
+    const auto texts = logTexts();
+    ASSERT_EQ(texts.size(), 2u);
+    EXPECT_NE(texts[0].find("File is empty state:8"), std::string::npos) << texts[0];
+    EXPECT_EQ(texts[0], texts[1]);
+}
+
+TEST_F(TagCacheTest, ANewFileIsACandidateAtTheNextPick) {
+    ASSERT_EQ(pick(), t01);
+    const std::string t02 = addTrack("Rock", "t02.mp3", "C", "Song 2");
+    EXPECT_EQ(pick(), t02);
+    EXPECT_EQ(pickWithoutCache(), t02);
+}
+
+// The folder's watch sees no change made to a file through a name in another folder: such files
+// are read from the disk at every pick.
+TEST_F(TagCacheTest, AFileBehindALinkOrWithASecondNameIsReadAtEveryPick) {
+    const fs::path outside = dir / "outside";
+    fs::create_directories(outside);
+    fs::rename(t00, outside / "target.mp3");
+    fs::create_symlink(outside / "target.mp3", t00);
+    fs::create_hard_link(t01, outside / "second-name.mp3");
+    ASSERT_EQ(pick(), t01);
+    rewriteInPlace((outside / "target.mp3").string(), "A", "Song 9");
+    EXPECT_EQ(pick(), t00);
+    rewriteInPlace((outside / "target.mp3").string(), "A", "Song 0");
+    ASSERT_EQ(pick(), t01);
+    // t01 under its second name: "Song 7", never played, against t00's hour-old "Song 0".
+    setHistory("A - Song 0", "LastPlayed", dateText(-3.0));
+    rewriteInPlace((outside / "second-name.mp3").string(), "B", "Song 7");
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(pickWithoutCache(), t01);
+    EXPECT_EQ(cache().size(), 0u);
+}
+
+TEST_F(TagCacheTest, ChangesLostToAFullNotificationQueueAreFoundByTheFilesStamps) {
+    settle();
+    ASSERT_EQ(pick(), t01);
+    std::ifstream limitFile("/proc/sys/fs/inotify/max_queued_events");
+    long limit = 0;
+    limitFile >> limit;
+    ASSERT_GT(limit, 0);
+    // Each file made and removed queues three notifications; the queue overflows well before.
+    const fs::path flood = dir / "Music/Rock";
+    for (long i = 0; i < limit / 3 + 100; ++i) {
+        const std::string name = (flood / ("flood" + std::to_string(i) + ".tmp")).string();
+        const int fd = ::open(name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+        ASSERT_GE(fd, 0);
+        ::close(fd);
+        ::unlink(name.c_str());
+    }
+    // This change raises no notification any more: the queue is full.
+    fs::remove(t00);
+    writeFile(t00, taggedTrack("A", "Song 9"));
+    EXPECT_EQ(pick(), t00);
+    EXPECT_EQ(pickWithoutCache(), t00);
+}
+
+TEST_F(TagCacheTest, TheSavedFileServesARestartUntilAFileChanged) {
+    settle();
+    ASSERT_EQ(pick(), t01);
+    restart();
+    // A saved entry whose stamp still matches is believed: its tag is not read again. Written by
+    // hand here with a title that makes t00 the pick, which only the saved entry can say.
+    auto records = autodj::parseTagCache(fileText(cacheFile()));
+    ASSERT_TRUE(records);
+    ASSERT_EQ(records->size(), 2u);
+    for (auto& r : *records) {
+        if (r.name == "t00.mp3") {
+            r.mp3Title = "A - Song 9";
+        }
+    }
+    writeFile(cacheFile(), autodj::serializeTagCache(*records));
+    EXPECT_EQ(pick(), t00);
+
+    // A file changed while the console was not running is read again.
+    restart();
+    rewriteInPlace(t00, "A", "Song 0");
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(pickWithoutCache(), t01);
+}
+
+TEST_F(TagCacheTest, ADamagedOrForeignCacheFileIsIgnoredAndWrittenAgain) {
+    settle();
+    for (const std::string& text :
+         {std::string("TarnWave tag cache 1\nT\tt00.mp3\t1\t2\t3\t4\tA\tA - Song 9\n"),
+          std::string("\x7f"
+                      "ELF\x02\x01\x01"),
+          std::string("some other program's cache 1\nend\t0\n")}) {
+        console->library->tagCache = std::make_shared<autodj::TagCache>(cacheFile());
+        writeFile(cacheFile(), text);
+        EXPECT_EQ(pick(), t01);
+        EXPECT_EQ(pickWithoutCache(), t01);
+        cache().save(-1);
+        const auto saved = autodj::parseTagCache(fileText(cacheFile()));
+        ASSERT_TRUE(saved);
+        EXPECT_EQ(saved->size(), 2u);
+    }
+}
+
+TEST(TagCacheFileTest, RecordsComeBackAsTheyWereWrittenWithEveryAwkwardCharacter) {
+    const std::vector<autodj::SavedTag> records = {
+        {"/s/Music/Rock/", "a\tb\nc\\d.mp3", {7, 1234, -5, 1'700'000'000'123'456'789}, "", "x"},
+        {"/s/Music/Rock/", "plain.mp3", {8, 1, 2, 3}, "Art\r\nist", "Art - T\\t"},
+        {"/s/Music/Jazz\n/", "j.mp3", {9, 4, 5, 6}, "J", "J - K"},
+    };
+    const auto back = autodj::parseTagCache(autodj::serializeTagCache(records));
+    ASSERT_TRUE(back);
+    ASSERT_EQ(back->size(), records.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        EXPECT_EQ((*back)[i].folder, records[i].folder);
+        EXPECT_EQ((*back)[i].name, records[i].name);
+        EXPECT_EQ((*back)[i].stamp, records[i].stamp);
+        EXPECT_EQ((*back)[i].artist, records[i].artist);
+        EXPECT_EQ((*back)[i].mp3Title, records[i].mp3Title);
+    }
+}
+
+TEST(TagCacheFileTest, ACutFileOrAWrongCountIsNoFile) {
+    const std::vector<autodj::SavedTag> records = {{"/f/", "a.mp3", {1, 2, 3, 4}, "A", "A - B"},
+                                                   {"/f/", "b.mp3", {5, 6, 7, 8}, "C", "C - D"}};
+    const std::string text = autodj::serializeTagCache(records);
+    for (std::size_t cut = 0; cut < text.size(); ++cut) {
+        EXPECT_FALSE(autodj::parseTagCache(text.substr(0, cut))) << "cut at " << cut;
+    }
+    std::string wrongCount = text;
+    wrongCount.replace(wrongCount.rfind("end\t2"), 5, "end\t3");
+    EXPECT_FALSE(autodj::parseTagCache(wrongCount));
+    EXPECT_FALSE(autodj::parseTagCache(text + "T\tc.mp3\t1\t2\t3\t4\tA\tB\n"));
+    EXPECT_TRUE(autodj::parseTagCache(text));
+}
+
+}  // namespace
+}  // namespace tw::test
