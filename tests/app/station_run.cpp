@@ -167,4 +167,14 @@ std::vector<SilenceStretch> StationRun::silences(double longerThan) const {
     return out;
 }
 
+double scenarioHours() {
+    if (const char* text = std::getenv("TW_SCENARIO_HOURS")) {
+        const double hours = std::atof(text);
+        if (hours >= 1.0) {
+            return hours;
+        }
+    }
+    return TW_SCENARIO_SANITIZED ? 2.0 : 24.0;
+}
+
 }  // namespace tw::test

@@ -49,6 +49,12 @@ void copyStation(const std::filesystem::path& from, const std::filesystem::path&
 
 using sim::residentKb;
 
+constexpr double kScenarioHour = 3600.0;
+
+// The span of a whole-day scenario in hours: TW_SCENARIO_HOURS when set (at least 1), else 24, or
+// 2 in a sanitizer's build, whose speed would make a day take hours.
+double scenarioHours();
+
 struct SilenceStretch {
     double startSeconds = 0;  // from the start of the run
     double lengthSeconds = 0;

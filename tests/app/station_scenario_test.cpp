@@ -29,18 +29,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kHour = 3600.0;
-
-double spanHours() {
-    if (const char* text = std::getenv("TW_SCENARIO_HOURS")) {
-        const double hours = std::atof(text);
-        if (hours >= 1.0) {
-            return hours;
-        }
-    }
-    return TW_SCENARIO_SANITIZED ? 2.0 : 24.0;
-}
-
 core::DateValue startDate() {
     core::DateValue d = 0;
     EXPECT_TRUE(core::parseDate("2026-11-02 06:00:00", d));
@@ -128,10 +116,10 @@ class StationScenario : public ::testing::Test {
 };
 
 TEST_F(StationScenario, ADayOnTheAirStartsLogsAndPlansEveryTrackWithoutSilence) {
-    const double span = spanHours() * kHour;
-    run_->advance(kHour);
+    const double span = test::scenarioHours() * test::kScenarioHour;
+    run_->advance(test::kScenarioHour);
     const long hourOne = test::residentKb();
-    run_->advance(span - kHour);
+    run_->advance(span - test::kScenarioHour);
     const long last = test::residentKb();
 
     // Every start is logged once and counted once. A track is at most 90 s long, so a span needs
@@ -152,9 +140,9 @@ TEST_F(StationScenario, ADayOnTheAirStartsLogsAndPlansEveryTrackWithoutSilence) 
         EXPECT_LE(last - hourOne, 5 * 1024)
             << "hour 1: " << hourOne << " kB, end: " << last << " kB";
     }
-    std::cout << "[ figures  ] " << spanHours() << " h, " << starts << " starts, VmRSS hour 1 "
-              << hourOne << " kB, end " << last << " kB, silences > 0.5 s: " << silences.size()
-              << "\n";
+    std::cout << "[ figures  ] " << test::scenarioHours() << " h, " << starts
+              << " starts, VmRSS hour 1 " << hourOne << " kB, end " << last
+              << " kB, silences > 0.5 s: " << silences.size() << "\n";
 
     // The list selected again. A track's plan is open while its section's Pending is a date or
     // "empty". Selecting a list withdraws every open plan of the running list before the new
@@ -218,7 +206,7 @@ TEST_F(StationScenario, ADayOnTheAirStartsLogsAndPlansEveryTrackWithoutSilence) 
 }
 
 TEST_F(StationScenario, ADeletedCategoryLeavesTheRotationAndTheStationOnTheAir) {
-    run_->advance(kHour);
+    run_->advance(test::kScenarioHour);
     // The operator deletes the category of the rotation's third row on the library screen. (A
     // folder taken away behind the console's back goes unnoticed: the category lists are only
     // read again by the library's own actions.)
@@ -272,14 +260,14 @@ std::string deleteNextTrack(core::Console& c) {
 }
 
 TEST_F(StationScenario, ADeletedTrackFileLeavesTheStationOnTheAir) {
-    run_->advance(kHour);
+    run_->advance(test::kScenarioHour);
     deleteNextTrack(run_->console());
     const int startsBefore = run_->starts();
     const int linesBefore = playedLines();
 
-    run_->advance(2 * kHour);
+    run_->advance(2 * test::kScenarioHour);
 
-    EXPECT_GE(run_->starts() - startsBefore, static_cast<int>(2 * kHour / 90.0));
+    EXPECT_GE(run_->starts() - startsBefore, static_cast<int>(2 * test::kScenarioHour / 90.0));
     EXPECT_EQ(playedLines() - linesBefore, run_->starts() - startsBefore);
     EXPECT_EQ(playCountSum(station_ / "played.ini"), playedLines());
     const auto silences = run_->silences(0.5);
@@ -290,7 +278,7 @@ TEST_F(StationScenario, ADeletedTrackFileLeavesTheStationOnTheAir) {
 // the folder afresh; a file that is still listed but cannot serve (emptied here) makes the whole
 // pick fail with the picker's line, and the station goes on.
 TEST_F(StationScenario, ATrackFileEmptiedMidRunIsLoggedByThePickerAndTheStationGoesOn) {
-    run_->advance(kHour);
+    run_->advance(test::kScenarioHour);
     core::Console& c = run_->console();
     const std::size_t rows = c.trackList.size() - 1;
     const auto next = static_cast<std::size_t>(c.rotationPosition + 1) % rows;
@@ -299,7 +287,7 @@ TEST_F(StationScenario, ATrackFileEmptiedMidRunIsLoggedByThePickerAndTheStationG
     fs::resize_file(emptied, 0);
     const int startsBefore = run_->starts();
 
-    run_->advance(2 * kHour);
+    run_->advance(2 * test::kScenarioHour);
 
     bool logged = false;
     for (const auto& line : appLog()) {
@@ -308,7 +296,7 @@ TEST_F(StationScenario, ATrackFileEmptiedMidRunIsLoggedByThePickerAndTheStationG
     }
     EXPECT_TRUE(logged) << "app.log has no failure line of the picker after " << emptied
                         << " was emptied";
-    EXPECT_GE(run_->starts() - startsBefore, static_cast<int>(2 * kHour / 90.0));
+    EXPECT_GE(run_->starts() - startsBefore, static_cast<int>(2 * test::kScenarioHour / 90.0));
 }
 
 }  // namespace

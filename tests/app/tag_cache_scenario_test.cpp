@@ -34,18 +34,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kHour = 3600.0;
-
-double spanHours() {
-    if (const char* text = std::getenv("TW_SCENARIO_HOURS")) {
-        const double hours = std::atof(text);
-        if (hours >= 1.0) {
-            return hours;
-        }
-    }
-    return TW_SCENARIO_SANITIZED ? 2.0 : 24.0;
-}
-
 std::vector<std::string> lines(const fs::path& file) {
     std::vector<std::string> out;
     std::ifstream in(file);
@@ -144,7 +132,7 @@ void runDay(const fs::path& station, bool withCache, double span) {
     std::string error;
     ASSERT_TRUE(sim.execute("load", out, error)) << error;
     ASSERT_TRUE(sim.execute("select flRotations 0", out, error)) << error;
-    for (int hour = 0; hour * kHour < span; ++hour) {
+    for (int hour = 0; hour * test::kScenarioHour < span; ++hour) {
         ASSERT_TRUE(sim.execute("advance 3600", out, error)) << error;
         changeBehindTheConsole(station, hour, *playing);
     }
@@ -157,7 +145,7 @@ TEST(TagCacheScenario, ADayPicksTheSameTracksAtTheSameTimesWithAndWithoutTheCach
     const fs::path without = dir / "without";
     ASSERT_EQ(test::makeScenarioStation(withCache), "");
     ASSERT_EQ(test::makeScenarioStation(without), "");
-    const double span = spanHours() * kHour;
+    const double span = test::scenarioHours() * test::kScenarioHour;
 
     runDay(without, false, span);
     runDay(withCache, true, span);
@@ -197,7 +185,7 @@ TEST(TagCacheScenario, ADayPicksTheSameTracksAtTheSameTimesWithAndWithoutTheCach
         [](const std::string& line) { return line.find("File is empty") != line.npos; });
     // A short span (under a sanitizer) ends before a pick meets the file emptied at its third
     // hour; a whole day always does.
-    if (span >= 24 * kHour) {
+    if (span >= 24 * test::kScenarioHour) {
         EXPECT_TRUE(metEmptied) << "no pick met an emptied file: the day tests less";
     }
     EXPECT_EQ(pickerLines(withCache), failuresWithout);
