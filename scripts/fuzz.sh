@@ -45,8 +45,8 @@ run_one() {
     work=$(mktemp -d)
     seeds=fuzz/corpus/${t#fuzz_}
     run=$secs
-    if [[ "$t" == fuzz_tag_* && "$run" -lt 60 ]]; then run=60; fi
-    if [ -n "${brief[$t]:-}" ]; then run=${TW_FUZZ_BRIEF:-5}; fi
+    case "$t" in fuzz_tag_light | fuzz_tag_full | fuzz_tag_writer) [ "$run" -lt 60 ] && run=60 ;; esac
+    if [ -n "${brief[$t]:-}" ] && [ "${TW_FUZZ_BRIEF:-5}" -lt "$run" ]; then run=${TW_FUZZ_BRIEF:-5}; fi
     if "build-fuzz/fuzz/$t" -max_total_time="$run" -timeout=10 -rss_limit_mb=2048 \
         -artifact_prefix="build-fuzz/$t-" "$work" "$seeds" > "$work.log" 2>&1; then
         echo "== $t for ${run}s (seeds: $seeds)"
