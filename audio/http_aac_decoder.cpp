@@ -14,9 +14,6 @@ namespace tw::audio {
 
 namespace {
 
-// How long one step of the opening waits for the network.
-constexpr int kOpenWaitMs = 20;
-
 class HttpAacDecoder final : public Decoder {
   public:
     ~HttpAacDecoder() override {

@@ -17,6 +17,9 @@
 
 namespace tw::audio {
 
+// How long one step of an opening waits for the network.
+constexpr int kOpenWaitMs = 20;
+
 // A transfer under way and the first bytes of its audio, already taken from it.
 struct HttpStart {
     std::unique_ptr<HttpFetcher> fetcher;

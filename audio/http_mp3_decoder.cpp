@@ -11,9 +11,6 @@ namespace tw::audio {
 
 namespace {
 
-// How long one step of the opening waits for the network.
-constexpr int kOpenWaitMs = 20;
-
 class HttpMp3Decoder final : public Decoder {
   public:
     ~HttpMp3Decoder() override {

@@ -11,9 +11,6 @@ namespace tw::audio {
 
 namespace {
 
-// How long one step of the opening waits for the network.
-constexpr int kOpenWaitMs = 20;
-
 // A body that shows no two frames in a row within this much is handed to libmpg123, which finds
 // MP3 frames behind anything (as it did before the format was looked at at all).
 constexpr std::size_t kSniffLimit = 128 * 1024;

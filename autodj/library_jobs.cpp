@@ -19,9 +19,9 @@
 
 namespace tw::autodj {
 
-namespace {
-
 namespace fs = std::filesystem;
+
+// The states below have linkage: LibraryJobs, declared in the header, holds them.
 
 // What an import's thread and the console thread share; every field under the mutex.
 struct ImportState {
@@ -51,6 +51,8 @@ struct RecountState {
     std::vector<double> totalMs;  // by category, as measured
     std::int32_t lastTrack = 0;
 };
+
+namespace {
 
 bool isMp3(const std::string& path) {
     return core::toLower(core::parsePath(path, 5)) == ".mp3";

@@ -12,9 +12,8 @@
 
 namespace tw::autodj {
 
-namespace {
-
-struct TagWrite {
+// These have linkage: ReplayGainJob, declared in a header, holds them.
+struct ReplayGainWrite {
     std::string path;
     double gainDb = 0;
     double peak = 0;  // linear
@@ -22,14 +21,12 @@ struct TagWrite {
 
 // What the job's thread and the console thread share; every field under the mutex.
 struct ReplayGainState {
-    std::vector<TagWrite> files;
+    std::vector<ReplayGainWrite> files;
     std::mutex mutex;
     std::size_t done = 0;
     std::vector<std::string> written;                           // waiting to be restamped
     std::vector<std::pair<std::string, std::string>> failures;  // path, why
 };
-
-}  // namespace
 
 struct ReplayGainJob {
     std::unique_ptr<core::Worker> worker;
@@ -40,7 +37,7 @@ namespace {
 
 void doWork(core::Worker& w, const std::shared_ptr<ReplayGainState>& s) {
     for (std::size_t i = 0; i < s->files.size() && !w.CancellationPending(); ++i) {
-        const TagWrite& f = s->files[i];
+        const ReplayGainWrite& f = s->files[i];
         std::string error;
         const bool ok = tags::writeReplayGain(f.path, f.gainDb, f.peak, error);
         {

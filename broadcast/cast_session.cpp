@@ -16,12 +16,12 @@ using core::ImageRole;
 
 constexpr std::uint32_t kEncodeFlags = audio::kEncodeNoHead | audio::kEncodeAutoFree;
 
-CastState& state(core::Console& c) {
+CastState& castOf(core::Console& c) {
     return *c.cast;
 }
 
 ConnectRunner& connects(core::Console& c) {
-    auto& s = state(c);
+    auto& s = castOf(c);
     if (!s.connects) {
         s.connects = std::make_shared<ConnectRunner>(c.engine(), *c.svc.loop);
     }
@@ -45,7 +45,7 @@ void reportFailure(core::Console& c, const ConnectRequest& r, const std::string&
     const std::string encoder = "Encoder " + std::to_string(r.index + 1);
     core::printMessageOnScreen(c, "Couldn't connect to Server using settings from " + encoder +
                                       (why.empty() ? std::string() : ": " + why));
-    std::string& logged = state(c).connectFailureLogged[static_cast<std::size_t>(r.index)];
+    std::string& logged = castOf(c).connectFailureLogged[static_cast<std::size_t>(r.index)];
     if (logged != why) {
         logged = why;
         core::logError(c, "Cast " + encoder + " couldn't connect to " + r.server + ": " +
@@ -68,14 +68,14 @@ void applyConnect(core::Console& c, const ConnectRequest& r, bool connected,
         reportFailure(c, r, why);
         return;
     }
-    state(c).connectFailureLogged[static_cast<std::size_t>(r.index)].clear();
-    state(c).programEndLogged[static_cast<std::size_t>(r.index)].clear();
+    castOf(c).connectFailureLogged[static_cast<std::size_t>(r.index)].clear();
+    castOf(c).programEndLogged[static_cast<std::size_t>(r.index)].clear();
     core::printOnButton(m.cmdOnAir, ImageRole::Red, "ON AIR");
     c.ui.cast.btnStart.caption = "Stop";
     core::printMessageOnScreen(
         c, "Connected to Server using settings from Encoder " + std::to_string(r.index + 1));
     // A listener who comes back after a reconnect hears what is on the air named at once.
-    const auto& s = state(c);
+    const auto& s = castOf(c);
     if (!s.titleOnAir.empty() && c.encoderHandles[static_cast<std::size_t>(r.index)] == r.encoder) {
         c.engine().castSetTitle(r.encoder, s.titleOnAir, getStationURL(c, r.index));
     }
@@ -134,7 +134,7 @@ void start(core::Console& c) {
     std::vector<ConnectRequest> requests;
     for (int i = 0; i < core::kEncoderCount; ++i) {
         auto& handle = c.encoderHandles[static_cast<std::size_t>(i)];
-        const EncoderProfile& p = state(c).profiles[static_cast<std::size_t>(i)];
+        const EncoderProfile& p = castOf(c).profiles[static_cast<std::size_t>(i)];
         if (!readsAsTrue(p.Enabled) || handle != 0) {
             continue;
         }
@@ -163,7 +163,7 @@ void start(core::Console& c) {
 }
 
 bool castConnecting(core::Console& c, int index) {
-    const auto& s = state(c);
+    const auto& s = castOf(c);
     return s.connects &&
            s.connects->connecting(index, c.encoderHandles[static_cast<std::size_t>(index)]);
 }
@@ -199,7 +199,7 @@ void reportProgramEnd(core::Console& c, int index) {
         return;
     }
     const std::string end = c.engine().encodeGetEnd(handle);
-    std::string& logged = state(c).programEndLogged[static_cast<std::size_t>(index)];
+    std::string& logged = castOf(c).programEndLogged[static_cast<std::size_t>(index)];
     if (end.empty() || end == logged) {
         return;
     }
@@ -208,7 +208,7 @@ void reportProgramEnd(core::Console& c, int index) {
 }
 
 std::string serverAnswer(core::Console& c, int index, std::int32_t& listeners) {
-    const EncoderProfile& p = state(c).profiles.at(static_cast<std::size_t>(index));
+    const EncoderProfile& p = castOf(c).profiles.at(static_cast<std::size_t>(index));
     const audio::Handle handle = c.encoderHandles[static_cast<std::size_t>(index)];
     const int type = static_cast<int>(core::val(p.severType));
     std::string answer;
@@ -230,7 +230,7 @@ std::string serverAnswer(core::Console& c, int index, std::int32_t& listeners) {
         // Live 365 has no statistics page: bytes that went out since the last poll say it lives.
         listeners = 0;
         const std::uint64_t sent = c.engine().encodeGetCount(handle, 2);
-        auto& last = state(c).lastCastCount[static_cast<std::size_t>(index)];
+        auto& last = castOf(c).lastCastCount[static_cast<std::size_t>(index)];
         if (sent == last) {
             return {};
         }
@@ -251,7 +251,7 @@ std::string checkStats(core::Console& c, int index, std::int32_t& listeners) {
 }
 
 void sendTitle(core::Console& c, const std::string& title) {
-    state(c).titleOnAir = title;
+    castOf(c).titleOnAir = title;
     for (int i = 0; i < core::kEncoderCount; ++i) {
         if (getEncoderEnabled(c, i)) {
             c.engine().castSetTitle(c.encoderHandles[static_cast<std::size_t>(i)], title,
@@ -267,7 +267,7 @@ void cmdSendMessage_Click(core::Console& c) {
 }
 
 void cmdKickSource_Click(core::Console& c) {
-    const int index = state(c).selectedEncoder - 1;
+    const int index = castOf(c).selectedEncoder - 1;
     if (index < 0) {
         return;
     }
@@ -283,7 +283,7 @@ void cmdKickSource_Click(core::Console& c) {
     if (answer != core::Answer::Ok) {
         return;
     }
-    const EncoderProfile& p = state(c).profiles[static_cast<std::size_t>(index)];
+    const EncoderProfile& p = castOf(c).profiles[static_cast<std::size_t>(index)];
     kickSource(c, "http://" + p.severPath + ":" + p.severPort + "/admin.cgi?mode=kicksrc");
     c.ui.cast.chkReconnect.value = 1;
     cmdSave_Click(c);

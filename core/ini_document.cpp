@@ -14,7 +14,7 @@ constexpr std::size_t kChunkSize = 64 * 1024;
 // Replaced text is kept until it outweighs the live text, then the document is rebuilt.
 constexpr std::size_t kMinGarbageForRebuild = 1 << 20;
 
-bool isBlank(char c) {
+bool isSpaceOrTab(char c) {
     return c == ' ' || c == '\t';
 }
 
@@ -22,11 +22,11 @@ unsigned char fold(unsigned char c) {
     return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
 }
 
-std::string_view trim(std::string_view s) {
-    while (!s.empty() && isBlank(s.front())) {
+std::string_view trimSpaces(std::string_view s) {
+    while (!s.empty() && isSpaceOrTab(s.front())) {
         s.remove_prefix(1);
     }
-    while (!s.empty() && isBlank(s.back())) {
+    while (!s.empty() && isSpaceOrTab(s.back())) {
         s.remove_suffix(1);
     }
     return s;
@@ -94,7 +94,7 @@ IniDocument::Line IniDocument::classify(const char* text, std::size_t size, Line
     line.size = static_cast<std::uint32_t>(size);
     line.end = end;
     std::size_t i = 0;
-    while (i < size && isBlank(text[i])) {
+    while (i < size && isSpaceOrTab(text[i])) {
         ++i;
     }
     if (i == size || text[i] == ';') {
@@ -106,7 +106,7 @@ IniDocument::Line IniDocument::classify(const char* text, std::size_t size, Line
         if (close == std::string_view::npos || close <= i) {
             return line;
         }
-        const std::string_view name = trim(whole.substr(i + 1, close - i - 1));
+        const std::string_view name = trimSpaces(whole.substr(i + 1, close - i - 1));
         line.kind = Kind::kSection;
         line.nameBegin = static_cast<std::uint32_t>(name.data() - text);
         line.nameSize = static_cast<std::uint32_t>(name.size());
@@ -116,8 +116,8 @@ IniDocument::Line IniDocument::classify(const char* text, std::size_t size, Line
     if (eq == std::string_view::npos) {
         return line;
     }
-    const std::string_view name = trim(whole.substr(i, eq - i));
-    const std::string_view value = trim(whole.substr(eq + 1));
+    const std::string_view name = trimSpaces(whole.substr(i, eq - i));
+    const std::string_view value = trimSpaces(whole.substr(eq + 1));
     line.kind = Kind::kKey;
     line.nameBegin = static_cast<std::uint32_t>(name.empty() ? eq : name.data() - text);
     line.nameSize = static_cast<std::uint32_t>(name.size());
@@ -201,11 +201,11 @@ std::optional<std::uint32_t> IniDocument::findKeyLine(const Section& section,
 
 std::optional<std::string_view> IniDocument::find(std::string_view section,
                                                   std::string_view key) const {
-    const Section* found = findSection(trim(section));
+    const Section* found = findSection(trimSpaces(section));
     if (!found) {
         return std::nullopt;
     }
-    const auto index = findKeyLine(*found, trim(key));
+    const auto index = findKeyLine(*found, trimSpaces(key));
     if (!index) {
         return std::nullopt;
     }
@@ -276,8 +276,8 @@ void IniDocument::rebuild() {
 
 bool IniDocument::set(std::string_view sectionName, std::string_view keyName,
                       std::optional<std::string_view> value) {
-    const std::string_view name = trim(sectionName);
-    const std::string_view key = trim(keyName);
+    const std::string_view name = trimSpaces(sectionName);
+    const std::string_view key = trimSpaces(keyName);
     const auto sectionIt = sectionIndex_.find(name);
     Section* section = sectionIt == sectionIndex_.end() ? nullptr : &sections_[sectionIt->second];
     std::optional<std::uint32_t> keyLine;

@@ -18,13 +18,8 @@
 
 namespace tw::core {
 
-namespace {
-
-// Settings files are small; played.ini grows by a few hundred bytes a track. Anything past this is
-// not ours, and reading it would only stall the console.
-constexpr off_t kLargestFile = off_t{1} << 30;
-
-// What a file looked like on disk when the cached copy matched it.
+// What a file looked like on disk when the cached copy matched it. (Outside the anonymous
+// namespace: the store's Impl, a class with linkage, holds one.)
 struct DiskStamp {
     bool exists = false;
     dev_t device = 0;
@@ -37,6 +32,12 @@ struct DiskStamp {
                mtime.tv_sec == o.mtime.tv_sec && mtime.tv_nsec == o.mtime.tv_nsec;
     }
 };
+
+namespace {
+
+// Settings files are small; played.ini grows by a few hundred bytes a track. Anything past this is
+// not ours, and reading it would only stall the console.
+constexpr off_t kLargestFile = off_t{1} << 30;
 
 DiskStamp stampOf(const struct stat& st) {
     return {true, st.st_dev, st.st_ino, st.st_size, st.st_mtim};

@@ -57,6 +57,8 @@ const char* elementKindName(ElementKind k);
 
 struct Rect {
     double left = 0, top = 0, width = 0, height = 0;
+
+    bool operator==(const Rect&) const = default;
 };
 
 // A line of text printed on a picture, at its start position.

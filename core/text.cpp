@@ -13,7 +13,7 @@ namespace tw::core {
 
 namespace {
 
-bool isBlank(char c) {
+bool isIgnoredBlank(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 bool isDigit(char c) {
@@ -26,7 +26,7 @@ std::string numericPrefix(std::string_view text) {
     std::string s;
     s.reserve(text.size());
     for (char c : text) {
-        if (!isBlank(c)) {
+        if (!isIgnoredBlank(c)) {
             s.push_back(c);
         }
     }

@@ -4,14 +4,14 @@ namespace tw::desk {
 
 namespace {
 
-struct Place {
+struct CastPlace {
     const char* name;
     double left, top, width, height;
 };
 
 // The profile buttons run along the top in two rows of six; the server's frame below them with
 // its labels on the left; the format, the switches and the buttons at the foot.
-constexpr Place kPlaces[] = {
+constexpr CastPlace kCastPlaces[] = {
     {"frameServer", 10, 92, 540, 268},
     {"cmboServerType", 120, 108, 200, 22},
     {"txtServer", 120, 136, 420, 22},
@@ -43,7 +43,7 @@ constexpr Place kPlaces[] = {
 void applyCastLayout(core::Console& c) {
     auto& f = c.ui.cast;
     f.frmCast.rect = {0, 0, 560, 470};
-    for (const Place& p : kPlaces) {
+    for (const CastPlace& p : kCastPlaces) {
         if (core::Element* e = f.find(p.name)) {
             e->rect = {p.left, p.top, p.width, p.height};
         }

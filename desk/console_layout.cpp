@@ -10,7 +10,7 @@ using core::ImageRole;
 
 namespace {
 
-struct Place {
+struct ConsolePlace {
     const char* name;
     double left, top, width, height;
     const char* container;
@@ -21,7 +21,7 @@ struct Place {
 // helper lists the console keeps hidden (dirList, fileList, fileList1, lstPlaylist1,
 // flRotations, flPlaylists) have no place. The strip under the panels (from 562) is kept free
 // for the message line the console prints on the form itself.
-const Place kPlaces[] = {
+const ConsolePlace kConsolePlaces[] = {
     {"lblDateTime", 8, 6, 250, 20, ""},
     {"cmdAutoManual", 266, 4, 90, 26, ""},
     {"cmdHelp", 362, 4, 50, 26, ""},
@@ -165,7 +165,7 @@ void paintPlayers(core::Console& c) {
 }  // namespace
 
 void applyDesignLayout(core::Console& c) {
-    for (const Place& p : kPlaces) {
+    for (const ConsolePlace& p : kConsolePlaces) {
         if (Element* e = c.ui.main.find(p.name)) {
             e->rect = {p.left, p.top, p.width, p.height};
             e->container = p.container;

@@ -13,6 +13,10 @@
 
 namespace tw::ui {
 
+// The frame round a list and the back of its selected rows, alike in every window.
+inline const QColor kBorder(0x80, 0x80, 0x80);
+inline const QColor kSelection(0x33, 0x66, 0xCC);
+
 // A console colour number as a QColor.
 QColor consoleColor(std::uint32_t bgr);
 

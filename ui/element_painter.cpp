@@ -27,9 +27,6 @@ namespace {
 using core::Element;
 using core::ElementKind;
 
-const QColor kBorder(0x80, 0x80, 0x80);
-const QColor kSelection(0x33, 0x66, 0xCC);
-
 QString qs(const std::string& s) {
     return QString::fromStdString(s);
 }

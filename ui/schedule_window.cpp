@@ -32,8 +32,6 @@ constexpr double kItemHeight = 20;
 constexpr double kIconSide = 16;
 constexpr int kDays = 7;
 
-const QColor kSelection(0x33, 0x66, 0xCC);
-const QColor kBorder(0x80, 0x80, 0x80);
 // The pictures of the list sit on the colour of a scheduled cell, as they do on the grid.
 constexpr std::uint32_t kIconBack = 0x008550;
 

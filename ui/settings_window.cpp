@@ -29,8 +29,8 @@ namespace {
 // 12-pixel margin round them and 14 between the frames of a column, and under them three frames
 // across both columns, the studio output, the loudness on the air and the web status. A frame's
 // caption stands on its top edge, so every frame keeps the caption's half height clear above it.
-constexpr double kDesignWidth = 680;
-constexpr double kDesignHeight = 614;
+constexpr double kSettingsDesignWidth = 680;
+constexpr double kSettingsDesignHeight = 614;
 
 constexpr std::string_view kForm = "frmAppSettings.";
 
@@ -126,10 +126,6 @@ core::Rect moved(core::Rect r, double down) {
     return r;
 }
 
-bool sameRect(const core::Rect& a, const core::Rect& b) {
-    return a.left == b.left && a.top == b.top && a.width == b.width && a.height == b.height;
-}
-
 // The boxes that take typed text as well as a choice from their list.
 bool takesText(const core::SettingsForm& f, const core::Element& box) {
     return &box == &f.cboLoudnessTarget;
@@ -207,11 +203,12 @@ SettingsWindow::SettingsWindow(core::Console& console, QWidget* owner, int beatM
 }
 
 QSize SettingsWindow::designSize() {
-    return QSize(static_cast<int>(kDesignWidth), static_cast<int>(kDesignHeight));
+    return QSize(static_cast<int>(kSettingsDesignWidth), static_cast<int>(kSettingsDesignHeight));
 }
 
 double SettingsWindow::textScale() const {
-    return std::max(1.0, std::min(width() / kDesignWidth, height() / kDesignHeight));
+    return std::max(1.0,
+                    std::min(width() / kSettingsDesignWidth, height() / kSettingsDesignHeight));
 }
 
 core::Element SettingsWindow::grownBox(const core::Element& box) const {
@@ -222,13 +219,13 @@ core::Element SettingsWindow::grownBox(const core::Element& box) const {
 
 void SettingsWindow::place() {
     core::SettingsForm& f = console_.ui.settings;
-    const double sx = width() / kDesignWidth;
-    const double sy = height() / kDesignHeight;
+    const double sx = width() / kSettingsDesignWidth;
+    const double sy = height() / kSettingsDesignHeight;
     auto grown = [&](const core::Rect& r) {
         return core::Rect{r.left * sx, r.top * sy, r.width * sx, r.height * sy};
     };
     auto put = [](core::Element& e, const core::Rect& r) {
-        if (!sameRect(e.rect, r)) {
+        if (e.rect != r) {
             e.rect = r;
         }
     };
@@ -243,8 +240,8 @@ void SettingsWindow::place() {
 }
 
 std::vector<SettingsWindow::FixedText> SettingsWindow::fixedTexts() const {
-    const double sx = width() / kDesignWidth;
-    const double sy = height() / kDesignHeight;
+    const double sx = width() / kSettingsDesignWidth;
+    const double sy = height() / kSettingsDesignHeight;
     std::vector<FixedText> texts;
     for (const DesignText& t : kTexts) {
         texts.push_back(

@@ -25,8 +25,8 @@ namespace {
 
 // The layout at its design size, in window pixels: the categories over the Report button on the
 // left, the report grid filling the rest.
-constexpr double kDesignWidth = 760;
-constexpr double kDesignHeight = 440;
+constexpr double kStatisticsDesignWidth = 760;
+constexpr double kStatisticsDesignHeight = 440;
 constexpr core::Rect kCategories{8, 8, 180, 360};
 constexpr core::Rect kReportButton{8, 376, 180, 56};
 constexpr core::Rect kGrid{196, 8, 556, 424};
@@ -35,18 +35,11 @@ constexpr core::Rect kGrid{196, 8, 556, 424};
 // grid's width: the track names need the most.
 constexpr double kColumnShares[] = {0.16, 0.42, 0.14, 0.14, 0.14};
 
-const QColor kBorder(0x80, 0x80, 0x80);
-const QColor kSelection(0x33, 0x66, 0xCC);
-
 constexpr std::string_view kCategoryList = "frmStatistics.lstCatagories";
 constexpr std::string_view kReportName = "frmStatistics.cmdRunReport";
 
 QRectF rectOf(const core::Element& e) {
     return QRectF(e.rect.left, e.rect.top, e.rect.width, e.rect.height);
-}
-
-bool sameRect(const core::Rect& a, const core::Rect& b) {
-    return a.left == b.left && a.top == b.top && a.width == b.width && a.height == b.height;
 }
 
 // An element's font grown with the window.
@@ -83,17 +76,19 @@ StatisticsWindow::StatisticsWindow(core::Console& console, QWidget* owner, int b
 }
 
 QSize StatisticsWindow::designSize() {
-    return QSize(static_cast<int>(kDesignWidth), static_cast<int>(kDesignHeight));
+    return QSize(static_cast<int>(kStatisticsDesignWidth),
+                 static_cast<int>(kStatisticsDesignHeight));
 }
 
 double StatisticsWindow::textScale() const {
-    return std::max(1.0, std::min(width() / kDesignWidth, height() / kDesignHeight));
+    return std::max(1.0,
+                    std::min(width() / kStatisticsDesignWidth, height() / kStatisticsDesignHeight));
 }
 
 void StatisticsWindow::place() {
     core::StatisticsForm& f = console_.ui.statistics;
-    const double sx = width() / kDesignWidth;
-    const double sy = height() / kDesignHeight;
+    const double sx = width() / kStatisticsDesignWidth;
+    const double sy = height() / kStatisticsDesignHeight;
     auto grown = [&](const core::Rect& r) {
         return core::Rect{r.left * sx, r.top * sy, r.width * sx, r.height * sy};
     };
@@ -103,7 +98,7 @@ void StatisticsWindow::place() {
                                                             {&f.cmdRunReport, grown(kReportButton)},
                                                             {&f.lstSongList, grown(kGrid)}};
     for (const auto& [e, r] : places) {
-        if (!sameRect(e->rect, r)) {
+        if (e->rect != r) {
             e->rect = r;
         }
     }
