@@ -12,6 +12,11 @@ std::string readHistory(core::Console& c, const std::string& section, const char
     return core::readIni(c, c.playedIniPath(), section, key, def);
 }
 
+std::string readHistory(core::Console& c, const std::string& playedIni, const std::string& section,
+                        const char* key, std::string_view def) {
+    return core::readIni(c, playedIni, section, key, def);
+}
+
 void writeHistory(core::Console& c, const std::string& section, const char* key,
                   std::string value) {
     // The history keeps one line per key: a line break in a value is stored as a blank.

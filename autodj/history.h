@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "core/console.h"
 
@@ -23,6 +24,9 @@ inline constexpr const char* kLastTimeTunedOut = "LastTIMETunedOut";
 // One value of a section of played.ini.
 std::string readHistory(core::Console& c, const std::string& section, const char* key,
                         const std::string& def);
+// The same with played.ini's path (c.playedIniPath()) made once, for a loop over many tracks.
+std::string readHistory(core::Console& c, const std::string& playedIni, const std::string& section,
+                        const char* key, std::string_view def);
 void writeHistory(core::Console& c, const std::string& section, const char* key, std::string value);
 
 // Division as the console's "/" does it on whole numbers: 0 / 0 fails as an overflow, any other

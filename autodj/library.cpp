@@ -1,5 +1,7 @@
 #include "autodj/library.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "autodj/history.h"
@@ -52,9 +54,11 @@ void clearDetails(core::Console& c) {
 
 // Refreshes the list of the active category's files, from the tag cache's listing while it holds
 // (the picker lists the category at every pick: 100,000 names sorted cost more than the walk).
+// A list whose folder is not the active category's (the search lists the library screen's list
+// after a pick has moved the active category) is listed afresh.
 void refreshCategoryList(core::Console& c, core::Element& list) {
     TagCache* const cache = c.library ? c.library->tagCache.get() : nullptr;
-    if (!cache) {
+    if (!cache || list.path != listFolder(c)) {
         core::refreshFileList(list);
         return;
     }
@@ -133,7 +137,7 @@ void lstPlaylists_Click(core::Console& c, int index) {
             categoryFolder(m.lstPlaylists.items[static_cast<std::size_t>(index)].text);
         c.activeCatagoryIndex = index + 1;
         m.fileList.path = listFolder(c);
-        core::refreshFileList(m.fileList);
+        refreshCategoryList(c, m.fileList);
 
         const std::int32_t seconds = figureAt(c.library->repeatTime, index + 1);
         const std::int32_t hours = seconds / 60 / 60;
@@ -168,6 +172,36 @@ std::string hintedTitle(core::Console& c, const std::string& path) {
     return it->second.title;
 }
 
+// The track list's title of folder + name: from the tag cache while the file is the one it was
+// read from, else read (and, for a file without artist and title, written) as the list reads it,
+// and kept for the next fill and the picker.
+std::string listTitle(core::Console& c, TagCache* cache, const std::string& folder,
+                      const std::string& name, const std::string& path) {
+    if (cache) {
+        if (const CachedTag* known = cache->find(folder, name)) {
+            if (const std::string* title = listTitleOf(*known)) {
+                return *title;
+            }
+        }
+    }
+    struct stat st {};
+    const bool keepable =
+        cache && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0;
+    c.id3->filename(path);
+    if (keepable) {
+        tags::clsMp3TagData data;
+        c.id3->returnID3Tag(data);
+        CachedTag tag = cachedTagOf(data.Artist, data.songName, data.mp3Title);
+        // A file without artist and title is about to be given both.
+        if (tag.listTitle != kUntitled) {
+            cache->store(folder, name, st, std::move(tag));
+        }
+    }
+    std::string title = c.id3->returnID3TitleOnly();
+    tags::logTagWriteError(c, path);
+    return title;
+}
+
 }  // namespace
 
 std::int32_t fillSongList(core::Console& c) {
@@ -181,16 +215,22 @@ std::int32_t fillSongList(core::Console& c) {
     files.reserve(m.fileList.items.size());
     double tunedOut = 0;
     double playCount = 0;
+    const std::string played = c.playedIniPath();
+    m.lstSongs.items.reserve(m.fileList.items.size());
+    m.lstBuilderCatagoryList.items.reserve(m.fileList.items.size());
+    const std::string folder = c.AppFolder + c.activeDirectory;
+    TagCache* const cache = c.library->tagCache.get();
+    if (cache) {
+        cache->beginWalk(folder);
+    }
     for (const auto& item : m.fileList.items) {
-        std::string path = c.AppFolder + c.activeDirectory + item.text;
+        std::string path = folder + item.text;
         std::string title = hintedTitle(c, path);
         if (title.empty()) {
-            c.id3->filename(path);
-            title = c.id3->returnID3TitleOnly();
-            tags::logTagWriteError(c, path);
+            title = listTitle(c, cache, folder, item.text, path);
         }
-        tunedOut += core::cLngText(readHistory(c, title, kTunedOut, "0"));
-        playCount += core::cLngText(readHistory(c, title, kPlayCount, "0"));
+        tunedOut += core::cLngText(readHistory(c, played, title, kTunedOut, "0"));
+        playCount += core::cLngText(readHistory(c, played, title, kPlayCount, "0"));
         files.push_back(std::move(path));
         m.lstSongs.items.push_back({title, 0, {}, false});
         m.lstBuilderCatagoryList.items.push_back({std::move(title), 0, {}, false});
@@ -219,7 +259,7 @@ void pickActivePlaylist(core::Console& c) {
 
 void cmdSearch_Click(core::Console& c) {
     auto& m = c.form();
-    core::refreshFileList(m.fileList);
+    refreshCategoryList(c, m.fileList);
     fillSongList(c);
     const std::string& search = m.txtSearch.text;
     if (search.empty()) {

@@ -61,7 +61,7 @@ const CachedTag& readCandidate(core::Console& c, TagCache* cache, const std::str
     c.id3->returnID3Tag(data);
     state = 5;
     if (cache) {
-        cache->store(folder, name, st, data.Artist, data.mp3Title);
+        cache->store(folder, name, st, cachedTagOf(data.Artist, data.songName, data.mp3Title));
     }
     fromDisk.artist = std::move(data.Artist);
     fromDisk.mp3Title = std::move(data.mp3Title);
@@ -132,6 +132,7 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             cache->beginWalk(c.AppFolder + c.activeDirectory);
         }
         CachedTag fromDisk;
+        const std::string played = c.playedIniPath();
         for (;;) {
             if (c.listLoading) {
                 // A rotation is being read: the pick gives up and leaves pickInProgress set.
@@ -143,8 +144,8 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             const CachedTag& tag = readCandidate(c, cache, name, candidatePath, state, fromDisk);
             std::string artist = tag.artist;
             const std::string artistKey = makeArtist(artist);
-            const std::string trackLast = readHistory(c, tag.mp3Title, kLastPlayed, "none");
-            const std::string artistLast = readHistory(c, artistKey, kLastPlayed, "none");
+            const std::string trackLast = readHistory(c, played, tag.mp3Title, kLastPlayed, "none");
+            const std::string artistLast = readHistory(c, played, artistKey, kLastPlayed, "none");
 
             std::int32_t trackAge = 0;
             if (trackLast != "none") {

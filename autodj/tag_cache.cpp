@@ -88,6 +88,22 @@ TagCache::~TagCache() {
     }
 }
 
+CachedTag cachedTagOf(const std::string& artist, const std::string& title,
+                      const std::string& mp3Title) {
+    std::string listed = artist + std::string(kUntitled) + title;
+    if (listed == mp3Title) {
+        listed.clear();
+    }
+    return {artist, mp3Title, std::move(listed)};
+}
+
+const std::string* listTitleOf(const CachedTag& tag) {
+    if (tag.listTitle.empty()) {
+        return &tag.mp3Title;
+    }
+    return tag.listTitle == kUntitled ? nullptr : &tag.listTitle;
+}
+
 void TagCache::load() {
     loaded_ = true;
     std::string text;
@@ -100,7 +116,7 @@ void TagCache::load() {
     }
     for (auto& r : *records) {
         folders_[r.folder].entries[r.name] = {
-            r.stamp, {std::move(r.artist), std::move(r.mp3Title)}, false};
+            r.stamp, {std::move(r.artist), std::move(r.mp3Title), std::move(r.listTitle)}, false};
     }
 }
 
@@ -294,7 +310,7 @@ const CachedTag* TagCache::find(std::string_view folder, const std::string& name
 }
 
 void TagCache::store(std::string_view folder, const std::string& name, const struct stat& st,
-                     const std::string& artist, const std::string& mp3Title) {
+                     CachedTag tag) {
     Folder* const f = watchedFolder(folder);
     if (!f || !keepable(st)) {
         return;
@@ -305,7 +321,7 @@ void TagCache::store(std::string_view folder, const std::string& name, const str
         own.st_ino != st.st_ino || own.st_dev != st.st_dev) {
         return;
     }
-    f->entries[name] = {stampOf(st), {artist, mp3Title}, true};
+    f->entries[name] = {stampOf(st), std::move(tag), true};
     dirty_ = true;
 }
 
@@ -321,7 +337,8 @@ bool TagCache::save(double nowSeconds) {
     for (const auto& [folder, f] : folders_) {
         for (const auto& [name, e] : f.entries) {
             if (settled(e.stamp, now)) {
-                records.push_back({folder, name, e.stamp, e.tag.artist, e.tag.mp3Title});
+                records.push_back(
+                    {folder, name, e.stamp, e.tag.artist, e.tag.mp3Title, e.tag.listTitle});
             } else {
                 left = true;
             }

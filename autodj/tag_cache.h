@@ -1,6 +1,7 @@
 #pragma once
-// The tags the picker reads of each file (artist and history key), kept in memory so that a pick
-// reads from the disk only the files that changed since their tags were last read.
+// The tags the picker and the track list read of each file (artist, history key, the list's
+// title), kept in memory so that a pick or a fill of the list reads from the disk only the files
+// that changed since their tags were last read.
 //
 // A change is known by the kernel's notifications (inotify) on each category folder the picker
 // has walked: a file written, closed after writing, given new attributes, created, deleted or
@@ -52,7 +53,19 @@ namespace tw::autodj {
 struct CachedTag {
     std::string artist;
     std::string mp3Title;
+    // The track list's title ("artist - title" as the tag holds them) when it differs from
+    // mp3Title, else empty; kUntitled for a file with neither, whose title the list reads from
+    // the disk (it writes one into the file).
+    std::string listTitle;
 };
+
+inline constexpr std::string_view kUntitled = " - ";
+
+// What the cache keeps of a tag read with artist, title and history key mp3Title.
+CachedTag cachedTagOf(const std::string& artist, const std::string& title,
+                      const std::string& mp3Title);
+// The track list's title of a cached tag, or nullptr when the list must read the file.
+const std::string* listTitleOf(const CachedTag& tag);
 
 class TagCache {
   public:
@@ -72,7 +85,7 @@ class TagCache {
     const CachedTag* find(std::string_view folder, const std::string& name);
     // The tags just read from folder + name; st is what the stat before the read gave.
     void store(std::string_view folder, const std::string& name, const struct stat& st,
-               const std::string& artist, const std::string& mp3Title);
+               CachedTag tag);
     // The names of folder's listing kept under pattern (core::listFileNames), or nullptr when none
     // is kept: not watched, or a name was created, deleted or moved there since it was kept (or
     // the folder's times changed), or the queue of notifications overflowed. Valid until the next

@@ -100,6 +100,8 @@ std::string serializeTagCache(const std::vector<SavedTag>& records) {
         putField(out, r.artist);
         out += '\t';
         putField(out, r.mp3Title);
+        out += '\t';
+        putField(out, r.listTitle);
         out += '\n';
     }
     out += "end\t" + std::to_string(records.size()) + '\n';
@@ -130,13 +132,14 @@ std::optional<std::vector<SavedTag>> parseTagCache(std::string_view text) {
             if (!folder) {
                 return std::nullopt;
             }
-        } else if (fields[0] == "T" && fields.size() == 8 && folder) {
+        } else if (fields[0] == "T" && fields.size() == 9 && folder) {
             SavedTag r;
             r.folder = *folder;
             auto name = takeField(fields[1]);
             auto artist = takeField(fields[6]);
             auto title = takeField(fields[7]);
-            if (!name || name->empty() || !artist || !title ||
+            auto listTitle = takeField(fields[8]);
+            if (!name || name->empty() || !artist || !title || !listTitle ||
                 !takeNumber(fields[2], r.stamp.inode) || !takeNumber(fields[3], r.stamp.size) ||
                 !takeNumber(fields[4], r.stamp.modifiedNs) ||
                 !takeNumber(fields[5], r.stamp.changedNs)) {
@@ -145,6 +148,7 @@ std::optional<std::vector<SavedTag>> parseTagCache(std::string_view text) {
             r.name = std::move(*name);
             r.artist = std::move(*artist);
             r.mp3Title = std::move(*title);
+            r.listTitle = std::move(*listTitle);
             records.push_back(std::move(r));
         } else if (fields[0] == "end" && fields.size() == 2) {
             std::size_t count = 0;

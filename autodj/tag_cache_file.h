@@ -1,7 +1,7 @@
 #pragma once
-// The tag cache's file in the station folder: what the picker reads of each file of the library
-// (artist and history key), with the file's identity when it was read, so that a new run reads
-// from the disk only the files that changed since.
+// The tag cache's file in the station folder: what the picker and the track list read of each
+// file of the library (artist, history key, the list's title), with the file's identity when it was
+// read, so that a new run reads from the disk only the files that changed since.
 //
 // Text, one record a line, fields separated by tabs. A tab, line break or backslash inside a field
 // is written "\t", "\n", "\r", "\\". The first line names the format; a "F" line names the folder
@@ -34,9 +34,10 @@ struct SavedTag {
     FileStamp stamp;
     std::string artist;
     std::string mp3Title;
+    std::string listTitle;  // as CachedTag holds it
 };
 
-inline constexpr std::string_view kTagCacheHeader = "TarnWave tag cache 1";
+inline constexpr std::string_view kTagCacheHeader = "TarnWave tag cache 2";
 
 // The file's text; records of one folder must stand together to be written once per folder.
 std::string serializeTagCache(const std::vector<SavedTag>& records);

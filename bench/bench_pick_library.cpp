@@ -2,7 +2,8 @@
 // the tag cache (the tags read from memory) against the picker reading every tag from the disk,
 // and the first pick after a start with the saved cache against one without it. The console's
 // memory (VmRSS) with the whole category in the cache is printed. The category's listing, kept
-// by the cache, against the folder listed and sorted afresh.
+// by the cache, against the folder listed and sorted afresh. The library screen's track list and
+// its search with the titles kept, against every title read from its file.
 //
 // The library is made by the program in a temporary folder and removed at its end: tiny files of
 // an ID3v2.3 tag (artist, title) and one MPEG frame. Making it takes a while; the files are then
@@ -128,6 +129,7 @@ class Station {
         return autodj::pickSongForCatagory(*console_, "Big", console_->now() + 1.0 / 24, previous);
     }
     core::Console& console() { return *console_; }
+    core::SettingsStore& settings() { return settings_; }
 
   private:
     core::VirtualClock clock_;
@@ -217,6 +219,64 @@ BENCHMARK(BM_ListCategory100k_Reference)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->MinTime(1.0);
+
+// The library screen's track list of the category (listed, every title and the history's counts
+// read, the category's caption), with the titles the picker's walk kept.
+void trackList(benchmark::State& state, bool withCache) {
+    Station& s = onAir();
+    auto& c = s.console();
+    auto cache = withCache ? nullptr : std::move(c.library->tagCache);
+    for (auto _ : state) {
+        // One event of the window, as a click is.
+        core::EventScope event(s.settings());
+        autodj::lstPlaylists_Click(c, 0);
+        benchmark::DoNotOptimize(c.form().lstSongs.items.data());
+    }
+    if (!withCache) {
+        c.library->tagCache = std::move(cache);
+    }
+    if (c.form().lstSongs.items.size() != static_cast<std::size_t>(kTracks) ||
+        c.form().lstSongs.items[5].text != artistName(5) + " - " + titleOf(5)) {
+        state.SkipWithError("the list is not the category");
+    }
+}
+void BM_TrackList100k(benchmark::State& state) {
+    trackList(state, true);
+}
+BENCHMARK(BM_TrackList100k)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(1.0);
+// Every title read from its file, as without the cache.
+void BM_TrackList100k_Reference(benchmark::State& state) {
+    trackList(state, false);
+}
+BENCHMARK(BM_TrackList100k_Reference)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// The track list's search for one title (the list filled again first, as the button does).
+void search(benchmark::State& state, bool withCache) {
+    Station& s = onAir();
+    auto& c = s.console();
+    autodj::lstPlaylists_Click(c, 0);
+    auto cache = withCache ? nullptr : std::move(c.library->tagCache);
+    c.form().txtSearch.text = titleOf(kTracks - 7);
+    for (auto _ : state) {
+        core::EventScope event(s.settings());
+        autodj::cmdSearch_Click(c);
+        benchmark::DoNotOptimize(c.form().lstSongs.listIndex);
+    }
+    if (!withCache) {
+        c.library->tagCache = std::move(cache);
+    }
+    if (c.form().lstSongs.listIndex != kTracks - 7) {
+        state.SkipWithError("the search did not find the title");
+    }
+}
+void BM_Search100k(benchmark::State& state) {
+    search(state, true);
+}
+BENCHMARK(BM_Search100k)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(1.0);
+void BM_Search100k_Reference(benchmark::State& state) {
+    search(state, false);
+}
+BENCHMARK(BM_Search100k_Reference)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
 // A new console on the station: its lists built and its first pick, the saved cache read.
 void BM_FirstPickAfterStart(benchmark::State& state) {

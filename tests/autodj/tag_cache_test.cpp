@@ -246,7 +246,10 @@ TEST_F(TagCacheTest, TheSavedFileServesARestartUntilAFileChanged) {
 TEST_F(TagCacheTest, ADamagedOrForeignCacheFileIsIgnoredAndWrittenAgain) {
     settle();
     for (const std::string& text :
-         {std::string("TarnWave tag cache 1\nT\tt00.mp3\t1\t2\t3\t4\tA\tA - Song 9\n"),
+         {// The format before the track list's titles were kept: read as foreign.
+          std::string(
+              "TarnWave tag cache 1\nF\t/x/\nT\tt00.mp3\t1\t2\t3\t4\tA\tA - Song 9\nend\t1\n"),
+          std::string("TarnWave tag cache 2\nT\tt00.mp3\t1\t2\t3\t4\tA\tA - Song 9\t\n"),
           std::string("\x7f"
                       "ELF\x02\x01\x01"),
           std::string("some other program's cache 1\nend\t0\n")}) {
@@ -263,9 +266,14 @@ TEST_F(TagCacheTest, ADamagedOrForeignCacheFileIsIgnoredAndWrittenAgain) {
 
 TEST(TagCacheFileTest, RecordsComeBackAsTheyWereWrittenWithEveryAwkwardCharacter) {
     const std::vector<autodj::SavedTag> records = {
-        {"/s/Music/Rock/", "a\tb\nc\\d.mp3", {7, 1234, -5, 1'700'000'000'123'456'789}, "", "x"},
-        {"/s/Music/Rock/", "plain.mp3", {8, 1, 2, 3}, "Art\r\nist", "Art - T\\t"},
-        {"/s/Music/Jazz\n/", "j.mp3", {9, 4, 5, 6}, "J", "J - K"},
+        {"/s/Music/Rock/",
+         "a\tb\nc\\d.mp3",
+         {7, 1234, -5, 1'700'000'000'123'456'789},
+         "",
+         "x",
+         " - "},
+        {"/s/Music/Rock/", "plain.mp3", {8, 1, 2, 3}, "Art\r\nist", "Art - T\\t", ""},
+        {"/s/Music/Jazz\n/", "j.mp3", {9, 4, 5, 6}, "J", "J - (K)", "J - [K]\t"},
     };
     const auto back = autodj::parseTagCache(autodj::serializeTagCache(records));
     ASSERT_TRUE(back);
@@ -276,12 +284,14 @@ TEST(TagCacheFileTest, RecordsComeBackAsTheyWereWrittenWithEveryAwkwardCharacter
         EXPECT_EQ((*back)[i].stamp, records[i].stamp);
         EXPECT_EQ((*back)[i].artist, records[i].artist);
         EXPECT_EQ((*back)[i].mp3Title, records[i].mp3Title);
+        EXPECT_EQ((*back)[i].listTitle, records[i].listTitle);
     }
 }
 
 TEST(TagCacheFileTest, ACutFileOrAWrongCountIsNoFile) {
-    const std::vector<autodj::SavedTag> records = {{"/f/", "a.mp3", {1, 2, 3, 4}, "A", "A - B"},
-                                                   {"/f/", "b.mp3", {5, 6, 7, 8}, "C", "C - D"}};
+    const std::vector<autodj::SavedTag> records = {
+        {"/f/", "a.mp3", {1, 2, 3, 4}, "A", "A - B", ""},
+        {"/f/", "b.mp3", {5, 6, 7, 8}, "C", "C - (D)", "C - [D]"}};
     const std::string text = autodj::serializeTagCache(records);
     for (std::size_t cut = 0; cut < text.size(); ++cut) {
         EXPECT_FALSE(autodj::parseTagCache(text.substr(0, cut))) << "cut at " << cut;
@@ -289,8 +299,11 @@ TEST(TagCacheFileTest, ACutFileOrAWrongCountIsNoFile) {
     std::string wrongCount = text;
     wrongCount.replace(wrongCount.rfind("end\t2"), 5, "end\t3");
     EXPECT_FALSE(autodj::parseTagCache(wrongCount));
-    EXPECT_FALSE(autodj::parseTagCache(text + "T\tc.mp3\t1\t2\t3\t4\tA\tB\n"));
+    EXPECT_FALSE(autodj::parseTagCache(text + "T\tc.mp3\t1\t2\t3\t4\tA\tB\t\n"));
     EXPECT_TRUE(autodj::parseTagCache(text));
+    // A record of the earlier format (no list title) under this format's header.
+    EXPECT_FALSE(autodj::parseTagCache(std::string(autodj::kTagCacheHeader) +
+                                       "\nF\t/f/\nT\ta.mp3\t1\t2\t3\t4\tA\tA - B\nend\t1\n"));
 }
 
 }  // namespace
