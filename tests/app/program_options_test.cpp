@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 
 namespace tw {
 namespace {
@@ -25,10 +26,11 @@ struct Program {
 };
 
 std::vector<Program> programs() {
-    std::vector<Program> list = {{"tarnwave-sim", TW_TARNWAVE_SIM},
-                                 {"tarnwave-tag", TW_TARNWAVE_TAG}};
-#ifdef TW_TARNWAVE
-    list.insert(list.begin(), {"tarnwave", TW_TARNWAVE});
+    const std::string app = test::binaryDir() + "/app/";
+    std::vector<Program> list = {{"tarnwave-sim", app + "tarnwave-sim"},
+                                 {"tarnwave-tag", app + "tarnwave-tag"}};
+#if TW_WITH_VIEW
+    list.insert(list.begin(), {"tarnwave", app + "tarnwave"});
 #endif
     return list;
 }

@@ -8,6 +8,7 @@
 #include "audio/capture_device.h"
 #include "audio/mix_engine.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 
 namespace tw::test {
 
@@ -25,9 +26,9 @@ std::string quoted(const std::string& s) {
 
 std::string makeDemoStation(const std::filesystem::path& dir, int categories, int tracks,
                             int minSeconds, int maxSeconds, int artists) {
-    const std::string script = std::string(TW_SOURCE_DIR) + "/scripts/make-demo-station.sh";
+    const std::string script = test::sourceDir() + "/scripts/make-demo-station.sh";
     std::ostringstream cmd;
-    cmd << "TW_BUILD_DIR=" << quoted(TW_BINARY_DIR) << " " << quoted(script) << " "
+    cmd << "TW_BUILD_DIR=" << quoted(test::binaryDir()) << " " << quoted(script) << " "
         << quoted(dir.string()) << " " << categories << " " << tracks << " " << minSeconds << " "
         << maxSeconds << " " << artists << " > "
         << quoted((dir.parent_path() / "make.log").string()) << " 2>&1";
@@ -43,7 +44,7 @@ std::string makeDemoStation(const std::filesystem::path& dir, int categories, in
 
 std::filesystem::path keptDemoLibrary(std::string& error) {
     namespace fs = std::filesystem;
-    const fs::path kept = fs::path(TW_BINARY_DIR) / "tests/app/demo-station-6x40";
+    const fs::path kept = fs::path(test::binaryDir()) / "tests/app/demo-station-6x40";
     if (fs::is_directory(kept / "Music")) {
         return kept;
     }

@@ -4,6 +4,7 @@
 
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 
 namespace tw::tags {
 namespace {
@@ -13,7 +14,7 @@ using test::quoted;
 class TarnwaveTagTest : public ::testing::Test {
   protected:
     std::string tool(const std::string& args, int* status) {
-        return test::run(std::string(TW_TARNWAVE_TAG) + " " + args + " 2>/dev/null", status);
+        return test::run(test::binaryDir() + "/app/tarnwave-tag " + args + " 2>/dev/null", status);
     }
     std::filesystem::path file() {
         auto p = dir_ / "Some Band - Song.mp3";

@@ -25,6 +25,7 @@
 #include "core/console_ops.h"
 #include "desk/console_layout.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 #include "tests/ui/element_geometry.h"
 #include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
@@ -455,7 +456,7 @@ TEST_F(ConsoleHandsTest, HelpOpensTheHelpPageInTheBrowser) {
     const std::string page = opened[0].toLocalFile().toStdString();
     EXPECT_TRUE(fs::is_regular_file(page));
     // The page is the program's own, not a file of the source tree.
-    EXPECT_EQ(page.find(TW_SOURCE_DIR), std::string::npos) << page;
+    EXPECT_EQ(page.find(test::sourceDir()), std::string::npos) << page;
     // It is written to the cache of the test's own home, never to the user's.
     EXPECT_EQ(page.rfind(qt.home().home().string() + "/.cache/", 0), 0u) << page;
     EXPECT_NE(test::readFile(page).find("<html"), std::string::npos);

@@ -16,6 +16,7 @@
 #include "core/console_ops.h"
 #include "desk/console_layout.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 #include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
@@ -94,7 +95,8 @@ class ConsoleLayoutRenderTest : public ::testing::Test {
 
     // Renders the window to test-output/<name>.png and reads it back.
     QImage renderTo(const std::string& name) {
-        const std::filesystem::path folder = std::filesystem::path(TW_BINARY_DIR) / "test-output";
+        const std::filesystem::path folder =
+            std::filesystem::path(test::binaryDir()) / "test-output";
         std::filesystem::create_directories(folder);
         const std::filesystem::path file = folder / (name + ".png");
         std::filesystem::remove(file);

@@ -11,6 +11,7 @@
 
 #include "audio/mix_engine.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 #include "tests/ui/element_geometry.h"
 #include "tests/ui/qt_app.h"
 #include "ui/qt_station.h"
@@ -22,9 +23,9 @@ class ConsoleOnAirTest : public ::testing::Test {
   protected:
     void SetUp() override {
         // One category of two tracks and a rotation over it, made by the demo station script.
-        const std::string script = std::string(TW_SOURCE_DIR) + "/scripts/make-demo-station.sh";
-        const std::string cmd = "TW_BUILD_DIR='" + std::string(TW_BINARY_DIR) + "' '" + script +
-                                "' '" + dir.str() + "' 1 2 20 20 2 > /dev/null 2>&1";
+        const std::string script = test::sourceDir() + "/scripts/make-demo-station.sh";
+        const std::string cmd = "TW_BUILD_DIR='" + test::binaryDir() + "' '" + script + "' '" +
+                                dir.str() + "' 1 2 20 20 2 > /dev/null 2>&1";
         ASSERT_EQ(std::system(cmd.c_str()), 0) << cmd;
         station = std::make_unique<QtStation>(
             dir.str(), std::make_unique<audio::MixEngine>(audio::EngineMode::SilentDevice));

@@ -35,6 +35,7 @@
 #include "audio/null_engine.h"
 #include "desk/actions.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
 #include "ui/qt_station.h"
@@ -330,7 +331,7 @@ class SettingsWindowTest : public ::testing::Test {
     }
     // The window as it is drawn now, saved to test-output/<name>.png and read back.
     QImage render(const std::string& name) {
-        const fs::path folder = fs::path(TW_BINARY_DIR) / "test-output";
+        const fs::path folder = fs::path(test::binaryDir()) / "test-output";
         fs::create_directories(folder);
         const fs::path file = folder / (name + ".png");
         fs::remove(file);

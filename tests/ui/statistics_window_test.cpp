@@ -22,6 +22,7 @@
 #include "reporting/statistics.h"
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 #include "tests/ui/no_audio_engine.h"
 #include "tests/ui/qt_app.h"
 #include "ui/element_painter.h"
@@ -153,7 +154,8 @@ class StatisticsWindowTest : public ::testing::Test {
     }
     // The window as it is drawn now, saved to test-output/<name>.png and read back.
     QImage render(const std::string& name) {
-        const std::filesystem::path folder = std::filesystem::path(TW_BINARY_DIR) / "test-output";
+        const std::filesystem::path folder =
+            std::filesystem::path(test::binaryDir()) / "test-output";
         std::filesystem::create_directories(folder);
         const std::filesystem::path file = folder / (name + ".png");
         std::filesystem::remove(file);

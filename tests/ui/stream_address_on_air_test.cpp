@@ -23,6 +23,7 @@
 #include "desk/actions.h"
 #include "tests/audio/icy_server.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 #include "tests/ui/qt_app.h"
 #include "ui/qt_station.h"
 
@@ -36,9 +37,9 @@ class StreamAddressOnAirTest : public ::testing::Test {
   protected:
     void SetUp() override {
         // One category of two tracks of 20 s and a rotation over it, made by the demo script.
-        const std::string script = std::string(TW_SOURCE_DIR) + "/scripts/make-demo-station.sh";
-        const std::string cmd = "TW_BUILD_DIR='" + std::string(TW_BINARY_DIR) + "' '" + script +
-                                "' '" + dir.str() + "' 1 2 20 20 2 > /dev/null 2>&1";
+        const std::string script = test::sourceDir() + "/scripts/make-demo-station.sh";
+        const std::string cmd = "TW_BUILD_DIR='" + test::binaryDir() + "' '" + script + "' '" +
+                                dir.str() + "' 1 2 20 20 2 > /dev/null 2>&1";
         ASSERT_EQ(std::system(cmd.c_str()), 0) << cmd;
         for (const auto& e : fs::recursive_directory_iterator(dir / "Music")) {
             if (e.path().extension() == ".mp3") {

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 
 namespace tw {
 namespace {
@@ -21,8 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 QString program() {
-    const char* binary = std::getenv("TW_BINARY_DIR");
-    return QString::fromStdString(std::string(binary ? binary : TW_BINARY_DIR) + "/app/tarnwave");
+    return QString::fromStdString(test::binaryDir() + "/app/tarnwave");
 }
 
 class TarnwaveProgramTest : public ::testing::Test {

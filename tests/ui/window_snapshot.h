@@ -11,6 +11,7 @@
 #include <QWidget>
 #include <filesystem>
 #include <string>
+#include "tests/testlib/test_paths.h"
 
 namespace tw::test {
 
@@ -27,7 +28,7 @@ inline QImage snapshot(QWidget& window, double scale) {
 // Saves an image as test-output/<stem>-<width>x<height>.png (its pixels) and reads it back; a
 // null image when it could not be written.
 inline QImage savePng(const QImage& image, const std::string& stem) {
-    const std::filesystem::path folder = std::filesystem::path(TW_BINARY_DIR) / "test-output";
+    const std::filesystem::path folder = std::filesystem::path(test::binaryDir()) / "test-output";
     std::filesystem::create_directories(folder);
     const std::filesystem::path file = folder / (stem + "-" + std::to_string(image.width()) + "x" +
                                                  std::to_string(image.height()) + ".png");

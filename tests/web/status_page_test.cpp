@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/test_paths.h"
 #include "tests/web/http_probe.h"
 #include "web/status_service.h"
 
@@ -32,7 +33,7 @@ const Served kServed[] = {
 };
 
 std::string source(const char* file) {
-    return test::readFile(std::string(TW_SOURCE_DIR) + "/" + file);
+    return test::readFile(test::sourceDir() + "/" + file);
 }
 
 // The value of a header in an answer, matched by name without regard to case; empty when the
