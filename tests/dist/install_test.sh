@@ -57,9 +57,9 @@ lib/systemd/system/tarnwave@.service
 lib/sysusers.d/tarnwave.conf
 share/applications/tarnwave.desktop
 share/icons/hicolor/scalable/apps/tarnwave.svg
-share/man/man1/tarnwave-sim.1
-share/man/man1/tarnwave-tag.1
-share/man/man1/tarnwave.1
+share/man/man1/tarnwave-sim.1.gz
+share/man/man1/tarnwave-tag.1.gz
+share/man/man1/tarnwave.1.gz
 LIST
 )
     actual=$(cd "$prefix" && find . -type f -o -type l | sed 's|^\./||' | sort)
@@ -94,9 +94,14 @@ check_manual_pages() {
     need groff groff-base
     local page
     for page in tarnwave tarnwave-sim tarnwave-tag; do
-        local file=$prefix/share/man/man1/$page.1
+        local file=$prefix/share/man/man1/$page.1.gz
+        # Compressed without a name or time, as Debian's policy asks.
+        gzip -t "$file" || fail "the page of $page is no whole gzip file"
+        [ "$(od -An -tu1 -j4 -N4 "$file" | tr -s ' ')" = " 0 0 0 0" ] ||
+            fail "the page of $page keeps a time in its gzip header"
         # groff reports a bad request on its error output and still ends with 0.
-        quiet "manual page $page" groff -man -ww -z "$file"
+        gzip -dc "$file" > "$work/$page.1"
+        quiet "manual page $page" groff -man -ww -z "$work/$page.1"
         if command -v man > /dev/null; then
             quiet "manual page $page" man --warnings -E UTF-8 -l "$file"
             local found
@@ -105,7 +110,7 @@ check_manual_pages() {
             [ "$found" = "$file" ] || [ -z "$found" ] || fail "man finds $page at $found"
         fi
         local text
-        text=$(groff -man -Tascii -P-cbou "$file" 2> /dev/null || true)
+        text=$(groff -man -Tascii -P-cbou "$work/$page.1" 2> /dev/null || true)
         echo "$text" | grep -Eq "^ *$page +- " || fail "the page of $page names another program"
         echo "$text" | grep -q "TarnWave $version" || fail "the page of $page is not of version $version"
     done

@@ -78,9 +78,9 @@ expected=$(sort << LIST
 ./usr/lib/sysusers.d/tarnwave.conf
 ./usr/share/applications/tarnwave.desktop
 ./usr/share/icons/hicolor/scalable/apps/tarnwave.svg
-./usr/share/man/man1/tarnwave-sim.1
-./usr/share/man/man1/tarnwave-tag.1
-./usr/share/man/man1/tarnwave.1
+./usr/share/man/man1/tarnwave-sim.1.gz
+./usr/share/man/man1/tarnwave-tag.1.gz
+./usr/share/man/man1/tarnwave.1.gz
 LIST
 )
 actual=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)
