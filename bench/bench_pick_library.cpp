@@ -3,7 +3,8 @@
 // and the first pick after a start with the saved cache against one without it. The console's
 // memory (VmRSS) with the whole category in the cache is printed. The category's listing, kept
 // by the cache, against the folder listed and sorted afresh. The library screen's track list and
-// its search with the titles kept, against every title read from its file.
+// its search with the titles kept, against every title read from its file. The statistics report
+// of the category against the titles alone read in one loop.
 //
 // The library is made by the program in a temporary folder and removed at its end: tiny files of
 // an ID3v2.3 tag (artist, title) and one MPEG frame. Making it takes a while; the files are then
@@ -29,10 +30,12 @@
 #include "core/console.h"
 #include "core/console_ops.h"
 #include "core/settings_store.h"
+#include "reporting/statistics.h"
 #include "sim/scripted_prompter.h"
 #include "sim/simulator.h"
 #include "sim/virtual_event_loop.h"
 #include "station/console_assembly.h"
+#include "tags/id3_tag.h"
 #include "tests/testlib/fake_engine.h"
 
 namespace {
@@ -130,6 +133,7 @@ class Station {
     }
     core::Console& console() { return *console_; }
     core::SettingsStore& settings() { return settings_; }
+    sim::VirtualEventLoop& loop() { return loop_; }
 
   private:
     core::VirtualClock clock_;
@@ -277,6 +281,43 @@ void BM_Search100k_Reference(benchmark::State& state) {
     search(state, false);
 }
 BENCHMARK(BM_Search100k_Reference)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+// The statistics report of the category, from the press to the filled grid: the titles read on
+// the report's worker, then the history, the order and the grid on the console thread.
+void BM_StatisticsReport100k(benchmark::State& state) {
+    Station& s = onAir();
+    auto& c = s.console();
+    reporting::cmdViewStatistics_Click(c);
+    reporting::lstCatagories_Click(c, 0);
+    for (auto _ : state) {
+        reporting::cmdRunReport_Click(c);
+        while (reporting::reportRunning(c)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            s.loop().processPending();
+        }
+    }
+    if (c.ui.statistics.lstSongList.rows.size() != static_cast<std::size_t>(kTracks)) {
+        state.SkipWithError("the report is not the category");
+    }
+}
+BENCHMARK(BM_StatisticsReport100k)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(2);
+// Only what the report cannot do without: every title of the category read, in one loop.
+void BM_StatisticsReport100k_Reference(benchmark::State& state) {
+    Station& s = onAir();
+    const auto& files = s.console().form().fileList1.items;
+    const std::string folder = (library().root() / "Music" / "Big").string() + "/";
+    tags::clsID3 tag;
+    for (auto _ : state) {
+        for (const auto& file : files) {
+            tag.filename(folder + file.text);
+            benchmark::DoNotOptimize(tag.returnID3TitleOnly());
+        }
+    }
+}
+BENCHMARK(BM_StatisticsReport100k_Reference)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(2);
 
 // A new console on the station: its lists built and its first pick, the saved cache read.
 void BM_FirstPickAfterStart(benchmark::State& state) {

@@ -1,5 +1,6 @@
 #include "reporting/statistics.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -62,18 +63,20 @@ void fillReport(core::Console& c) {
     try {
         std::vector<ReportRow> rows;
         rows.reserve(s->tracks.size());
+        const std::string played = c.playedIniPath();
         for (std::size_t i = 0; i < s->tracks.size(); ++i) {
             ReportRow r;
             r.category = s->tracks[i].category;
-            r.trackName = s->titles[i];
-            r.playCount =
-                core::cLngText(autodj::readHistory(c, r.trackName, autodj::kPlayCount, "0"));
+            r.trackName = std::move(s->titles[i]);
+            r.playCount = core::cLngText(
+                autodj::readHistory(c, played, r.trackName, autodj::kPlayCount, "0"));
             r.tuneOuts =
-                core::cLngText(autodj::readHistory(c, r.trackName, autodj::kTunedOut, "0"));
+                core::cLngText(autodj::readHistory(c, played, r.trackName, autodj::kTunedOut, "0"));
             r.percentage = tuneOutPercentage(r.tuneOuts, r.playCount);
             rows.push_back(std::move(r));
         }
         sortByPercentage(rows);
+        grid.rows.reserve(rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
             const ReportRow& r = rows[i];
             core::GridRow row;
@@ -99,16 +102,9 @@ std::int32_t tuneOutPercentage(std::int32_t tuneOuts, std::int32_t playCount) {
 }
 
 void sortByPercentage(std::vector<ReportRow>& rows) {
-    bool swapped = true;
-    while (swapped) {
-        swapped = false;
-        for (std::size_t i = 1; i < rows.size(); ++i) {
-            if (rows[i].percentage < rows[i - 1].percentage) {
-                std::swap(rows[i], rows[i - 1]);
-                swapped = true;
-            }
-        }
-    }
+    std::stable_sort(rows.begin(), rows.end(), [](const ReportRow& a, const ReportRow& b) {
+        return a.percentage < b.percentage;
+    });
 }
 
 void cmdViewStatistics_Click(core::Console& c) {

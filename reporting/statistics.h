@@ -29,8 +29,9 @@ struct ReportRow {
 // Tune-outs over plays times 100, rounded to one decimal and then to a whole number; 0 for a
 // track never played.
 std::int32_t tuneOutPercentage(std::int32_t tuneOuts, std::int32_t playCount);
-// Sorts by percentage, lowest first, by exchanging neighbours until a pass exchanges none: ties
-// keep their order.
+// Sorts by percentage, lowest first; ties keep their order. The order is the one that exchanging
+// neighbours until a pass exchanges none gives, reached by a merge sort: a report of 100,000
+// tracks takes milliseconds where the passes of exchanges took hours.
 void sortByPercentage(std::vector<ReportRow>& rows);
 
 // cmdViewStatistics: shows frmStatistics, its categories listed from the folders under Music.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <random>
 #include <thread>
 
 #include "desk/actions.h"
@@ -109,6 +110,41 @@ TEST_F(StatisticsTest, TheExchangeSortKeepsTiesInTheirOrder) {
         order += r.trackName;
     }
     EXPECT_EQ(order, "ywxz");
+}
+
+// The passes of exchanges between neighbours the order is defined by, kept here as the reference.
+void exchangeSort(std::vector<ReportRow>& rows) {
+    bool swapped = true;
+    while (swapped) {
+        swapped = false;
+        for (std::size_t i = 1; i < rows.size(); ++i) {
+            if (rows[i].percentage < rows[i - 1].percentage) {
+                std::swap(rows[i], rows[i - 1]);
+                swapped = true;
+            }
+        }
+    }
+}
+
+TEST(StatisticsSortTest, TheOrderIsTheExchangeSortsForRowsOfManyTies) {
+    std::mt19937 random(20261126);
+    for (const int size : {0, 1, 2, 3, 17, 500, 3000}) {
+        for (const int spread : {1, 3, 40, 250}) {
+            std::vector<ReportRow> rows;
+            for (int i = 0; i < size; ++i) {
+                rows.push_back({"C", "t" + std::to_string(i), 0, 0,
+                                static_cast<std::int32_t>(random() % spread) - 1});
+            }
+            auto expected = rows;
+            exchangeSort(expected);
+            sortByPercentage(rows);
+            ASSERT_EQ(rows.size(), expected.size());
+            for (std::size_t i = 0; i < rows.size(); ++i) {
+                ASSERT_EQ(rows[i].trackName, expected[i].trackName)
+                    << "row " << i << " of " << size << ", percentages 0-" << spread;
+            }
+        }
+    }
 }
 
 TEST_F(StatisticsTest, TheTagsAreReadOffTheConsoleThreadAndASecondPressWaitsForTheEnd) {
