@@ -139,6 +139,10 @@ struct Element {
     std::vector<GridRow> rows;
     int row = -1;  // the selected row, -1 none
 
+    // Lists and grids: the first row shown (a list box's TopIndex). The window scrolls it with
+    // the wheel and keeps a newly selected row in view.
+    int topIndex = 0;
+
     Drawing drawing;  // pictures and painted buttons
 
     int interval = 0;  // timers, milliseconds; enabled says whether it runs

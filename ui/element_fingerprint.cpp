@@ -1,7 +1,10 @@
 #include "ui/element_fingerprint.h"
 
+#include <algorithm>
 #include <functional>
 #include <string_view>
+
+#include "ui/element_painter.h"
 
 namespace tw::ui {
 
@@ -27,24 +30,23 @@ class Mixer {
     std::size_t h_ = 0;
 };
 
-}  // namespace
-
-std::size_t elementFingerprint(const core::Element& e) {
+std::size_t fingerprint(const core::Element& e, std::size_t first, std::size_t end) {
     Mixer m;
     m << static_cast<int>(e.kind) << e.caption << e.caption2 << static_cast<int>(e.image)
       << e.backColor << e.foreColor << e.visible << e.enabled << e.rect.left << e.rect.top
       << e.rect.width << e.rect.height << e.container << e.fontSize << e.fontBold << e.text
-      << e.value << e.minimum << e.maximum << e.listIndex << e.row;
+      << e.value << e.minimum << e.maximum << e.listIndex << e.row << e.topIndex;
     m << e.items.size();
-    for (const auto& item : e.items) {
-        m << item.text << item.selected;
+    for (std::size_t i = first; i < e.items.size() && i < end; ++i) {
+        m << e.items[i].text << e.items[i].selected;
     }
     m << e.columns.size();
     for (const auto& column : e.columns) {
         m << column;
     }
     m << e.rows.size();
-    for (const auto& row : e.rows) {
+    for (std::size_t i = first; i < e.rows.size() && i < end; ++i) {
+        const auto& row = e.rows[i];
         m << row.checked << row.selected << row.cells.size();
         for (const auto& cell : row.cells) {
             m << cell;
@@ -59,6 +61,24 @@ std::size_t elementFingerprint(const core::Element& e) {
         m << t.text << t.x << t.y << t.color << t.fontSize << t.bold;
     }
     return m.value();
+}
+
+}  // namespace
+
+std::size_t elementFingerprint(const core::Element& e) {
+    return fingerprint(e, 0, std::max(e.items.size(), e.rows.size()));
+}
+
+std::size_t shownFingerprint(const core::Element& e) {
+    const bool rowsDrawn =
+        e.kind == core::ElementKind::ListBox || e.kind == core::ElementKind::FileList ||
+        e.kind == core::ElementKind::DirList || e.kind == core::ElementKind::Grid;
+    if (!rowsDrawn) {
+        return elementFingerprint(e);
+    }
+    // A partly shown row at the bottom is painted too.
+    const auto first = static_cast<std::size_t>(topRow(e));
+    return fingerprint(e, first, first + static_cast<std::size_t>(rowsShown(e)) + 1);
 }
 
 }  // namespace tw::ui

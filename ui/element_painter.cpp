@@ -163,6 +163,8 @@ bool isGrid(const Element& e) {
     return e.kind == ElementKind::Grid;
 }
 
+constexpr double kThumbWidth = 5;
+
 double rowHeight(const Element& e) {
     return QFontMetricsF(consoleFont(e.fontSize, e.fontBold)).height() + 1;
 }
@@ -173,16 +175,23 @@ QRectF rowsArea(const Element& e) {
     return isGrid(e) ? inside.adjusted(0, rowHeight(e) + 1, 0, 0) : inside;
 }
 
-// Lines of text one under the other from the top of r, the selected one highlighted; as many as
-// fit.
+int shownCount(const Element& e) {
+    return isGrid(e) ? e.rowCount() : e.listCount();
+}
+
+// Lines of text one under the other from the top of r, from the element's top row, the selected
+// one highlighted; as many as fit, and the thumb when there are more.
 template <typename Text, typename Selected>
 void paintLines(QPainter& p, const QRectF& r, int count, const Element& e, Text text,
                 Selected selected) {
     p.setFont(consoleFont(e.fontSize, e.fontBold));
     const double lineHeight = rowHeight(e);
+    const int first = topRow(e);
+    paintScrollThumb(p, r, first, rowsShown(e), count);
+    const QRectF lines = count > rowsShown(e) ? r.adjusted(0, 0, -kThumbWidth, 0) : r;
     double y = r.top();
-    for (int i = 0; i < count && y < r.bottom(); ++i, y += lineHeight) {
-        const QRectF line(r.left(), y, r.width(), lineHeight);
+    for (int i = first; i < count && y < r.bottom(); ++i, y += lineHeight) {
+        const QRectF line(lines.left(), y, lines.width(), lineHeight);
         if (selected(i)) {
             p.fillRect(line, kSelection);
             p.setPen(Qt::white);
@@ -397,13 +406,42 @@ int columnAt(const Element& e, double x) {
 }
 
 int rowAt(const Element& e, double y) {
-    const int count = isGrid(e) ? e.rowCount() : e.listCount();
+    const int count = shownCount(e);
     const QRectF rows = rowsArea(e);
     if (y < rows.top() || y >= rows.bottom()) {
         return -1;
     }
-    const int row = static_cast<int>((y - rows.top()) / rowHeight(e));
+    const int row = topRow(e) + static_cast<int>((y - rows.top()) / rowHeight(e));
     return row < count ? row : -1;
+}
+
+int rowsShown(const Element& e) {
+    return std::max(1, static_cast<int>(rowsArea(e).height() / rowHeight(e)));
+}
+
+int topRow(const Element& e) {
+    return std::clamp(e.topIndex, 0, std::max(0, shownCount(e) - rowsShown(e)));
+}
+
+int topShowing(const Element& e, int top, int row) {
+    const int shown = rowsShown(e);
+    if (row < top) {
+        top = row;
+    } else if (row >= top + shown) {
+        top = row - shown + 1;
+    }
+    return std::clamp(top, 0, std::max(0, shownCount(e) - shown));
+}
+
+void paintScrollThumb(QPainter& p, const QRectF& area, int first, int shown, int count) {
+    if (count <= shown || count <= 0) {
+        return;
+    }
+    const double share = static_cast<double>(shown) / count;
+    const double top = static_cast<double>(first) / count;
+    p.fillRect(QRectF(area.right() - kThumbWidth, area.top() + top * area.height(), kThumbWidth,
+                      std::max(8.0, share * area.height())),
+               QColor(0x90, 0x90, 0x90));
 }
 
 void paintElement(QPainter& p, const Element& e, double textScale) {

@@ -28,6 +28,17 @@ core::Element maskedBox(const core::Element& box);
 // The row of a list or grid painted at height y (window pixels, as the element's rect), or -1
 // for none there: the border, a grid's header, or below the last row.
 int rowAt(const core::Element& e, double y);
+// How many whole rows a list or grid shows at once (at least one).
+int rowsShown(const core::Element& e);
+// The first row a list or grid shows: its topIndex, within what its rows allow (the last row at
+// the bottom at most).
+int topRow(const core::Element& e);
+// The top row that shows row in a list or grid that now shows from top, moved as little as it
+// takes.
+int topShowing(const core::Element& e, int top, int row);
+// A thumb on the right edge of area telling how far down a list of count rows shows, when they
+// do not all fit: first row shown, rows shown.
+void paintScrollThumb(QPainter& p, const QRectF& area, int first, int shown, int count);
 // The column of a grid painted at x (window pixels), or -1 outside its columns or for anything
 // but a grid.
 int columnAt(const core::Element& e, double x);

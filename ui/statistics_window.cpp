@@ -261,15 +261,8 @@ void StatisticsWindow::paintReport(QPainter& p) {
         cells(row.cells, line);
     }
     p.restore();
-    if (grid.rowCount() <= rowsShown) {
-        return;
-    }
     // Longer than the grid: a thumb on its right edge tells how far down it shows.
-    const double share = static_cast<double>(rowsShown) / grid.rowCount();
-    const double top = static_cast<double>(firstRow_) / grid.rowCount();
-    p.fillRect(QRectF(inside.right() - 5, inside.top() + top * inside.height(), 5,
-                      std::max(8.0, share * inside.height())),
-               QColor(0x90, 0x90, 0x90));
+    paintScrollThumb(p, inside, firstRow_, rowsShown, grid.rowCount());
 }
 
 void StatisticsWindow::runReport() {

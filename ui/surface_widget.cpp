@@ -15,6 +15,7 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QUrl>
+#include <QWheelEvent>
 #include <string>
 #include <utility>
 #include <vector>
@@ -122,9 +123,50 @@ QRect SurfaceWidget::windowArea(const core::Rect& r) const {
         .toAlignedRect();
 }
 
+namespace {
+
+bool scrolls(const core::Element& e) {
+    const core::ElementKind k = e.kind;
+    return k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
+           k == core::ElementKind::DirList || k == core::ElementKind::Grid;
+}
+
+}  // namespace
+
+void SurfaceWidget::followSelections(const std::vector<core::Element*>& all) {
+    if (lists_.size() != all.size()) {
+        lists_.assign(all.size(), {});
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        core::Element& e = *all[i];
+        if (!scrolls(e)) {
+            continue;
+        }
+        const bool grid = e.kind == core::ElementKind::Grid;
+        ListLook now;
+        now.selected = grid ? e.row : e.listIndex;
+        now.count = grid ? e.rows.size() : e.items.size();
+        if (now.count > 0) {
+            now.first = grid ? (e.rows[0].cells.empty() ? std::string() : e.rows[0].cells.back())
+                             : e.items[0].text;
+        }
+        ListLook& last = lists_[i];
+        int top = topRow(e);
+        if (now.count != last.count && now.first != last.first) {
+            top = 0;  // other rows: shown from the top, as a list filled anew is
+        }
+        if (now.selected >= 0 && now.selected != last.selected) {
+            top = topShowing(e, top, now.selected);
+        }
+        e.topIndex = top;
+        last = std::move(now);
+    }
+}
+
 QRegion SurfaceWidget::repaintChanges() {
     core::MainForm& form = console_.form();
     const std::vector<core::Element*> all = form.all();
+    followSelections(all);
     const bool firstLook = fingerprints_.size() != all.size();
     if (firstLook) {
         fingerprints_.assign(all.size(), 0);
@@ -134,7 +176,7 @@ QRegion SurfaceWidget::repaintChanges() {
     bool whole = firstLook;
     for (std::size_t i = 0; i < all.size(); ++i) {
         const core::Element& e = *all[i];
-        const std::size_t print = elementFingerprint(e);
+        const std::size_t print = shownFingerprint(e);
         if (!firstLook && print == fingerprints_[i]) {
             continue;
         }
@@ -448,6 +490,24 @@ void SurfaceWidget::dropEvent(QDropEvent* event) {
 void SurfaceWidget::keyReleaseEvent(QKeyEvent* event) {
     // The function keys come through the station's key filter, from every window of the console.
     QWidget::keyReleaseEvent(event);
+}
+
+void SurfaceWidget::wheelEvent(QWheelEvent* event) {
+    const core::Element* under = targetAt(event->position()).element;
+    core::Element* e = under ? console_.ui.find(under->name) : nullptr;
+    const int steps = event->angleDelta().y() / 120;
+    if (!e || !scrolls(*e) || steps == 0) {
+        QWidget::wheelEvent(event);
+        return;
+    }
+    // Three rows a notch, as the other windows' lists scroll.
+    const int before = topRow(*e);
+    e->topIndex = before - steps * 3;
+    e->topIndex = topRow(*e);
+    if (e->topIndex != before) {
+        repaintChanges();
+    }
+    event->accept();
 }
 
 void SurfaceWidget::functionKeyReleased(int keyCode) {

@@ -3,6 +3,8 @@
 // (window pixels; a resize of the window goes to the console's own resize rule, which moves
 // them), and turns mouse presses, drags, drops of files and keys into the operator's actions on
 // the element under the pointer. It keeps no copy of the surface; every paint reads the model.
+// The wheel scrolls the list or grid under the pointer (its topIndex); a row the console selects
+// is brought into view, and a list filled with other rows shows from its top.
 //
 // Thread contract: console thread only (a widget, and it reads the console).
 
@@ -40,7 +42,8 @@ class SurfaceWidget final : public QWidget {
     // so that a caller need not wait for the beat.
     void syncTitle();
     // Compares the surface with the last look and schedules a repaint of what changed (its old
-    // and new places). Returns the window area scheduled, empty when nothing changed.
+    // and new places). Returns the window area scheduled, empty when nothing changed. Lists and
+    // grids are first scrolled to show a row selected since the last look.
     QRegion repaintChanges();
 
     // Told, after the console has run it, of every action the window hands to the console, by
@@ -74,6 +77,7 @@ class SurfaceWidget final : public QWidget {
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void keyReleaseEvent(QKeyEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
@@ -116,9 +120,19 @@ class SurfaceWidget final : public QWidget {
     QPointer<QMenu> trackMenu_;             // the track list's menu while it is open
     FunctionKeys keys_;                     // F1 to F10 from every window of the console
     std::unique_ptr<VisibleBeat> repaint_;  // beats while the window is shown
+    // Scrolls the lists and grids of all (the form's element list) to a row selected since the
+    // last look, and back to the top when they hold other rows than then.
+    void followSelections(const std::vector<core::Element*>& all);
+
     // The last look, in the order of the form's element list (a fixed order).
     std::vector<std::size_t> fingerprints_;
     std::vector<core::Rect> places_;
+    struct ListLook {
+        int selected = -1;
+        std::size_t count = 0;
+        std::string first;  // the first row's text
+    };
+    std::vector<ListLook> lists_;
 };
 
 }  // namespace tw::ui
