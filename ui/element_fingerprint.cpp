@@ -70,10 +70,7 @@ std::size_t elementFingerprint(const core::Element& e) {
 }
 
 std::size_t shownFingerprint(const core::Element& e) {
-    const bool rowsDrawn =
-        e.kind == core::ElementKind::ListBox || e.kind == core::ElementKind::FileList ||
-        e.kind == core::ElementKind::DirList || e.kind == core::ElementKind::Grid;
-    if (!rowsDrawn) {
+    if (!showsRows(e)) {
         return elementFingerprint(e);
     }
     // A partly shown row at the bottom is painted too.

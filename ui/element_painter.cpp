@@ -415,6 +415,11 @@ int rowAt(const Element& e, double y) {
     return row < count ? row : -1;
 }
 
+bool showsRows(const Element& e) {
+    return e.kind == ElementKind::ListBox || e.kind == ElementKind::FileList ||
+           e.kind == ElementKind::DirList || e.kind == ElementKind::Grid;
+}
+
 int rowsShown(const Element& e) {
     return std::max(1, static_cast<int>(rowsArea(e).height() / rowHeight(e)));
 }

@@ -28,6 +28,9 @@ core::Element maskedBox(const core::Element& box);
 // The row of a list or grid painted at height y (window pixels, as the element's rect), or -1
 // for none there: the border, a grid's header, or below the last row.
 int rowAt(const core::Element& e, double y);
+// Whether an element shows rows (a list or a grid): the pointer's row, the wheel and the top
+// row apply to it.
+bool showsRows(const core::Element& e);
 // How many whole rows a list or grid shows at once (at least one).
 int rowsShown(const core::Element& e);
 // The first row a list or grid shows: its topIndex, within what its rows allow (the last row at

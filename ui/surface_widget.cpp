@@ -123,23 +123,13 @@ QRect SurfaceWidget::windowArea(const core::Rect& r) const {
         .toAlignedRect();
 }
 
-namespace {
-
-bool scrolls(const core::Element& e) {
-    const core::ElementKind k = e.kind;
-    return k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
-           k == core::ElementKind::DirList || k == core::ElementKind::Grid;
-}
-
-}  // namespace
-
 void SurfaceWidget::followSelections(const std::vector<core::Element*>& all) {
     if (lists_.size() != all.size()) {
         lists_.assign(all.size(), {});
     }
     for (std::size_t i = 0; i < all.size(); ++i) {
         core::Element& e = *all[i];
-        if (!scrolls(e)) {
+        if (!showsRows(e)) {
             continue;
         }
         const bool grid = e.kind == core::ElementKind::Grid;
@@ -236,12 +226,8 @@ void SurfaceWidget::resizeEvent(QResizeEvent* event) {
 SurfaceWidget::Target SurfaceWidget::targetAt(const QPointF& at) {
     Target t;
     t.element = elementAt(console_.form(), at.x(), at.y());
-    if (t.element) {
-        const core::ElementKind k = t.element->kind;
-        if (k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
-            k == core::ElementKind::DirList || k == core::ElementKind::Grid) {
-            t.row = rowAt(*t.element, at.y());
-        }
+    if (t.element && showsRows(*t.element)) {
+        t.row = rowAt(*t.element, at.y());
     }
     return t;
 }
@@ -288,8 +274,7 @@ void SurfaceWidget::mousePressEvent(QMouseEvent* event) {
     // The name is copied: the action may change the surface it came from.
     const std::string name = t.element->name;
     const core::ElementKind k = t.element->kind;
-    const bool list = k == core::ElementKind::ListBox || k == core::ElementKind::FileList ||
-                      k == core::ElementKind::DirList || k == core::ElementKind::Grid;
+    const bool list = showsRows(*t.element);
     if (k == core::ElementKind::ComboBox && button == desk::MouseButton::Left &&
         t.element->enabled) {
         keyTarget_.clear();
@@ -496,7 +481,7 @@ void SurfaceWidget::wheelEvent(QWheelEvent* event) {
     const core::Element* under = targetAt(event->position()).element;
     core::Element* e = under ? console_.ui.find(under->name) : nullptr;
     const int steps = event->angleDelta().y() / 120;
-    if (!e || !scrolls(*e) || steps == 0) {
+    if (!e || !showsRows(*e) || steps == 0) {
         QWidget::wheelEvent(event);
         return;
     }
