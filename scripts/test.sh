@@ -3,6 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
-scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+# What the tests run (tw_tests): the benchmarks are left to whoever runs them, and to CI.
+TW_BUILD_TARGETS=tw_tests scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 export QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null
 scripts/trash-guard.sh run ctest --test-dir build -j"$(nproc)" --output-on-failure --timeout 600
