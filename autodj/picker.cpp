@@ -63,7 +63,6 @@ const CachedTag& readCandidate(core::Console& c, TagCache* cache, const std::str
     if (cache) {
         cache->store(folder, name, st, cachedTagOf(data.Artist, data.songName, data.mp3Title));
     }
-    fromDisk.artistKey = artistKeyOf(data.Artist);
     fromDisk.artist = std::move(data.Artist);
     fromDisk.mp3Title = std::move(data.mp3Title);
     return fromDisk;
@@ -141,9 +140,10 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             }
             const std::int32_t candidate = order[position++];
             const std::string& name = fileNameAt(c, candidate);
-            candidatePath.assign(c.AppFolder).append(c.activeDirectory).append(name);
+            candidatePath = c.AppFolder + c.activeDirectory + name;
             const CachedTag& tag = readCandidate(c, cache, name, candidatePath, state, fromDisk);
-            const std::string& artistKey = tag.artistKey;
+            std::string artist = tag.artist;
+            const std::string artistKey = makeArtist(artist);
             const std::string trackLast = readHistory(c, played, tag.mp3Title, kLastPlayed, "none");
             const std::string artistLast = readHistory(c, played, artistKey, kLastPlayed, "none");
 

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <vector>
 
-#include "autodj/picker.h"
 #include "core/atomic_file.h"
 
 namespace tw::autodj {
@@ -95,11 +94,7 @@ CachedTag cachedTagOf(const std::string& artist, const std::string& title,
     if (listed == mp3Title) {
         listed.clear();
     }
-    return {artist, mp3Title, std::move(listed), artistKeyOf(artist)};
-}
-
-std::string artistKeyOf(std::string artist) {
-    return makeArtist(artist);
+    return {artist, mp3Title, std::move(listed)};
 }
 
 const std::string* listTitleOf(const CachedTag& tag) {
@@ -120,11 +115,8 @@ void TagCache::load() {
         return;  // damaged or not ours: built again, and written over at the next save
     }
     for (auto& r : *records) {
-        std::string key = artistKeyOf(r.artist);
         folders_[r.folder].entries[r.name] = {
-            r.stamp,
-            {std::move(r.artist), std::move(r.mp3Title), std::move(r.listTitle), std::move(key)},
-            false};
+            r.stamp, {std::move(r.artist), std::move(r.mp3Title), std::move(r.listTitle)}, false};
     }
 }
 

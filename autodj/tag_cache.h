@@ -57,8 +57,6 @@ struct CachedTag {
     // mp3Title, else empty; kUntitled for a file with neither, whose title the list reads from
     // the disk (it writes one into the file).
     std::string listTitle;
-    // The artist as the history knows it (makeArtist), made once when the tag is kept.
-    std::string artistKey;
 };
 
 inline constexpr std::string_view kUntitled = " - ";
@@ -66,8 +64,6 @@ inline constexpr std::string_view kUntitled = " - ";
 // What the cache keeps of a tag read with artist, title and history key mp3Title.
 CachedTag cachedTagOf(const std::string& artist, const std::string& title,
                       const std::string& mp3Title);
-// The history's name of an artist (makeArtist of a copy).
-std::string artistKeyOf(std::string artist);
 // The track list's title of a cached tag, or nullptr when the list must read the file.
 const std::string* listTitleOf(const CachedTag& tag);
 
