@@ -38,7 +38,7 @@ bool hasLineBreak(std::string_view s) {
 
 }  // namespace
 
-std::size_t IniDocument::FoldHash::operator()(std::string_view s) const {
+std::size_t IniDocument::FoldHash::operator()(std::string_view s) const noexcept {
     std::uint64_t h = 14695981039346656037ull;
     for (char c : s) {
         h ^= fold(static_cast<unsigned char>(c));

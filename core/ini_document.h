@@ -72,11 +72,8 @@ class IniDocument {
         std::string_view rawValue() const { return {text + valueBegin, valueSize}; }
     };
 
-    // Not noexcept on purpose: the standard library then keeps each name's hash beside it, so a
-    // lookup among played.ini's 100,000 sections compares hashes before names and never hashes
-    // a stored name again.
     struct FoldHash {
-        std::size_t operator()(std::string_view s) const;
+        std::size_t operator()(std::string_view s) const noexcept;
     };
     struct FoldEqual {
         bool operator()(std::string_view a, std::string_view b) const noexcept;
