@@ -35,15 +35,21 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-// A listener that stays connected and counts what it hears, until told to leave.
+// A listener that stays connected and counts what it hears, until told to leave: one connection
+// for as long as the server keeps it (so that the server counts one listener all along), a new
+// one after the server closed it or refused it (no mount yet, a restart).
 class Listener {
   public:
     explicit Listener(int port)
         : thread_([this, port] {
               while (!leave_) {
-                  const std::string got = audio::test::listen(port, "/live", 200);
-                  std::lock_guard lock(mutex_);
-                  heard_ += got;
+                  audio::test::listenWhile(port, "/live", leave_, [this](const std::string& got) {
+                      std::lock_guard lock(mutex_);
+                      heard_ += got;
+                  });
+                  if (!leave_) {
+                      std::this_thread::sleep_for(100ms);
+                  }
               }
           }) {}
     ~Listener() { stop(); }

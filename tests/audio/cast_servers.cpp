@@ -340,4 +340,21 @@ std::string listen(int port, const std::string& path, int ms) {
     return got;
 }
 
+void listenWhile(int port, const std::string& path, const std::atomic<bool>& leave,
+                 const std::function<void(const std::string&)>& heard) {
+    const int fd = connectLoopback(port);
+    if (fd < 0) {
+        return;
+    }
+    sendText(fd, "GET " + path + " HTTP/1.0\r\nUser-Agent: listener\r\n\r\n");
+    std::string got;
+    while (!leave && receiveSome(fd, got, 20)) {
+        if (!got.empty()) {
+            heard(got);
+            got.clear();
+        }
+    }
+    ::close(fd);
+}
+
 }  // namespace tw::audio::test

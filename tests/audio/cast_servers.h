@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -83,5 +84,9 @@ class Icecast {
 
 // Connects as a listener and collects what arrives for `ms` milliseconds.
 std::string listen(int port, const std::string& path, int ms);
+// Connects as a listener and stays connected, handing what arrives to `heard`, until the server
+// closes the connection (or refuses it) or `leave` is set.
+void listenWhile(int port, const std::string& path, const std::atomic<bool>& leave,
+                 const std::function<void(const std::string&)>& heard);
 
 }  // namespace tw::audio::test
