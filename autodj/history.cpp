@@ -7,14 +7,14 @@
 
 namespace tw::autodj {
 
-std::string readHistory(core::Console& c, const std::string& section, const char* key,
-                        const std::string& def) {
-    return core::readIni(c, c.playedIniPath(), section, key, def);
-}
-
 std::string readHistory(core::Console& c, const std::string& playedIni, const std::string& section,
                         const char* key, std::string_view def) {
     return core::readIni(c, playedIni, section, key, def);
+}
+
+std::string readHistory(core::Console& c, const std::string& section, const char* key,
+                        const std::string& def) {
+    return readHistory(c, c.playedIniPath(), section, key, def);
 }
 
 void writeHistory(core::Console& c, const std::string& section, const char* key,

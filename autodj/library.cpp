@@ -184,11 +184,12 @@ std::string listTitle(core::Console& c, TagCache* cache, const std::string& fold
             }
         }
     }
+    // Whether the file may be kept is the cache's to judge (store); it needs the stat before the
+    // read.
     struct stat st {};
-    const bool keepable =
-        cache && ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0;
+    const bool stated = cache && ::stat(path.c_str(), &st) == 0;
     c.id3->filename(path);
-    if (keepable) {
+    if (stated) {
         tags::clsMp3TagData data;
         c.id3->returnID3Tag(data);
         CachedTag tag = cachedTagOf(data.Artist, data.songName, data.mp3Title);

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -162,6 +163,19 @@ Station& onAir() {
     return *station;
 }
 
+// The console without its tag cache while this lives, as a console without one: the references.
+class CacheAside {
+  public:
+    explicit CacheAside(core::Console& c) : c_(c), cache_(std::move(c.library->tagCache)) {}
+    ~CacheAside() { c_.library->tagCache = std::move(cache_); }
+    CacheAside(const CacheAside&) = delete;
+    CacheAside& operator=(const CacheAside&) = delete;
+
+  private:
+    core::Console& c_;
+    std::shared_ptr<autodj::TagCache> cache_;
+};
+
 void BM_Pick100k(benchmark::State& state) {
     Station& s = onAir();
     std::string last;
@@ -179,13 +193,14 @@ BENCHMARK(BM_Pick100k)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(2.
 // Every tag read from the disk at each pick, as without the cache.
 void BM_Pick100k_Reference(benchmark::State& state) {
     Station& s = onAir();
-    auto cache = std::move(s.console().library->tagCache);
     std::string last;
-    for (auto _ : state) {
-        last = s.pick();
-        benchmark::DoNotOptimize(last);
+    {
+        const CacheAside aside(s.console());
+        for (auto _ : state) {
+            last = s.pick();
+            benchmark::DoNotOptimize(last);
+        }
     }
-    s.console().library->tagCache = std::move(cache);
     if (last.empty()) {
         state.SkipWithError("the pick gave nothing");
     }
@@ -229,15 +244,17 @@ BENCHMARK(BM_ListCategory100k_Reference)
 void trackList(benchmark::State& state, bool withCache) {
     Station& s = onAir();
     auto& c = s.console();
-    auto cache = withCache ? nullptr : std::move(c.library->tagCache);
-    for (auto _ : state) {
-        // One event of the window, as a click is.
-        core::EventScope event(s.settings());
-        autodj::lstPlaylists_Click(c, 0);
-        benchmark::DoNotOptimize(c.form().lstSongs.items.data());
-    }
-    if (!withCache) {
-        c.library->tagCache = std::move(cache);
+    {
+        std::optional<CacheAside> aside;
+        if (!withCache) {
+            aside.emplace(c);
+        }
+        for (auto _ : state) {
+            // One event of the window, as a click is.
+            core::EventScope event(s.settings());
+            autodj::lstPlaylists_Click(c, 0);
+            benchmark::DoNotOptimize(c.form().lstSongs.items.data());
+        }
     }
     if (c.form().lstSongs.items.size() != static_cast<std::size_t>(kTracks) ||
         c.form().lstSongs.items[5].text != artistName(5) + " - " + titleOf(5)) {
@@ -259,15 +276,17 @@ void search(benchmark::State& state, bool withCache) {
     Station& s = onAir();
     auto& c = s.console();
     autodj::lstPlaylists_Click(c, 0);
-    auto cache = withCache ? nullptr : std::move(c.library->tagCache);
     c.form().txtSearch.text = titleOf(kTracks - 7);
-    for (auto _ : state) {
-        core::EventScope event(s.settings());
-        autodj::cmdSearch_Click(c);
-        benchmark::DoNotOptimize(c.form().lstSongs.listIndex);
-    }
-    if (!withCache) {
-        c.library->tagCache = std::move(cache);
+    {
+        std::optional<CacheAside> aside;
+        if (!withCache) {
+            aside.emplace(c);
+        }
+        for (auto _ : state) {
+            core::EventScope event(s.settings());
+            autodj::cmdSearch_Click(c);
+            benchmark::DoNotOptimize(c.form().lstSongs.listIndex);
+        }
     }
     if (c.form().lstSongs.listIndex != kTracks - 7) {
         state.SkipWithError("the search did not find the title");

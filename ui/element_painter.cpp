@@ -187,8 +187,9 @@ void paintLines(QPainter& p, const QRectF& r, int count, const Element& e, Text 
     p.setFont(consoleFont(e.fontSize, e.fontBold));
     const double lineHeight = rowHeight(e);
     const int first = topRow(e);
-    paintScrollThumb(p, r, first, rowsShown(e), count);
-    const QRectF lines = count > rowsShown(e) ? r.adjusted(0, 0, -kThumbWidth, 0) : r;
+    const int shown = rowsShown(e);
+    paintScrollThumb(p, r, first, shown, count);
+    const QRectF lines = count > shown ? r.adjusted(0, 0, -kThumbWidth, 0) : r;
     double y = r.top();
     for (int i = first; i < count && y < r.bottom(); ++i, y += lineHeight) {
         const QRectF line(lines.left(), y, lines.width(), lineHeight);

@@ -103,6 +103,15 @@ int connectLoopback(int port) {
     return fd;
 }
 
+// A listener's connection with its request sent, or -1.
+int connectListener(int port, const std::string& path) {
+    const int fd = connectLoopback(port);
+    if (fd >= 0) {
+        sendText(fd, "GET " + path + " HTTP/1.0\r\nUser-Agent: listener\r\n\r\n");
+    }
+    return fd;
+}
+
 }  // namespace
 
 int freePort(bool pair) {
@@ -328,11 +337,10 @@ bool Icecast::launch() {
 
 std::string listen(int port, const std::string& path, int ms) {
     std::string got;
-    const int fd = connectLoopback(port);
+    const int fd = connectListener(port, path);
     if (fd < 0) {
         return got;
     }
-    sendText(fd, "GET " + path + " HTTP/1.0\r\nUser-Agent: listener\r\n\r\n");
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
     while (std::chrono::steady_clock::now() < deadline && receiveSome(fd, got, 20)) {
     }
@@ -342,11 +350,10 @@ std::string listen(int port, const std::string& path, int ms) {
 
 void listenWhile(int port, const std::string& path, const std::atomic<bool>& leave,
                  const std::function<void(const std::string&)>& heard) {
-    const int fd = connectLoopback(port);
+    const int fd = connectListener(port, path);
     if (fd < 0) {
         return;
     }
-    sendText(fd, "GET " + path + " HTTP/1.0\r\nUser-Agent: listener\r\n\r\n");
     std::string got;
     while (!leave && receiveSome(fd, got, 20)) {
         if (!got.empty()) {
