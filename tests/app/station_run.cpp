@@ -1,6 +1,9 @@
 #include "station_run.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -45,6 +48,24 @@ std::string makeDemoStation(const std::filesystem::path& dir, int categories, in
 std::filesystem::path keptDemoLibrary(std::string& error) {
     namespace fs = std::filesystem;
     const fs::path kept = fs::path(test::binaryDir()) / "tests/app/demo-station-6x40";
+    if (fs::is_directory(kept / "Music")) {
+        return kept;
+    }
+    // The scenarios that start together on a fresh build take turns: one makes the library while
+    // the others wait for it, instead of each making its own on the same cores.
+    const std::string lockPath = kept.string() + ".lock";
+    const int lock = ::open(lockPath.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0644);
+    if (lock < 0 || ::flock(lock, LOCK_EX) != 0) {
+        if (lock >= 0) {
+            ::close(lock);
+        }
+        error = "cannot lock " + lockPath;
+        return {};
+    }
+    struct Unlock {
+        int fd;
+        ~Unlock() { ::close(fd); }
+    } const unlock{lock};
     if (fs::is_directory(kept / "Music")) {
         return kept;
     }
