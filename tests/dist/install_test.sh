@@ -56,6 +56,7 @@ bin/tarnwave-tag
 lib/systemd/system/tarnwave@.service
 lib/sysusers.d/tarnwave.conf
 share/applications/tarnwave.desktop
+share/doc/tarnwave/copyright
 share/icons/hicolor/scalable/apps/tarnwave.svg
 share/man/man1/tarnwave-sim.1.gz
 share/man/man1/tarnwave-tag.1.gz

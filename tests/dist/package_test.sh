@@ -77,6 +77,7 @@ expected=$(sort << LIST
 ./usr/lib/systemd/system/tarnwave@.service
 ./usr/lib/sysusers.d/tarnwave.conf
 ./usr/share/applications/tarnwave.desktop
+./usr/share/doc/tarnwave/copyright
 ./usr/share/icons/hicolor/scalable/apps/tarnwave.svg
 ./usr/share/man/man1/tarnwave-sim.1.gz
 ./usr/share/man/man1/tarnwave-tag.1.gz
@@ -87,6 +88,10 @@ actual=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ {print $6}' | sort)
 [ "$actual" = "$expected" ] || fail "the package's files differ: $(diff <(echo "$expected") <(echo "$actual") | grep '^[<>]' | tr '\n' ' ')"
 grep -q '^ExecStart=/usr/bin/tarnwave ' "$work/root/usr/lib/systemd/system/tarnwave@.service" ||
     fail "the packaged unit does not start /usr/bin/tarnwave"
+# The rights, in Debian's machine-readable form, uncompressed where every package keeps them.
+head -n 1 "$work/root/usr/share/doc/tarnwave/copyright" |
+    grep -qx 'Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/' ||
+    fail "the copyright file is not in Debian's machine-readable form"
 
 # The maintainer scripts: there, executable, and sound shell.
 dpkg-deb -e "$deb" "$work/control"
