@@ -38,6 +38,14 @@ bool hasLineBreak(std::string_view s) {
 
 }  // namespace
 
+std::string IniDocument::lookupName(std::string_view name) {
+    std::string out(trimSpaces(name));
+    for (char& c : out) {
+        c = static_cast<char>(fold(static_cast<unsigned char>(c)));
+    }
+    return out;
+}
+
 std::size_t IniDocument::FoldHash::operator()(std::string_view s) const noexcept {
     std::uint64_t h = 14695981039346656037ull;
     for (char c : s) {

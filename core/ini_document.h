@@ -45,6 +45,10 @@ class IniDocument {
     // last key line of its section; a new section goes at the end of the document.
     bool set(std::string_view section, std::string_view key, std::optional<std::string_view> value);
 
+    // A section or key name as lookups compare it: blanks around it trimmed, ASCII letters in
+    // lower case. Two names find the same section exactly when their lookup names are equal.
+    static std::string lookupName(std::string_view name);
+
     // The document as file bytes.
     std::string serialize() const;
     void serializeTo(std::string& out) const;

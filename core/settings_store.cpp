@@ -156,6 +156,10 @@ struct SettingsStore::Impl {
         bool readable = true;
         // The event in which the disk was last looked at: within one event it is looked at once.
         std::uint64_t checkedInEvent = 0;
+        // The store's change serial when the document was read, and the sections written since
+        // (their serials and lookup names), for changesSince.
+        std::uint64_t readSerial = 0;
+        std::vector<std::pair<std::uint64_t, std::string>> written;
     };
 
     std::unordered_map<std::string, Entry> files;
@@ -163,7 +167,8 @@ struct SettingsStore::Impl {
     std::function<void(const std::string&, int)> failureHandler;
     std::function<void(const std::string&, mode_t)> madePrivateHandler;
     int eventDepth = 0;
-    std::uint64_t eventSerial = 0;  // counts the outermost events; 0 is "no event"
+    std::uint64_t eventSerial = 0;   // counts the outermost events; 0 is "no event"
+    std::uint64_t changeSerial = 0;  // counts the documents read and the sections written
     timespec uncertainty = uncertainTimeAfterWrite();
 
     void trust(Entry& e, const DiskStamp& stamp) {
@@ -179,6 +184,22 @@ struct SettingsStore::Impl {
         e.readable = result != ReadResult::kUnreadable;
         e.doc = result == ReadResult::kRead ? IniDocument(std::move(bytes)) : IniDocument();
         trust(e, stamp);
+        wasRead(e);
+    }
+
+    // A document read from the disk: what its readers kept may all be out of date.
+    void wasRead(Entry& e) {
+        e.readSerial = ++changeSerial;
+        e.written.clear();
+    }
+
+    void wasWritten(Entry& e, std::string_view section) {
+        // A reader more than this many writes behind learns only that anything may have changed.
+        constexpr std::size_t kWrittenKept = 4096;
+        if (e.written.size() >= kWrittenKept) {
+            wasRead(e);
+        }
+        e.written.emplace_back(++changeSerial, IniDocument::lookupName(section));
     }
 
     void refresh(Entry& e, const std::string& path) {
@@ -198,6 +219,7 @@ struct SettingsStore::Impl {
         if (!e.doc.sameBytes(std::string_view(bytes.data(), bytes.size()))) {
             e.doc = IniDocument(std::move(bytes));
             trust(e, stamp);
+            wasRead(e);
             return;
         }
         if (!before(now(), e.uncertainUntil)) {
@@ -287,6 +309,7 @@ void SettingsStore::write(const std::string& file, std::string_view section, std
         if (!e.readable || !e.doc.set(section, key, value)) {
             return;
         }
+        impl_->wasWritten(e, section);
         e.dirty = true;
         if (impl_->eventDepth == 0 && !impl_->flushFile(file, e)) {
             impl_->files.erase(file);
@@ -295,6 +318,26 @@ void SettingsStore::write(const std::string& file, std::string_view section, std
         // A failed write is not reported; drop whatever half-state the cache holds.
         impl_->files.erase(file);
     }
+}
+
+SettingsStore::SectionChanges SettingsStore::changesSince(const std::string& file,
+                                                          std::uint64_t serial) {
+    SectionChanges out;
+    try {
+        const Impl::Entry& e = impl_->open(file);
+        out.serial = e.written.empty() ? e.readSerial : e.written.back().first;
+        if (serial == 0 || serial < e.readSerial) {
+            return out;
+        }
+        out.all = false;
+        for (auto it = e.written.rbegin(); it != e.written.rend() && it->first > serial; ++it) {
+            out.sections.push_back(it->second);
+        }
+    } catch (...) {
+        // Nothing is known: the reader forgets all it kept.
+        out = {};
+    }
+    return out;
 }
 
 void SettingsStore::beginEvent() {

@@ -20,11 +20,13 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tw::core {
 
@@ -44,6 +46,19 @@ class SettingsStore {
     // The value is stored as it stands, line breaks included.
     void write(const std::string& file, std::string_view section, std::string_view key,
                std::optional<std::string_view> value);
+
+    // For a reader that keeps what it read of a file (the picker's history memo): the serial of
+    // the file's document as it stands now (looked at on the disk as read() does), and the
+    // sections written since an earlier serial, by their lookup names
+    // (IniDocument::lookupName). `all` says that anything may have changed: the serial is 0 (none
+    // taken yet), the document was read again from the disk since, or more writes came between
+    // than the store remembers.
+    struct SectionChanges {
+        std::uint64_t serial = 0;
+        bool all = true;
+        std::vector<std::string> sections;
+    };
+    SectionChanges changesSince(const std::string& file, std::uint64_t serial);
 
     // Gathering of writes for the length of one console event. Nested calls count; the outermost
     // end writes every changed file.
