@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <numeric>
+#include <optional>
 
 #include "autodj/history.h"
 #include "autodj/library.h"
@@ -65,7 +66,40 @@ const CachedTag& readCandidate(core::Console& c, TagCache* cache, const std::str
     }
     fromDisk.artist = std::move(data.Artist);
     fromDisk.mp3Title = std::move(data.mp3Title);
+    fromDisk.trackSlot = kNoHistorySlot;
+    fromDisk.artistSlot = kNoHistorySlot;
     return fromDisk;
+}
+
+// The ages of a candidate's last play and of its artist's, as the walk without the memo makes
+// them (a value that is no date fails at the same state), from the memo's slots of the tag.
+void lastPlayedAges(core::Console& c, HistoryMemo& memo, const std::string& played,
+                    const CachedTag& tag, core::DateValue now, core::DateValue targetTime,
+                    std::int32_t& state, std::int32_t& trackAge, std::int32_t& artistAge) {
+    std::optional<std::string> artistKey;
+    const auto keyOfArtist = [&]() -> const std::string& {
+        if (!artistKey) {
+            std::string artist = tag.artist;
+            artistKey = makeArtist(artist);
+        }
+        return *artistKey;
+    };
+    if (tag.trackSlot == kNoHistorySlot || tag.artistSlot == kNoHistorySlot) {
+        tag.trackSlot = memo.slotOf(tag.mp3Title);
+        tag.artistSlot = memo.slotOf(keyOfArtist());
+    }
+    const HistoryMemo::LastPlayed& track = memo.lastPlayed(
+        tag.trackSlot, [&] { return readHistory(c, played, tag.mp3Title, kLastPlayed, "none"); });
+    // Years are counted against the clock, the age against the slot.
+    if (track.kind == HistoryMemo::Kind::kDate && core::diffYears(track.date, now) <= 3) {
+        trackAge = core::cLng(static_cast<double>(core::diffSeconds(track.date, targetTime)));
+    }
+    state = 6;
+    const HistoryMemo::LastPlayed& artist = memo.lastPlayed(
+        tag.artistSlot, [&] { return readHistory(c, played, keyOfArtist(), kLastPlayed, "none"); });
+    if (artist.kind == HistoryMemo::Kind::kDate) {
+        artistAge = core::cLng(static_cast<double>(core::diffMinutes(artist.date, targetTime)));
+    }
 }
 
 const std::string& fileNameAt(core::Console& c, std::int32_t index) {
@@ -133,6 +167,12 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         }
         CachedTag fromDisk;
         const std::string played = c.playedIniPath();
+        // With the cache, the last plays come from its memo, which forgets what was written since
+        // the last pick (the plan of the last track, say) before the walk.
+        HistoryMemo* const memo = cache ? &cache->history() : nullptr;
+        if (memo) {
+            memo->follow(*c.svc.settings, played);
+        }
         for (;;) {
             if (c.listLoading) {
                 // A rotation is being read: the pick gives up and leaves pickInProgress set.
@@ -140,26 +180,32 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             }
             const std::int32_t candidate = order[position++];
             const std::string& name = fileNameAt(c, candidate);
-            candidatePath = c.AppFolder + c.activeDirectory + name;
+            candidatePath.assign(c.AppFolder).append(c.activeDirectory).append(name);
             const CachedTag& tag = readCandidate(c, cache, name, candidatePath, state, fromDisk);
-            std::string artist = tag.artist;
-            const std::string artistKey = makeArtist(artist);
-            const std::string trackLast = readHistory(c, played, tag.mp3Title, kLastPlayed, "none");
-            const std::string artistLast = readHistory(c, played, artistKey, kLastPlayed, "none");
-
             std::int32_t trackAge = 0;
-            if (trackLast != "none") {
-                const core::DateValue d = core::cDate(trackLast);
-                // Years are counted against the clock, the age against the slot.
-                if (core::diffYears(d, now) <= 3) {
-                    trackAge = core::cLng(static_cast<double>(core::diffSeconds(d, targetTime)));
-                }
-            }
-            state = 6;
             std::int32_t artistAge = 0;
-            if (artistLast != "none") {
-                artistAge = core::cLng(
-                    static_cast<double>(core::diffMinutes(core::cDate(artistLast), targetTime)));
+            if (memo) {
+                lastPlayedAges(c, *memo, played, tag, now, targetTime, state, trackAge, artistAge);
+            } else {
+                std::string artist = tag.artist;
+                const std::string artistKey = makeArtist(artist);
+                const std::string trackLast =
+                    readHistory(c, played, tag.mp3Title, kLastPlayed, "none");
+                const std::string artistLast =
+                    readHistory(c, played, artistKey, kLastPlayed, "none");
+                if (trackLast != "none") {
+                    const core::DateValue d = core::cDate(trackLast);
+                    // Years are counted against the clock, the age against the slot.
+                    if (core::diffYears(d, now) <= 3) {
+                        trackAge =
+                            core::cLng(static_cast<double>(core::diffSeconds(d, targetTime)));
+                    }
+                }
+                state = 6;
+                if (artistLast != "none") {
+                    artistAge = core::cLng(static_cast<double>(
+                        core::diffMinutes(core::cDate(artistLast), targetTime)));
+                }
             }
             state = 7;
 
@@ -183,6 +229,7 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             if (cache && c.lastYield != lastYield) {
                 // What the events just run changed is seen at the next candidate.
                 cache->catchUp();
+                memo->follow(*c.svc.settings, played);
             }
         }
 

@@ -34,6 +34,10 @@
 // foreign file is ignored and the cache built again. The saved file is read at the first walk
 // (the first listing of a category).
 //
+// Beside the tags the cache keeps the picker's memo of their last plays (history_memo.h): each
+// cached tag holds the memo's slots of its history key and of its artist's, so that a pick finds
+// a candidate's history without a search by name.
+//
 // Thread contract: console thread only. Nothing here waits: the notification descriptor is read
 // without blocking; the disk work is one stat of the folder per pick, one stat for each entry that
 // must be checked by its stamp, the saved file read once, and its write.
@@ -46,9 +50,12 @@
 #include <unordered_map>
 #include <vector>
 
+#include "autodj/history_memo.h"
 #include "autodj/tag_cache_file.h"
 
 namespace tw::autodj {
+
+inline constexpr std::uint32_t kNoHistorySlot = UINT32_MAX;
 
 struct CachedTag {
     std::string artist;
@@ -57,6 +64,10 @@ struct CachedTag {
     // mp3Title, else empty; kUntitled for a file with neither, whose title the list reads from
     // the disk (it writes one into the file).
     std::string listTitle;
+    // Where the cache's history memo (TagCache::history) keeps the last plays of mp3Title and of
+    // the artist's history key, found at the tag's first pick since it was read.
+    mutable std::uint32_t trackSlot = kNoHistorySlot;
+    mutable std::uint32_t artistSlot = kNoHistorySlot;
 };
 
 inline constexpr std::string_view kUntitled = " - ";
@@ -104,6 +115,10 @@ class TagCache {
     std::size_t size() const;
     const std::string& file() const { return file_; }
 
+    // The history memo whose slots the cached tags hold: kept here, so that a slot is always
+    // read in the memo that gave it.
+    HistoryMemo& history() { return history_; }
+
   private:
     struct Entry {
         FileStamp stamp;
@@ -143,6 +158,7 @@ class TagCache {
     std::unordered_map<int, std::string> watched_;  // watch descriptor -> folder
     std::string walkName_;                          // the folder of the last beginWalk
     Folder* walk_ = nullptr;                        // and its record (never erased)
+    HistoryMemo history_;
 };
 
 }  // namespace tw::autodj
