@@ -14,7 +14,7 @@
 #include "autodj/picker.h"
 #include "autodj/tag_cache.h"
 #include "core/failure.h"
-#include "tests/autodj/station_fixture.h"
+#include "tests/autodj/two_track_station.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw::test {
@@ -97,40 +97,16 @@ TEST_F(HistoryMemoTest, AValueThatIsNoDateFailsAsReadingDoesAndIsNeverKept) {
     EXPECT_EQ(memo.known(), 0u);
 }
 
-// Two tracks by two artists: "A - Song 0" played an hour ago, "B - Song 1" two days ago; the
-// older is the pick until the history says otherwise.
-class HistoryMemoPickTest : public StationFixture {
+// The two-track station, every pick checked against the pick without the cache (and its memo).
+class HistoryMemoPickTest : public TwoTrackStation {
   protected:
-    void SetUp() override {
-        t00 = addTrack("Rock", "t00.mp3", "A", "Song 0");
-        t01 = addTrack("Rock", "t01.mp3", "B", "Song 1");
-        open();
-        setHistory("A - Song 0", "LastPlayed", dateText(-1.0 / 24));
-        setHistory("B - Song 1", "LastPlayed", dateText(-2.0));
-    }
-    std::string dateText(double daysFromNow) {
-        return core::generalDate(core::wholeSeconds(clock.now() + daysFromNow));
-    }
-    std::string pickWith() {
-        core::DateValue previous = 0;
-        return autodj::pickSongForCatagory(*console, "Rock", clock.now(), previous);
-    }
-    std::string pickWithout() {
-        auto cache = std::move(console->library->tagCache);
-        const std::string path = pickWith();
-        console->library->tagCache = std::move(cache);
-        return path;
-    }
-    // The pick with the memo, checked against the pick without it at the same instant.
+    std::string pickWith() { return TwoTrackStation::pick(); }
     std::string pick() {
         const std::string with = pickWith();
-        EXPECT_EQ(with, pickWithout());
+        EXPECT_EQ(with, pickWithoutCache());
         return with;
     }
     HistoryMemo& memo() { return console->library->tagCache->history(); }
-
-    std::string t00;
-    std::string t01;
 };
 
 TEST_F(HistoryMemoPickTest, ATrackPlayedSinceTheLastPickIsSeenAtTheNext) {

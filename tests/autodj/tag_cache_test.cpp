@@ -17,7 +17,7 @@
 
 #include "autodj/picker.h"
 #include "autodj/tag_cache_file.h"
-#include "tests/autodj/station_fixture.h"
+#include "tests/autodj/two_track_station.h"
 #include "tests/tags/tag_test_util.h"
 
 namespace tw::test {
@@ -25,39 +25,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kHourDays = 1.0 / 24;
-
 std::string fileText(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// Two tracks by two artists that have never played: "A - Song 0" an hour ago, "B - Song 1" two
-// days ago, so the older one, t01, is the pick. A tag, a file or a name changed on t00 that gives
-// it a title never played makes t00 the pick.
-class TagCacheTest : public StationFixture {
+// The two-track station (t01 the pick): a tag, a file or a name changed on t00 that gives it a
+// title never played makes t00 the pick.
+class TagCacheTest : public TwoTrackStation {
   protected:
-    void SetUp() override {
-        t00 = addTrack("Rock", "t00.mp3", "A", "Song 0");
-        t01 = addTrack("Rock", "t01.mp3", "B", "Song 1");
-        open();
-        setHistory("A - Song 0", "LastPlayed", dateText(-kHourDays));
-        setHistory("B - Song 1", "LastPlayed", dateText(-2.0));
-    }
-    std::string dateText(double daysFromNow) {
-        return core::generalDate(core::wholeSeconds(clock.now() + daysFromNow));
-    }
-    std::string pick() {
-        core::DateValue previous = 0;
-        return autodj::pickSongForCatagory(*console, "Rock", clock.now(), previous);
-    }
-    // The same pick at the same instant by a console without the cache.
-    std::string pickWithoutCache() {
-        auto cache = std::move(console->library->tagCache);
-        const std::string path = pick();
-        console->library->tagCache = std::move(cache);
-        return path;
-    }
     // Lets the files' stamps grow old enough to be trusted (saved, kept through an overflow).
     void settle() { std::this_thread::sleep_for(std::chrono::milliseconds(3200)); }
     autodj::TagCache& cache() { return *console->library->tagCache; }
@@ -76,9 +52,6 @@ class TagCacheTest : public StationFixture {
         out.seekp(0);
         out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     }
-
-    std::string t00;
-    std::string t01;
 };
 
 TEST_F(TagCacheTest, APickWithTheCacheIsThePickWithout) {
