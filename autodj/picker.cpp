@@ -125,6 +125,8 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
     std::int32_t state = 0;
     std::int32_t bestIndex = 0;
     std::string candidatePath;
+    // A candidate whose tag was found by its position: its path is made only for a failure's line.
+    std::int32_t unnamed = -1;
     try {
         c.pickInProgress = true;
         state = 1;
@@ -142,6 +144,8 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             c.pickInProgress = false;
             return {};
         }
+        TagCache* const cache = c.library->tagCache.get();
+        const std::uint64_t servedBefore = cache ? cache->listingsServed() : 0;
         lstPlaylist1_Click(c, found);
 
         state = 2;
@@ -161,9 +165,20 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         const double separation = static_cast<double>(c.artistSeperationTime) * 60.0;
         std::int32_t bestAge = 0;
         std::size_t position = 0;
-        TagCache* const cache = c.library->tagCache.get();
+        // When the list was just filled from the cache's kept listing, a candidate's tag is found
+        // by its position, without a search by its name, until events run or an entry is dropped.
+        const std::vector<const CachedTag*>* placed = nullptr;
+        std::uint64_t dropsAtStart = 0;
         if (cache) {
-            cache->beginWalk(c.AppFolder + c.activeDirectory);
+            const std::string folder = c.AppFolder + c.activeDirectory;
+            cache->beginWalk(folder);
+            if (cache->listingsServed() != servedBefore) {
+                placed = cache->tagsByPosition(folder);
+                if (placed && placed->size() != static_cast<std::size_t>(count)) {
+                    placed = nullptr;
+                }
+                dropsAtStart = cache->drops();
+            }
         }
         CachedTag fromDisk;
         const std::string played = c.playedIniPath();
@@ -179,9 +194,21 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
                 return {};
             }
             const std::int32_t candidate = order[position++];
-            const std::string& name = fileNameAt(c, candidate);
-            candidatePath.assign(c.AppFolder).append(c.activeDirectory).append(name);
-            const CachedTag& tag = readCandidate(c, cache, name, candidatePath, state, fromDisk);
+            if (placed && cache->drops() != dropsAtStart) {
+                placed = nullptr;
+            }
+            const CachedTag* known =
+                placed ? (*placed)[static_cast<std::size_t>(candidate)] : nullptr;
+            if (known) {
+                unnamed = candidate;
+                state = 5;
+            } else {
+                unnamed = -1;
+                const std::string& name = fileNameAt(c, candidate);
+                candidatePath.assign(c.AppFolder).append(c.activeDirectory).append(name);
+                known = &readCandidate(c, cache, name, candidatePath, state, fromDisk);
+            }
+            const CachedTag& tag = *known;
             std::int32_t trackAge = 0;
             std::int32_t artistAge = 0;
             if (memo) {
@@ -230,10 +257,12 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
                 // What the events just run changed is seen at the next candidate.
                 cache->catchUp();
                 memo->follow(*c.svc.settings, played);
+                placed = nullptr;  // the list itself may have changed
             }
         }
 
         state = 9;
+        unnamed = -1;
         candidatePath = c.AppFolder + c.activeDirectory + fileNameAt(c, bestIndex);
         // The chosen file is read from the disk, so that the console's tag object holds it.
         tags::clsMp3TagData data;
@@ -250,6 +279,11 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         return candidatePath;
     } catch (const std::exception& e) {
         c.pickInProgress = false;
+        const auto& items = c.form().fileList1.items;
+        if (unnamed >= 0 && static_cast<std::size_t>(unnamed) < items.size()) {
+            candidatePath =
+                c.AppFolder + c.activeDirectory + items[static_cast<std::size_t>(unnamed)].text;
+        }
         core::logError(
             c, "Error in Pick Song for Catagory:" + core::describeFailure(e).description +
                    " state:" + std::to_string(state) + " filename:" + candidatePath +

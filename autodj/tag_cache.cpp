@@ -114,6 +114,8 @@ void TagCache::load() {
     if (!records) {
         return;  // damaged or not ours: built again, and written over at the next save
     }
+    ++changes_;
+    ++drops_;
     for (auto& r : *records) {
         folders_[r.folder].entries[r.name] = {
             r.stamp, {std::move(r.artist), std::move(r.mp3Title), std::move(r.listTitle)}, false};
@@ -188,6 +190,8 @@ void TagCache::applyEvents(const char* bytes, std::size_t size) {
         std::memcpy(&ev, bytes + at, sizeof ev);
         const char* name = bytes + at + sizeof ev;
         at += sizeof ev + ev.len;
+        ++changes_;
+        ++drops_;
         if (ev.mask & IN_Q_OVERFLOW) {
             uncheckAll();
             continue;
@@ -217,6 +221,8 @@ void TagCache::applyEvents(const char* bytes, std::size_t size) {
 }
 
 void TagCache::uncheck(Folder& f, std::int64_t now) {
+    ++changes_;
+    ++drops_;
     // An entry whose stamp is too young to tell a change is read again.
     std::erase_if(f.entries, [now](const auto& item) { return !settled(item.second.stamp, now); });
     for (auto& [name, e] : f.entries) {
@@ -230,6 +236,9 @@ void TagCache::dropListing(Folder& f) {
     f.listed = false;
     f.names.clear();
     f.names.shrink_to_fit();
+    f.placed.clear();
+    f.placed.shrink_to_fit();
+    f.placedAt = 0;
 }
 
 const std::vector<std::string>* TagCache::listing(std::string_view folder,
@@ -253,7 +262,11 @@ const std::vector<std::string>* TagCache::listing(std::string_view folder,
     }
     f->askedAt = f->nameChanges;
     f->askedStamp = stamp;
-    return f->listed && f->listPattern == pattern ? &f->names : nullptr;
+    if (!f->listed || f->listPattern != pattern) {
+        return nullptr;
+    }
+    ++served_;
+    return &f->names;
 }
 
 void TagCache::keepListing(std::string_view folder, const std::string& pattern,
@@ -268,6 +281,23 @@ void TagCache::keepListing(std::string_view folder, const std::string& pattern,
     f->listStamp = f->askedStamp;
     f->listPattern = pattern;
     f->names = std::move(names);
+    f->placedAt = 0;
+}
+
+const std::vector<const CachedTag*>* TagCache::tagsByPosition(std::string_view folder) {
+    Folder* const f = watchedFolder(folder);
+    if (!f || !f->listed) {
+        return nullptr;
+    }
+    if (f->placedAt != changes_) {
+        f->placed.resize(f->names.size());
+        for (std::size_t i = 0; i < f->names.size(); ++i) {
+            const auto it = f->entries.find(f->names[i]);
+            f->placed[i] = it != f->entries.end() && it->second.checked ? &it->second.tag : nullptr;
+        }
+        f->placedAt = changes_;
+    }
+    return &f->placed;
 }
 
 void TagCache::uncheckAll() {
@@ -302,9 +332,12 @@ const CachedTag* TagCache::find(std::string_view folder, const std::string& name
         if (::lstat((std::string(folder) + name).c_str(), &st) != 0 || !keepable(st) ||
             !(stampOf(st) == it->second.stamp)) {
             entries.erase(it);
+            ++changes_;
+            ++drops_;
             return nullptr;
         }
         it->second.checked = true;
+        ++changes_;
     }
     return &it->second.tag;
 }
@@ -322,6 +355,7 @@ void TagCache::store(std::string_view folder, const std::string& name, const str
         return;
     }
     f->entries[name] = {stampOf(st), std::move(tag), true};
+    ++changes_;
     dirty_ = true;
 }
 

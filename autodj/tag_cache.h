@@ -36,7 +36,9 @@
 //
 // Beside the tags the cache keeps the picker's memo of their last plays (history_memo.h): each
 // cached tag holds the memo's slots of its history key and of its artist's, so that a pick finds
-// a candidate's history without a search by name.
+// a candidate's history without a search by name. For a list filled from a kept listing, the
+// cached tags are also given by position in it (tagsByPosition), so that a pick need not look a
+// candidate up by its name at all.
 //
 // Thread contract: console thread only. Nothing here waits: the notification descriptor is read
 // without blocking; the disk work is one stat of the folder per pick, one stat for each entry that
@@ -112,6 +114,18 @@ class TagCache {
     // nowSeconds is negative. Returns whether it wrote.
     bool save(double nowSeconds);
 
+    // For a walk over a list just filled from the kept listing of folder (listing() served it):
+    // the cached tag of each of its names by position, nullptr where find() would not give one
+    // without a look at the disk; nullptr when folder has no kept listing. A pointer stays good,
+    // and a tag stays the file's, while drops() stays as it is; the vector until the next call of
+    // any other member.
+    const std::vector<const CachedTag*>* tagsByPosition(std::string_view folder);
+    // How often listing() served a kept listing.
+    std::uint64_t listingsServed() const { return served_; }
+    // How often entries were dropped or had to be checked again (a notification, a failed check,
+    // an overflow, a reload).
+    std::uint64_t drops() const { return drops_; }
+
     std::size_t size() const;
     const std::string& file() const { return file_; }
 
@@ -137,6 +151,9 @@ class TagCache {
         std::uint64_t askedAt = 0;      // nameChanges at the last call of listing
         FileStamp listStamp;            // the folder's inode and times when names was taken
         FileStamp askedStamp;           // and at the last call of listing
+        // tagsByPosition's vector, and the cache's changes when it was made (0: never).
+        std::vector<const CachedTag*> placed;
+        std::uint64_t placedAt = 0;
     };
 
     void load();
@@ -145,7 +162,7 @@ class TagCache {
     void applyEvents(const char* bytes, std::size_t size);
     // Every entry of f (of every folder) must be checked by its stamp before its next use.
     // (Its kept listing is dropped.)
-    static void uncheck(Folder& f, std::int64_t now);
+    void uncheck(Folder& f, std::int64_t now);
     static void dropListing(Folder& f);
     void uncheckAll();
 
@@ -159,6 +176,9 @@ class TagCache {
     std::string walkName_;                          // the folder of the last beginWalk
     Folder* walk_ = nullptr;                        // and its record (never erased)
     HistoryMemo history_;
+    std::uint64_t changes_ = 1;  // every change of an entry (see tagsByPosition)
+    std::uint64_t drops_ = 0;
+    std::uint64_t served_ = 0;
 };
 
 }  // namespace tw::autodj

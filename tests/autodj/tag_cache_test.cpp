@@ -54,6 +54,39 @@ class TagCacheTest : public TwoTrackStation {
     }
 };
 
+// A second category, Jazz: j00 ("C - Song 2") three days old, j01 ("D - Song 3") half an hour.
+class TagCacheTwoCategoriesTest : public TwoTrackStation {
+  protected:
+    void SetUp() override {
+        j00 = addTrack("Jazz", "j00.mp3", "C", "Song 2");
+        j01 = addTrack("Jazz", "j01.mp3", "D", "Song 3");
+        TwoTrackStation::SetUp();
+        setHistory("C - Song 2", "LastPlayed", dateText(-3.0));
+        setHistory("D - Song 3", "LastPlayed", dateText(-1.0 / 48));
+    }
+
+    std::string j00;
+    std::string j01;
+};
+
+TEST_F(TagCacheTwoCategoriesTest, AListRefilledWhileThePickYieldsIsWalkedByItsNames) {
+    ASSERT_EQ(pick(), t01);  // Rock's listing is kept from here on: the next pick walks by position
+    // An event at the pick's first yield fills the pick's list with Jazz. The second candidate
+    // is then Jazz's file at its position, and decides: met after A (an hour), j01 (half an
+    // hour) does not win and the pick is the first position, j00; met after B (two days), j00
+    // (three days) wins. Rock's tags at those positions would give j01 either way.
+    const auto run = [&] {
+        console->lastYield = 0;
+        loop.post([this] { autodj::lstPlaylist1_Click(*console, categoryIndex("Jazz")); });
+        return pick();
+    };
+    EXPECT_EQ(run(), j00);
+    auto cacheHeld = std::move(console->library->tagCache);
+    EXPECT_EQ(run(), j00);
+    console->library->tagCache = std::move(cacheHeld);
+    EXPECT_TRUE(appLogLines().empty());
+}
+
 TEST_F(TagCacheTest, APickWithTheCacheIsThePickWithout) {
     EXPECT_EQ(pick(), t01);
     EXPECT_EQ(cache().size(), 2u);
