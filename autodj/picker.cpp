@@ -102,6 +102,11 @@ void lastPlayedAges(core::Console& c, HistoryMemo& memo, const std::string& play
     }
 }
 
+// The full path of a file of the active category, into out (whose room is reused).
+void setCandidatePath(std::string& out, const core::Console& c, const std::string& name) {
+    out.assign(c.AppFolder).append(c.activeDirectory).append(name);
+}
+
 const std::string& fileNameAt(core::Console& c, std::int32_t index) {
     const auto& items = c.form().fileList1.items;
     if (index < 0 || static_cast<std::size_t>(index) >= items.size()) {
@@ -205,7 +210,7 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             } else {
                 unnamed = -1;
                 const std::string& name = fileNameAt(c, candidate);
-                candidatePath.assign(c.AppFolder).append(c.activeDirectory).append(name);
+                setCandidatePath(candidatePath, c, name);
                 known = &readCandidate(c, cache, name, candidatePath, state, fromDisk);
             }
             const CachedTag& tag = *known;
@@ -263,7 +268,7 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
 
         state = 9;
         unnamed = -1;
-        candidatePath = c.AppFolder + c.activeDirectory + fileNameAt(c, bestIndex);
+        setCandidatePath(candidatePath, c, fileNameAt(c, bestIndex));
         // The chosen file is read from the disk, so that the console's tag object holds it.
         tags::clsMp3TagData data;
         c.id3->filename(candidatePath);
@@ -281,8 +286,7 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         c.pickInProgress = false;
         const auto& items = c.form().fileList1.items;
         if (unnamed >= 0 && static_cast<std::size_t>(unnamed) < items.size()) {
-            candidatePath =
-                c.AppFolder + c.activeDirectory + items[static_cast<std::size_t>(unnamed)].text;
+            setCandidatePath(candidatePath, c, items[static_cast<std::size_t>(unnamed)].text);
         }
         core::logError(
             c, "Error in Pick Song for Catagory:" + core::describeFailure(e).description +

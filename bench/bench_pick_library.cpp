@@ -200,8 +200,8 @@ class CacheAside {
     std::shared_ptr<autodj::TagCache> cache_;
 };
 
-void BM_Pick100k(benchmark::State& state) {
-    Station& s = onAir();
+// Picks for the state's iterations, each followed by its plan out of the timing; the last pick.
+std::string timePicks(benchmark::State& state, Station& s) {
     std::string last;
     for (auto _ : state) {
         last = s.pickNext();
@@ -210,6 +210,12 @@ void BM_Pick100k(benchmark::State& state) {
         s.planLast(last);
         state.ResumeTiming();
     }
+    return last;
+}
+
+void BM_Pick100k(benchmark::State& state) {
+    Station& s = onAir();
+    const std::string last = timePicks(state, s);
     if (last.empty()) {
         state.SkipWithError("the pick gave nothing");
     }
@@ -223,13 +229,7 @@ void BM_Pick100k_Reference(benchmark::State& state) {
     std::string last;
     {
         const CacheAside aside(s.console());
-        for (auto _ : state) {
-            last = s.pickNext();
-            benchmark::DoNotOptimize(last);
-            state.PauseTiming();
-            s.planLast(last);
-            state.ResumeTiming();
-        }
+        last = timePicks(state, s);
     }
     if (last.empty()) {
         state.SkipWithError("the pick gave nothing");
