@@ -25,7 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> lines(const fs::path& file) {
+std::vector<std::string> everyLine(const fs::path& file) {
     std::ifstream in(file);
     std::vector<std::string> out;
     for (std::string line; std::getline(in, line);) {
@@ -127,7 +127,7 @@ TEST_F(VoiceScenario, AVoiceTrackRecordedFromTheMicrophoneBecomesATrackOfItsCate
     EXPECT_TRUE(std::any_of(songs.begin(), songs.end(), [](const auto& item) {
         return item.text == "VoiceTrack - Drive Time Link";
     }));
-    for (const auto& line : lines(station_ / "app.log")) {
+    for (const auto& line : everyLine(station_ / "app.log")) {
         EXPECT_EQ(line.find("Error in Playlist:"), std::string::npos) << line;
     }
     tags::clsID3 tag;
@@ -207,7 +207,7 @@ TEST_F(VoiceScenario, AHundredMicrophoneOpeningsAndTwentyVoiceTracksKeepTheStati
     EXPECT_GT(run_->starts(), startsBefore + 2) << "tracks went on starting";
     const auto silences = run_->silences(1.0);
     EXPECT_TRUE(silences.empty()) << silences.size() << " stretches of silence";
-    for (const auto& line : lines(station_ / "app.log")) {
+    for (const auto& line : everyLine(station_ / "app.log")) {
         EXPECT_EQ(line.find("Error"), std::string::npos) << line;
     }
     int tracks = 0;
