@@ -153,8 +153,10 @@ TEST_F(DeadAirAlarmTest, ASilenceAcrossMidnightCountsOn) {
 TEST_F(DeadAirAlarmTest, TheCommandGetsTheStationsNameWithoutAShell) {
     const fs::path script = dir / "tell someone.sh";
     const fs::path said = dir / "said.txt";
-    test::writeFile(script,
-                    "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done > '" + said.string() + "'\n");
+    // Written aside and renamed: the test waits for the file, and must not find it half made.
+    test::writeFile(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done > '" + said.string() +
+                                ".part' && mv '" + said.string() + ".part' '" + said.string() +
+                                "'\n");
     fs::permissions(script, fs::perms::owner_all);
     setting("Command", "\"" + script.string() + "\" --urgent $HOME;rm");
     core::writeIniValue(c(), c().appSettingsPath(), "Shoutcast", "Name", "Tarn Valley Radio");
