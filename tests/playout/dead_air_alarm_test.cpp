@@ -154,9 +154,9 @@ TEST_F(DeadAirAlarmTest, TheCommandGetsTheStationsNameWithoutAShell) {
     const fs::path script = dir / "tell someone.sh";
     const fs::path said = dir / "said.txt";
     // Written aside and renamed: the test waits for the file, and must not find it half made.
-    test::writeFile(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done > '" + said.string() +
-                                ".part' && mv '" + said.string() + ".part' '" + said.string() +
-                                "'\n");
+    const std::string to = "'" + said.string() + "'", aside = "'" + said.string() + ".part'";
+    test::writeFile(script, "#!/bin/sh\nfor a in \"$@\"; do echo \"$a\"; done > " + aside +
+                                " && mv " + aside + " " + to + "\n");
     fs::permissions(script, fs::perms::owner_all);
     setting("Command", "\"" + script.string() + "\" --urgent $HOME;rm");
     core::writeIniValue(c(), c().appSettingsPath(), "Shoutcast", "Name", "Tarn Valley Radio");
