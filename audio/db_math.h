@@ -33,6 +33,35 @@ inline float log2Fast(float x) {
     return static_cast<float>(e) + 2.0f * kLog2e * s * series;
 }
 
+// log2 for each of `n` positive normal values in place, four at a time, by log2Fast's own
+// steps (the same series, the halving as a selection): within its few parts in 10^7.
+inline void log2Block(float* x, std::size_t n) {
+    using F4 = float __attribute__((vector_size(16)));
+    using I4 = std::int32_t __attribute__((vector_size(16)));
+    std::size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        I4 bits;
+        std::memcpy(&bits, x + i, sizeof bits);
+        I4 e = ((bits >> 23) & 0xFF) - 127;
+        const I4 mantissa = (bits & 0x007FFFFF) | 0x3F800000;
+        F4 m;
+        std::memcpy(&m, &mantissa, sizeof m);
+        const I4 high = m > 1.41421356f;  // all ones where the mantissa is halved
+        m = high ? m * 0.5f : m;
+        e -= high;
+        const F4 s = (m - 1.0f) / (m + 1.0f);
+        const F4 s2 = s * s;
+        const F4 series =
+            1.0f + s2 * (1.0f / 3 + s2 * (1.0f / 5 + s2 * (1.0f / 7 + s2 * (1.0f / 9))));
+        constexpr float kLog2e = 1.44269504f;
+        const F4 v = __builtin_convertvector(e, F4) + 2.0f * kLog2e * s * series;
+        std::memcpy(x + i, &v, sizeof v);
+    }
+    for (; i < n; ++i) {
+        x[i] = log2Fast(x[i]);
+    }
+}
+
 namespace db_math_detail {
 
 // e^x by its series, at compile time, for 0 <= x < 1.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <numbers>
 #include <vector>
 
@@ -103,6 +104,7 @@ class CompressorEffect final : public Effect {
         makeUp_ = p[0];
         attack_ = smoothing(p[1]);
         release_ = smoothing(p[2]);
+        releaseOverBlock_ = std::pow(release_, static_cast<float>(kControl));
         threshold_ = p[3];
         slope_ = 1.0f - 1.0f / std::max(1.0f, p[4]);
         delay_ = std::min<std::size_t>(
@@ -133,81 +135,141 @@ class CompressorEffect final : public Effect {
         float* line = line_.data();
         std::size_t pos = pos_;
         const std::size_t delay = delay_;
-        const float threshold = threshold_, slope = slope_, attack = attack_, release = release_;
+        const float attack = attack_, release = release_;
         const float makeUp = makeUp_, gate = gate_;
         float reduction = reductionDb_;
-        // dB = 20 log10(v) = kDbPerOctave * log2(v); the gain 10^(dB / 20) = 2^(dB / kDbPerOctave).
-        constexpr float kDbPerOctave = 6.02059991f;
-        constexpr float kOctavesPerDb = 1.0f / kDbPerOctave;
-        // The delay line takes the frame and gives back the frame of `delay` frames ago.
-        // Without look-ahead that is the frame itself (the line is still written, so that a
-        // look-ahead set later starts from the sound that went before).
-        auto emit = [&](std::size_t i, float g) {
-            const float l = x[2 * i], r = x[2 * i + 1];
-            line[2 * pos] = l;
-            line[2 * pos + 1] = r;
-            if (delay == 0) {
-                x[2 * i] = l * g;
-                x[2 * i + 1] = r * g;
-            } else {
-                const std::size_t back = (pos + kMaxDelay - delay) % kMaxDelay;
-                x[2 * i] = line[2 * back] * g;
-                x[2 * i + 1] = line[2 * back + 1] * g;
-            }
-            pos = (pos + 1) % kMaxDelay;
-        };
+        // Each frame's peak, and whether any is over the threshold by the largest of them, in
+        // two running maxima (a NaN is never taken: it is over nothing).
         float peaks[kControl];
-        bool over = false;
-        for (std::size_t i = 0; i < frames; ++i) {
-            peaks[i] = std::max(std::fabs(x[2 * i]), std::fabs(x[2 * i + 1]));
-            over = over || peaks[i] > gate;
+        float even = 0, odd = 0;
+        std::size_t f = 0;
+        for (; f + 2 <= frames; f += 2) {
+            peaks[f] = std::max(std::fabs(x[2 * f]), std::fabs(x[2 * f + 1]));
+            peaks[f + 1] = std::max(std::fabs(x[2 * f + 2]), std::fabs(x[2 * f + 3]));
+            even = std::max(even, peaks[f]);
+            odd = std::max(odd, peaks[f + 1]);
         }
+        if (f < frames) {
+            peaks[f] = std::max(std::fabs(x[2 * f]), std::fabs(x[2 * f + 1]));
+            even = std::max(even, peaks[f]);
+        }
+        const bool over = std::max(even, odd) > gate;
+        // The gain of every frame, in octaves until the last step.
+        float gains[kControl];
         if (!over) {
-            const float from = exp2Fast((makeUp - reduction) * kOctavesPerDb);
+            const float from = (makeUp - reduction) * kOctavesPerDb;
             if (reduction == 0) {
-                for (std::size_t i = 0; i < frames; ++i) {
-                    emit(i, from);
-                }
+                std::fill(gains, gains + frames, exp2Fast(from));
             } else {
-                // With no target the step is the release's alone, as the full form would take it.
-                for (std::size_t i = 0; i < frames; ++i) {
-                    reduction = 0.0f + (reduction - 0.0f) * release;
+                // With no target each frame's step is the release's factor alone: a whole
+                // block's is its power.
+                if (frames == kControl) {
+                    reduction *= releaseOverBlock_;
+                } else {
+                    for (std::size_t i = 0; i < frames; ++i) {
+                        reduction *= release;
+                    }
                 }
-                const float to = exp2Fast((makeUp - reduction) * kOctavesPerDb);
-                const float slopePerFrame = (to - from) / static_cast<float>(frames);
+                const float g0 = exp2Fast(from);
+                const float slopePerFrame = (exp2Fast((makeUp - reduction) * kOctavesPerDb) - g0) /
+                                            static_cast<float>(frames);
                 for (std::size_t i = 0; i < frames; ++i) {
-                    emit(i, from + slopePerFrame * static_cast<float>(i + 1));
+                    gains[i] = g0 + slopePerFrame * static_cast<float>(i + 1);
                 }
             }
         } else {
-            // The reduction frame by frame, then the gains of all the frames at once.
-            float gains[kControl];
+            // The targets of all the frames at once, then the reduction frame by frame: each
+            // step towards the target by the attack's factor while the target is above the
+            // reduction, by the release's otherwise. The target's share of each step is computed
+            // beforehand, so that a frame waits only for a multiplication and an addition on the
+            // frame before.
+            float targets[kControl];
+            targetsOf(peaks, targets, frames);
+            const float attackRest = 1.0f - attack, releaseRest = 1.0f - release;
             for (std::size_t i = 0; i < frames; ++i) {
-                const float peak = peaks[i];
-                // A peak at or under the threshold asks for no reduction: its level need not be
-                // known.
-                float target = 0;
-                if (peak > gate) {
-                    const float levelDb = kDbPerOctave * log2Fast(std::max(peak, 1e-9f));
-                    target = std::max(0.0f, levelDb - threshold) * slope;
-                }
-                const float k = target > reduction ? attack : release;
-                reduction = target + (reduction - target) * k;
+                const float target = targets[i];
+                reduction = target > reduction ? attack * reduction + attackRest * target
+                                               : release * reduction + releaseRest * target;
                 gains[i] = (makeUp - reduction) * kOctavesPerDb;
             }
             exp2Block(gains, frames);
-            for (std::size_t i = 0; i < frames; ++i) {
-                emit(i, gains[i]);
-            }
         }
+        emit(x, frames, gains, line, pos, delay);
         pos_ = pos;
         reductionDb_ = reduction;
     }
+    // The reduction each frame's peak asks for, in dB: none for a peak at or under the
+    // threshold (its level is not needed), above it the level's excess times the slope. Four
+    // frames at a time.
+    void targetsOf(const float* peaks, float* targets, std::size_t frames) const {
+        for (std::size_t i = 0; i < frames; ++i) {
+            targets[i] = std::max(peaks[i], 1e-9f);
+        }
+        log2Block(targets, frames);
+        using F4 = float __attribute__((vector_size(16)));
+        const float gate = gate_, threshold = threshold_, slope = slope_;
+        std::size_t i = 0;
+        for (; i + 4 <= frames; i += 4) {
+            F4 peak, level;
+            std::memcpy(&peak, peaks + i, sizeof peak);
+            std::memcpy(&level, targets + i, sizeof level);
+            F4 excess = kDbPerOctave * level - threshold;
+            excess = excess > 0.0f ? excess : 0.0f;
+            const F4 target = peak > gate ? excess * slope : 0.0f;
+            std::memcpy(targets + i, &target, sizeof target);
+        }
+        for (; i < frames; ++i) {
+            targets[i] = peaks[i] > gate
+                             ? std::max(0.0f, kDbPerOctave * targets[i] - threshold) * slope
+                             : 0.0f;
+        }
+    }
+    // The delay line takes each frame and gives back the frame of `delay` frames ago, times its
+    // gain. Without look-ahead that is the frame itself (the line is still written, so that a
+    // look-ahead set later starts from the sound that went before). Moves `pos` past the frames.
+    static void emit(float* x, std::size_t frames, const float* gains, float* line,
+                     std::size_t& pos, std::size_t delay) {
+        if (delay == 0) {
+            const std::size_t first = std::min(frames, kMaxDelay - pos);
+            std::copy(x, x + 2 * first, line + 2 * pos);
+            std::copy(x + 2 * first, x + 2 * frames, line);
+            pos = (pos + frames) % kMaxDelay;
+            scaleFrames(x, frames, gains);
+            return;
+        }
+        for (std::size_t i = 0; i < frames; ++i) {
+            line[2 * pos] = x[2 * i];
+            line[2 * pos + 1] = x[2 * i + 1];
+            const std::size_t back = (pos + kMaxDelay - delay) % kMaxDelay;
+            x[2 * i] = line[2 * back] * gains[i];
+            x[2 * i + 1] = line[2 * back + 1] * gains[i];
+            pos = (pos + 1) % kMaxDelay;
+        }
+    }
+    // Each frame times its gain, two frames at a time.
+    static void scaleFrames(float* x, std::size_t frames, const float* gains) {
+        using F4 = float __attribute__((vector_size(16)));
+        std::size_t i = 0;
+        for (; i + 2 <= frames; i += 2) {
+            F4 v;
+            std::memcpy(&v, x + 2 * i, sizeof v);
+            v *= F4{gains[i], gains[i], gains[i + 1], gains[i + 1]};
+            std::memcpy(x + 2 * i, &v, sizeof v);
+        }
+        for (; i < frames; ++i) {
+            x[2 * i] *= gains[i];
+            x[2 * i + 1] *= gains[i];
+        }
+    }
     static constexpr std::size_t kControl = 32;
     static constexpr float kFloorDb = -180.0f;
+    // dB = 20 log10(v) = kDbPerOctave * log2(v); the gain 10^(dB / 20) = 2^(dB / kDbPerOctave).
+    static constexpr float kDbPerOctave = 6.02059991f;
+    static constexpr float kOctavesPerDb = 1.0f / kDbPerOctave;
     std::vector<float> line_;
     std::size_t pos_ = 0, delay_ = 0;
     float makeUp_ = 0, attack_ = 0, release_ = 0, threshold_ = 0, slope_ = 0, gate_ = 0;
+    float releaseOverBlock_ = 0;
     float reductionDb_ = 0;
 };
 

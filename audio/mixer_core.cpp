@@ -208,20 +208,36 @@ void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
     if (mixerRunning_) {
         mixTarget(Target::Mixer, mix_, frames);
         mixerFx_.run(mix_, frames);
-        // The peaks in locals: as members they would be stored at every frame.
-        float pl = peakL_, pr = peakR_;
-        for (std::size_t i = 0; i < frames; ++i) {
+        // The peaks in locals (as members they would be stored at every frame), two frames a
+        // step with a peak each, so that a frame's peak does not wait for the comparison of the
+        // frame before.
+        float pl = peakL_, pr = peakR_, pl2 = 0, pr2 = 0;
+        std::size_t i = 0;
+        for (; i + 2 <= frames; i += 2) {
+            pl = std::max(pl, std::fabs(mix_[2 * i]));
+            pr = std::max(pr, std::fabs(mix_[2 * i + 1]));
+            pl2 = std::max(pl2, std::fabs(mix_[2 * i + 2]));
+            pr2 = std::max(pr2, std::fabs(mix_[2 * i + 3]));
+        }
+        for (; i < frames; ++i) {
             pl = std::max(pl, std::fabs(mix_[2 * i]));
             pr = std::max(pr, std::fabs(mix_[2 * i + 1]));
         }
-        peakL_ = pl;
-        peakR_ = pr;
+        peakL_ = std::max(pl, pl2);
+        peakR_ = std::max(pr, pr2);
         // The mixer's own volume is for the card only: the level above and the bus for the
         // encoders see the mix before it, so that muting the studio does not look like dead air.
-        for (std::size_t i = 0; i < frames; ++i) {
-            const float g = mixerGain_.next();
-            card_[2 * i] = mix_[2 * i] * g;
-            card_[2 * i + 1] = mix_[2 * i + 1] * g;
+        if (mixerGain_.steady()) {
+            const float g = mixerGain_.applied();
+            for (std::size_t k = 0; k < samples; ++k) {
+                card_[k] = mix_[k] * g;
+            }
+        } else {
+            for (std::size_t k = 0; k < frames; ++k) {
+                const float g = mixerGain_.next();
+                card_[2 * k] = mix_[2 * k] * g;
+                card_[2 * k + 1] = mix_[2 * k + 1] * g;
+            }
         }
         mixerFrames_.store(
             mixerFrames_.load(std::memory_order_relaxed) + static_cast<std::int64_t>(frames),

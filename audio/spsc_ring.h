@@ -3,6 +3,7 @@
 // consumer thread, power-of-two capacity, acquire/release indices. Neither side ever waits or
 // allocates after construction, so the audio callback may be either end.
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <memory>
@@ -44,9 +45,11 @@ class SpscRing {
         const std::size_t tail = tail_.load(std::memory_order_relaxed);
         const std::size_t room = capacity_ - (tail - head_.load(std::memory_order_acquire));
         const std::size_t n = count < room ? count : room;
-        for (std::size_t i = 0; i < n; ++i) {
-            data_[(tail + i) & mask_] = items[i];
-        }
+        // In at most two runs: up to the end of the storage, then from its start.
+        const std::size_t at = tail & mask_;
+        const std::size_t first = n < capacity_ - at ? n : capacity_ - at;
+        std::copy(items, items + first, data_.get() + at);
+        std::copy(items + first, items + n, data_.get());
         tail_.store(tail + n, std::memory_order_release);
         return n;
     }
@@ -59,9 +62,10 @@ class SpscRing {
         const std::size_t head = head_.load(std::memory_order_relaxed);
         const std::size_t avail = tail_.load(std::memory_order_acquire) - head;
         const std::size_t n = count < avail ? count : avail;
-        for (std::size_t i = 0; i < n; ++i) {
-            items[i] = data_[(head + i) & mask_];
-        }
+        const std::size_t at = head & mask_;
+        const std::size_t first = n < capacity_ - at ? n : capacity_ - at;
+        std::copy(data_.get() + at, data_.get() + at + first, items);
+        std::copy(data_.get(), data_.get() + (n - first), items + first);
         head_.store(head + n, std::memory_order_release);
         return n;
     }

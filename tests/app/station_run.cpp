@@ -155,21 +155,27 @@ void StationRun::advance(double seconds, double step) {
 }
 
 void StationRun::onBus(const float* bus, std::size_t frames) {
-    for (std::size_t i = 0; i < frames; ++i, ++frames_) {
-        const bool zero = bus[2 * i] == 0.0f && bus[2 * i + 1] == 0.0f;
-        if (zero) {
-            if (zeroRunStart_ < 0) {
-                zeroRunStart_ = frames_;
+    // The counters in locals: as members they would be stored at every frame.
+    std::int64_t at = frames_, zeroStart = zeroRunStart_;
+    for (std::size_t i = 0; i < frames; ++i, ++at) {
+        if (bus[2 * i] == 0.0f && bus[2 * i + 1] == 0.0f) {
+            if (zeroStart < 0) {
+                zeroStart = at;
             }
             continue;
         }
-        if (firstSoundFrame_ < 0) {
-            firstSoundFrame_ = frames_;
-        } else if (zeroRunStart_ >= 0 && frames_ - zeroRunStart_ >= longestKept_) {
-            zeroRuns_.emplace_back(zeroRunStart_, frames_ - zeroRunStart_);
+        if (zeroStart < 0 && firstSoundFrame_ >= 0) {
+            continue;  // sound after sound
         }
-        zeroRunStart_ = -1;
+        if (firstSoundFrame_ < 0) {
+            firstSoundFrame_ = at;
+        } else if (at - zeroStart >= longestKept_) {
+            zeroRuns_.emplace_back(zeroStart, at - zeroStart);
+        }
+        zeroStart = -1;
     }
+    frames_ = at;
+    zeroRunStart_ = zeroStart;
 }
 
 std::vector<SilenceStretch> StationRun::silences(double longerThan) const {

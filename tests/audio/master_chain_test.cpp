@@ -133,5 +133,24 @@ TEST(DbMathTest, Exp2OfABlockIsWithinAFewPartsIn10MillionOfTheLibrarys) {
     }
 }
 
+// Four at a time the logarithm takes log2Fast's own steps: the same values, in the four-wide part
+// and in the tail, on both sides of the mantissa's halving.
+TEST(DbMathTest, Log2OfABlockGivesLog2FastsValues) {
+    std::vector<float> xs;
+    for (float x = 1e-9f; x < 4.0f; x *= 1.0001f) {
+        xs.push_back(x);
+    }
+    xs.push_back(1.41421356f);
+    xs.push_back(std::nextafter(1.41421356f, 2.0f));
+    std::vector<float> out = xs;
+    log2Block(out.data(), out.size());
+    for (std::size_t i = 0; i < xs.size(); ++i) {
+        ASSERT_EQ(out[i], log2Fast(xs[i])) << xs[i];
+        ASSERT_NEAR(out[i], std::log2(static_cast<double>(xs[i])),
+                    3e-7 * std::max(1.0, std::fabs(std::log2(static_cast<double>(xs[i])))))
+            << xs[i];
+    }
+}
+
 }  // namespace
 }  // namespace tw::audio::test

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <thread>
 #include <vector>
@@ -36,6 +37,32 @@ TEST(AudioRingTest, WritesWhatFitsAndReadsInOrderAcrossTheWrap) {
     }
     int x = 0;
     EXPECT_FALSE(ring.pop(x));
+}
+
+// Items go in and out in up to two runs (to the end of the storage, then from its start): from
+// every place in the ring, every count from none to more than the ring holds passes whole.
+TEST(AudioRingTest, EveryCountFromEveryPlacePassesInOrder) {
+    for (int start = 0; start < 8; ++start) {
+        for (int count = 0; count <= 9; ++count) {
+            SpscRing<int> ring(8);
+            int scratch[8] = {};
+            ASSERT_EQ(ring.write(scratch, static_cast<std::size_t>(start)),
+                      static_cast<std::size_t>(start));
+            ASSERT_EQ(ring.read(scratch, 8), static_cast<std::size_t>(start));
+            std::vector<int> in;
+            for (int i = 0; i < count; ++i) {
+                in.push_back(100 * start + i);
+            }
+            const std::size_t fit = std::min<std::size_t>(in.size(), 8);
+            ASSERT_EQ(ring.write(in.data(), in.size()), fit) << start << " " << count;
+            std::vector<int> out(9, -1);
+            ASSERT_EQ(ring.read(out.data(), out.size()), fit) << start << " " << count;
+            for (std::size_t i = 0; i < fit; ++i) {
+                EXPECT_EQ(out[i], in[i]) << "from " << start << ", " << count << " items";
+            }
+            EXPECT_EQ(out[fit], -1) << "nothing past what was read";
+        }
+    }
 }
 
 TEST(AudioRingTest, TwoThreadsPassEveryItemOnceAndInOrder) {
