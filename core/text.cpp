@@ -1,6 +1,7 @@
 #include "core/text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -68,9 +69,25 @@ std::string numericPrefix(std::string_view text) {
     return out;
 }
 
+// The value of a number's text, as strtod reads it: from_chars where it reads the whole text (it
+// takes no '+' and gives up on a value out of range, which strtod makes infinite or zero).
+double readNumber(const std::string& text) {
+    const char* first = text.data();
+    const char* last = first + text.size();
+    if (first != last && *first == '+') {
+        ++first;
+    }
+    double v = 0;
+    const auto r = std::from_chars(first, last, v);
+    if (r.ec == std::errc() && r.ptr == last) {
+        return v;
+    }
+    return std::strtod(text.c_str(), nullptr);
+}
+
 double prefixValue(std::string_view text) {
     const std::string prefix = numericPrefix(text);
-    return prefix.empty() ? 0.0 : std::strtod(prefix.c_str(), nullptr);
+    return prefix.empty() ? 0.0 : readNumber(prefix);
 }
 
 }  // namespace
@@ -107,13 +124,19 @@ std::string numberText(double value) {
         }
         shortest = std::max(1, digits);
     }
+    // As printf's "%.*G" gives it: exactly rounded, in capitals.
+    std::string s;
     for (int precision = shortest; precision <= 17; ++precision) {
-        std::snprintf(buf, sizeof buf, "%.*G", precision, value);
-        if (std::strtod(buf, nullptr) == value) {
+        const auto r =
+            std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, precision);
+        s.assign(buf, r.ptr);
+        if (readNumber(s) == value) {
             break;
         }
     }
-    std::string s = buf;
+    for (char& c : s) {
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    }
     // "0.5" reads ".5" in the console's number text.
     if (s.rfind("0.", 0) == 0) {
         s.erase(0, 1);
