@@ -1,6 +1,7 @@
 #include "core/format.h"
 
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -44,8 +45,11 @@ std::string twoDigits(int v) {
 std::string formatDate(DateValue d, std::string_view picture) {
     const DateParts p = dateParts(d);
     // The 12-hour clock applies to the whole picture when it holds an AM/PM token anywhere.
-    const bool twelveHour =
-        containsText(toUpper(picture), "AMPM") || containsText(toUpper(picture), "AM/PM");
+    bool twelveHour = false;
+    for (std::size_t at = 0; at < picture.size() && !twelveHour; ++at) {
+        twelveHour =
+            startsWithNoCase(picture, at, "AMPM") || startsWithNoCase(picture, at, "AM/PM");
+    }
     const int hour = twelveHour ? (p.hour % 12 == 0 ? 12 : p.hour % 12) : p.hour;
     std::string out;
     bool afterHour = false;
@@ -156,14 +160,24 @@ std::string formatNumber(double value, std::string_view picture) {
     // Round on the decimal text of the number (15 significant digits), halves away from zero, so
     // that 2.675 gives 2.68 as the operator would expect, whatever its binary form.
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
+    if (std::isfinite(value)) {
+        // As printf's "%.14e" gives it, exactly rounded, without printf's cost (the position
+        // monitor formats times on every tick).
+        *std::to_chars(buf, buf + sizeof buf - 1, std::fabs(value), std::chars_format::scientific,
+                       14)
+             .ptr = '\0';
+    } else {
+        std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
+    }
     std::string mantissa;
     mantissa.push_back(buf[0]);
     mantissa.append(buf + 2, 14);
     int pointPos = std::atoi(std::strchr(buf, 'e') + 1) + 1;  // digits before the point
     int keep = pointPos + decimals;
     std::string kept;
-    if (keep >= 0) {
+    if (keep < 0) {
+        pointPos = 0;  // under half of the last decimal place: the value shows as zero
+    } else {
         if (keep < static_cast<int>(mantissa.size())) {
             kept = mantissa.substr(0, static_cast<std::size_t>(keep));
             if (mantissa[static_cast<std::size_t>(keep)] >= '5') {

@@ -155,6 +155,18 @@ TEST(FormatNumberTest, HalvesRoundAwayFromZero) {
     EXPECT_EQ(formatNumber(0.05, "#.0"), ".1");
 }
 
+// A value under half of the picture's last decimal place shows as zero with the picture's
+// decimals (a time a hair past a whole minute, say), not with a zero for every place down to its
+// first digit.
+TEST(FormatNumberTest, AValueThatRoundsToZeroHasThePicturesDecimals) {
+    EXPECT_EQ(formatNumber(0.00001, "0#.0"), "00.0");
+    EXPECT_EQ(formatNumber(0.0004, "0.00"), "0.00");
+    EXPECT_EQ(formatNumber(1e-20, "#.0"), ".0");
+    EXPECT_EQ(formatNumber(0.00001, "0"), "0");
+    EXPECT_EQ(formatNumber(0.04, "0#.0"), "00.0");
+    EXPECT_EQ(formatNumber(0.005, "0.00"), "0.01");
+}
+
 TEST(DateValueTest, WholeSecondsCutsTheFraction) {
     DateValue d = dateSerial(2026, 11, 22) + (36000.0 + 0.9) / 86400.0;
     EXPECT_EQ(generalDate(wholeSeconds(d)), "11/22/2026 10:00:00 AM");
