@@ -38,6 +38,18 @@ TEST(ValTest, DecimalCommaIsCutAtTheComma) {
     EXPECT_DOUBLE_EQ(val("12,75"), 12.0);
 }
 
+// Every number text reads as strtod reads it, at the edges of the doubles too: below the smallest
+// one a value is zero, among the subnormal ones it is exact, beyond the largest it overflows.
+TEST(ValTest, ReadsAsStrtodAtTheEdgesOfTheDoubles) {
+    for (const char* text :
+         {"1e-400", "4.9e-324", "2.2250738585072011e-308", "1e-310", "1.7976931348623157e308",
+          "+0.1", "-5e-324", "123456789012345678901"}) {
+        EXPECT_EQ(val(text), std::strtod(text, nullptr)) << text;
+    }
+    EXPECT_FALSE(finiteVal("1e400").has_value());
+    EXPECT_FALSE(finiteVal("-1d400").has_value());
+}
+
 // The fewest significant digits of "%G" that read back as the value, searched from one digit up.
 std::string fewestDigitsText(double value) {
     char buf[64];
