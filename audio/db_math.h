@@ -14,6 +14,36 @@
 
 namespace tw::audio {
 
+namespace db_math_detail {
+
+using F4 = float __attribute__((vector_size(16)));
+using I4 = std::int32_t __attribute__((vector_size(16)));
+
+// ln m = 2 artanh s = 2 s (1 + s^2/3 + s^4/5 + ...), s = (m - 1) / (m + 1): the series' factor
+// after 2 s, for a float or four of them.
+template <class T>
+inline T artanhSeries(T s2) {
+    return 1.0f + s2 * (1.0f / 3 + s2 * (1.0f / 5 + s2 * (1.0f / 7 + s2 * (1.0f / 9))));
+}
+
+// `four` on each four of the `n` values in place (the compiler's vector types: SSE on x86, NEON
+// on ARM, plain code elsewhere), `one` on the one to three left over.
+template <class Four, class One>
+inline void inFours(float* x, std::size_t n, Four four, One one) {
+    std::size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        F4 v;
+        std::memcpy(&v, x + i, sizeof v);
+        v = four(v);
+        std::memcpy(x + i, &v, sizeof v);
+    }
+    for (; i < n; ++i) {
+        x[i] = one(x[i]);
+    }
+}
+
+}  // namespace db_math_detail
+
 // log2(x) for a positive normal x (the callers keep x at 1e-9 or above).
 inline float log2Fast(float x) {
     const auto bits = std::bit_cast<std::uint32_t>(x);
@@ -27,8 +57,7 @@ inline float log2Fast(float x) {
     // ln m = 2 artanh s, s = (m - 1) / (m + 1), |s| < 0.172: five terms leave under 3e-8.
     const float s = (m - 1.0f) / (m + 1.0f);
     const float s2 = s * s;
-    const float series =
-        1.0f + s2 * (1.0f / 3 + s2 * (1.0f / 5 + s2 * (1.0f / 7 + s2 * (1.0f / 9))));
+    const float series = db_math_detail::artanhSeries(s2);
     constexpr float kLog2e = 1.44269504f;
     return static_cast<float>(e) + 2.0f * kLog2e * s * series;
 }
@@ -36,30 +65,26 @@ inline float log2Fast(float x) {
 // log2 for each of `n` positive normal values in place, four at a time, by log2Fast's own
 // steps (the same series, the halving as a selection): within its few parts in 10^7.
 inline void log2Block(float* x, std::size_t n) {
-    using F4 = float __attribute__((vector_size(16)));
-    using I4 = std::int32_t __attribute__((vector_size(16)));
-    std::size_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        I4 bits;
-        std::memcpy(&bits, x + i, sizeof bits);
-        I4 e = ((bits >> 23) & 0xFF) - 127;
-        const I4 mantissa = (bits & 0x007FFFFF) | 0x3F800000;
-        F4 m;
-        std::memcpy(&m, &mantissa, sizeof m);
-        const I4 high = m > 1.41421356f;  // all ones where the mantissa is halved
-        m = high ? m * 0.5f : m;
-        e -= high;
-        const F4 s = (m - 1.0f) / (m + 1.0f);
-        const F4 s2 = s * s;
-        const F4 series =
-            1.0f + s2 * (1.0f / 3 + s2 * (1.0f / 5 + s2 * (1.0f / 7 + s2 * (1.0f / 9))));
-        constexpr float kLog2e = 1.44269504f;
-        const F4 v = __builtin_convertvector(e, F4) + 2.0f * kLog2e * s * series;
-        std::memcpy(x + i, &v, sizeof v);
-    }
-    for (; i < n; ++i) {
-        x[i] = log2Fast(x[i]);
-    }
+    using db_math_detail::F4;
+    using db_math_detail::I4;
+    db_math_detail::inFours(
+        x, n,
+        [](F4 v) {
+            I4 bits;
+            std::memcpy(&bits, &v, sizeof bits);
+            I4 e = ((bits >> 23) & 0xFF) - 127;
+            const I4 mantissa = (bits & 0x007FFFFF) | 0x3F800000;
+            F4 m;
+            std::memcpy(&m, &mantissa, sizeof m);
+            const I4 high = m > 1.41421356f;  // all ones where the mantissa is halved
+            m = high ? m * 0.5f : m;
+            e -= high;
+            const F4 s = (m - 1.0f) / (m + 1.0f);
+            const F4 series = db_math_detail::artanhSeries(s * s);
+            constexpr float kLog2e = 1.44269504f;
+            return __builtin_convertvector(e, F4) + 2.0f * kLog2e * s * series;
+        },
+        log2Fast);
 }
 
 namespace db_math_detail {
@@ -103,29 +128,25 @@ inline float exp2Fast(float y) {
 // NEON on ARM, plain code elsewhere). As exp2Fast, by the series to the sixth power instead of
 // the table: within 1.2e-7.
 inline void exp2Block(float* y, std::size_t n) {
-    using F4 = float __attribute__((vector_size(16)));
-    using I4 = std::int32_t __attribute__((vector_size(16)));
-    std::size_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        F4 v;
-        std::memcpy(&v, y + i, sizeof v);
-        v = v > -126.0f ? v : -126.0f;  // a NaN fails the comparison: silence
-        v = v < 127.0f ? v : 127.0f;
-        // v = k + f with k whole and |f| <= 1/2, rounded through a positive sum.
-        const I4 k = __builtin_convertvector(v + 128.5f, I4) - 128;
-        const F4 f = (v - __builtin_convertvector(k, F4)) * 0.693147181f;
-        const F4 p =
-            1.0f +
-            f * (1.0f + f * (0.5f + f * (1.0f / 6 + f * (1.0f / 24 + f * (1.0f / 120 + f / 720)))));
-        const I4 bits = (k + 127) << 23;
-        F4 scale;
-        std::memcpy(&scale, &bits, sizeof scale);
-        v = p * scale;
-        std::memcpy(y + i, &v, sizeof v);
-    }
-    for (; i < n; ++i) {
-        y[i] = exp2Fast(y[i]);
-    }
+    using db_math_detail::F4;
+    using db_math_detail::I4;
+    db_math_detail::inFours(
+        y, n,
+        [](F4 v) {
+            v = v > -126.0f ? v : -126.0f;  // a NaN fails the comparison: silence
+            v = v < 127.0f ? v : 127.0f;
+            // v = k + f with k whole and |f| <= 1/2, rounded through a positive sum.
+            const I4 k = __builtin_convertvector(v + 128.5f, I4) - 128;
+            const F4 f = (v - __builtin_convertvector(k, F4)) * 0.693147181f;
+            const F4 p =
+                1.0f + f * (1.0f + f * (0.5f + f * (1.0f / 6 +
+                                                    f * (1.0f / 24 + f * (1.0f / 120 + f / 720)))));
+            const I4 bits = (k + 127) << 23;
+            F4 scale;
+            std::memcpy(&scale, &bits, sizeof scale);
+            return p * scale;
+        },
+        exp2Fast);
 }
 
 }  // namespace tw::audio
