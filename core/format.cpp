@@ -159,16 +159,14 @@ std::string formatNumber(double value, std::string_view picture) {
     const bool negative = value < 0;
     // Round on the decimal text of the number (15 significant digits), halves away from zero, so
     // that 2.675 gives 2.68 as the operator would expect, whatever its binary form.
-    char buf[64];
-    if (std::isfinite(value)) {
-        // As printf's "%.14e" gives it, exactly rounded, without printf's cost (the position
-        // monitor formats times on every tick).
-        *std::to_chars(buf, buf + sizeof buf - 1, std::fabs(value), std::chars_format::scientific,
-                       14)
-             .ptr = '\0';
-    } else {
-        std::snprintf(buf, sizeof buf, "%.14e", std::fabs(value));
+    if (!std::isfinite(value)) {
+        return numberText(value);  // no digits to place: "INF", "-INF" or "NAN"
     }
+    // The digits as printf's "%.14e" gives them, exactly rounded, without printf's cost (the
+    // position monitor formats times on every tick).
+    char buf[64];
+    *std::to_chars(buf, buf + sizeof buf - 1, std::fabs(value), std::chars_format::scientific, 14)
+         .ptr = '\0';
     std::string mantissa;
     mantissa.push_back(buf[0]);
     mantissa.append(buf + 2, 14);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "core/failure.h"
 #include "core/format.h"
 
@@ -165,6 +167,14 @@ TEST(FormatNumberTest, AValueThatRoundsToZeroHasThePicturesDecimals) {
     EXPECT_EQ(formatNumber(0.00001, "0"), "0");
     EXPECT_EQ(formatNumber(0.04, "0#.0"), "00.0");
     EXPECT_EQ(formatNumber(0.005, "0.00"), "0.01");
+}
+
+// A value with no digits to place (a length that came out infinite, say) gives its own text
+// instead of taking the console down.
+TEST(FormatNumberTest, AValueWithNoDigitsGivesItsOwnText) {
+    EXPECT_EQ(formatNumber(std::numeric_limits<double>::infinity(), "0#.0"), "INF");
+    EXPECT_EQ(formatNumber(-std::numeric_limits<double>::infinity(), "0"), "-INF");
+    EXPECT_EQ(formatNumber(std::numeric_limits<double>::quiet_NaN(), "0#"), "NAN");
 }
 
 TEST(DateValueTest, WholeSecondsCutsTheFraction) {
