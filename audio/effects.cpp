@@ -132,9 +132,6 @@ class CompressorEffect final : public Effect {
     void runControl(float* x, std::size_t frames) {
         // Members in locals: written through `x`, they would be stored and read back at every
         // frame.
-        float* line = line_.data();
-        std::size_t pos = pos_;
-        const std::size_t delay = delay_;
         const float attack = attack_, release = release_;
         const float makeUp = makeUp_, gate = gate_;
         float reduction = reductionDb_;
@@ -194,8 +191,7 @@ class CompressorEffect final : public Effect {
             }
             exp2Block(gains, frames);
         }
-        emit(x, frames, gains, line, pos, delay);
-        pos_ = pos;
+        emit(x, frames, gains);
         reductionDb_ = reduction;
     }
     // The reduction each frame's peak asks for, in dB: none for a peak at or under the
@@ -226,14 +222,17 @@ class CompressorEffect final : public Effect {
     }
     // The delay line takes each frame and gives back the frame of `delay` frames ago, times its
     // gain. Without look-ahead that is the frame itself (the line is still written, so that a
-    // look-ahead set later starts from the sound that went before). Moves `pos` past the frames.
-    static void emit(float* x, std::size_t frames, const float* gains, float* line,
-                     std::size_t& pos, std::size_t delay) {
+    // look-ahead set later starts from the sound that went before). The line and its place are
+    // in locals: written through `x`, members would be stored and read back at every frame.
+    void emit(float* x, std::size_t frames, const float* gains) {
+        float* line = line_.data();
+        std::size_t pos = pos_;
+        const std::size_t delay = delay_;
         if (delay == 0) {
             const std::size_t first = std::min(frames, kMaxDelay - pos);
             std::copy(x, x + 2 * first, line + 2 * pos);
             std::copy(x + 2 * first, x + 2 * frames, line);
-            pos = (pos + frames) % kMaxDelay;
+            pos_ = (pos + frames) % kMaxDelay;
             scaleFrames(x, frames, gains);
             return;
         }
@@ -245,6 +244,7 @@ class CompressorEffect final : public Effect {
             x[2 * i + 1] = line[2 * back + 1] * gains[i];
             pos = (pos + 1) % kMaxDelay;
         }
+        pos_ = pos;
     }
     // Each frame times its gain, two frames at a time.
     static void scaleFrames(float* x, std::size_t frames, const float* gains) {

@@ -130,6 +130,9 @@ std::string formatDate(DateValue d, std::string_view picture) {
 }
 
 std::string formatNumber(double value, std::string_view picture) {
+    if (!std::isfinite(value)) {
+        return numberText(value);  // no digits to place: "INF", "-INF" or "NAN"
+    }
     std::size_t dot = picture.find('.');
     std::string_view intPart = picture.substr(0, dot);
     std::string_view fracPart = dot == std::string_view::npos ? "" : picture.substr(dot + 1);
@@ -158,12 +161,9 @@ std::string formatNumber(double value, std::string_view picture) {
     }
     const bool negative = value < 0;
     // Round on the decimal text of the number (15 significant digits), halves away from zero, so
-    // that 2.675 gives 2.68 as the operator would expect, whatever its binary form.
-    if (!std::isfinite(value)) {
-        return numberText(value);  // no digits to place: "INF", "-INF" or "NAN"
-    }
-    // The digits as printf's "%.14e" gives them, exactly rounded, without printf's cost (the
-    // position monitor formats times on every tick).
+    // that 2.675 gives 2.68 as the operator would expect, whatever its binary form. The digits
+    // as printf's "%.14e" gives them, exactly rounded, without printf's cost (the position
+    // monitor formats times on every tick).
     char buf[64];
     *std::to_chars(buf, buf + sizeof buf - 1, std::fabs(value), std::chars_format::scientific, 14)
          .ptr = '\0';

@@ -1,7 +1,6 @@
 #include "core/text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -134,9 +133,7 @@ std::string numberText(double value) {
             break;
         }
     }
-    for (char& c : s) {
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    }
+    s = toUpper(s);
     // "0.5" reads ".5" in the console's number text.
     if (s.rfind("0.", 0) == 0) {
         s.erase(0, 1);
