@@ -19,25 +19,57 @@ const char* const kMonthNames[] = {"January",   "February", "March",    "April",
 const char* const kDayNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                  "Thursday", "Friday", "Saturday"};
 
-bool startsWithNoCase(std::string_view s, std::size_t at, std::string_view token) {
-    return s.size() - at >= token.size() && equalsNoCase(s.substr(at, token.size()), token);
+char lowerAscii(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// The length of the AM/PM token at `at` ("AMPM" or "AM/PM", in any case), or 0 where none starts.
+std::size_t amPmAt(std::string_view s, std::size_t at) {
+    const std::size_t left = s.size() - at;
+    if (left < 4 || lowerAscii(s[at]) != 'a' || lowerAscii(s[at + 1]) != 'm') {
+        return 0;
+    }
+    if (lowerAscii(s[at + 2]) == 'p' && lowerAscii(s[at + 3]) == 'm') {
+        return 4;
+    }
+    return left >= 5 && s[at + 2] == '/' && lowerAscii(s[at + 3]) == 'p' &&
+                   lowerAscii(s[at + 4]) == 'm'
+               ? 5
+               : 0;
 }
 
 std::size_t runOf(std::string_view s, std::size_t at, char lower) {
     std::size_t n = 0;
-    while (at + n < s.size() && std::tolower(static_cast<unsigned char>(s[at + n])) == lower) {
+    while (at + n < s.size() && lowerAscii(s[at + n]) == lower) {
         ++n;
     }
     return n;
 }
 
-std::string twoDigits(int v) {
+// The position monitor formats the clock on every tick: the digits go straight into the text.
+void appendNumber(std::string& out, int v) {
+    char buf[16];
+    out.append(buf, std::to_chars(buf, buf + sizeof buf, v).ptr);
+}
+
+void appendTwoDigits(std::string& out, int v) {
     if (v >= 0 && v < 100) {
-        return {static_cast<char>('0' + v / 10), static_cast<char>('0' + v % 10)};
+        out.push_back(static_cast<char>('0' + v / 10));
+        out.push_back(static_cast<char>('0' + v % 10));
+        return;
     }
     char buf[16];
     std::snprintf(buf, sizeof buf, "%02d", v);
-    return buf;
+    out += buf;
+}
+
+// One place of a date as "d" (as many digits as it needs) or "dd" (at least two).
+void appendDigits(std::string& out, int v, std::size_t letters) {
+    if (letters == 1) {
+        appendNumber(out, v);
+    } else {
+        appendTwoDigits(out, v);
+    }
 }
 
 }  // namespace
@@ -47,35 +79,28 @@ std::string formatDate(DateValue d, std::string_view picture) {
     // The 12-hour clock applies to the whole picture when it holds an AM/PM token anywhere.
     bool twelveHour = false;
     for (std::size_t at = 0; at < picture.size() && !twelveHour; ++at) {
-        twelveHour =
-            startsWithNoCase(picture, at, "AMPM") || startsWithNoCase(picture, at, "AM/PM");
+        twelveHour = lowerAscii(picture[at]) == 'a' && amPmAt(picture, at) != 0;
     }
     const int hour = twelveHour ? (p.hour % 12 == 0 ? 12 : p.hour % 12) : p.hour;
     std::string out;
+    out.reserve(picture.size() + 16);
     bool afterHour = false;
     std::size_t i = 0;
     while (i < picture.size()) {
-        if (startsWithNoCase(picture, i, "AMPM")) {
+        const char c = lowerAscii(picture[i]);
+        if (const std::size_t token = c == 'a' ? amPmAt(picture, i) : 0) {
             out += p.hour < 12 ? "AM" : "PM";
-            i += 4;
+            i += token;
             continue;
         }
-        if (startsWithNoCase(picture, i, "AM/PM")) {
-            out += p.hour < 12 ? "AM" : "PM";
-            i += 5;
-            continue;
-        }
-        const char c = static_cast<char>(std::tolower(static_cast<unsigned char>(picture[i])));
         std::size_t n = 0;
         switch (c) {
             case 'd':
                 n = runOf(picture, i, 'd');
-                if (n == 1)
-                    out += std::to_string(p.day);
-                else if (n == 2)
-                    out += twoDigits(p.day);
+                if (n <= 2)
+                    appendDigits(out, p.day, n);
                 else if (n == 3)
-                    out += std::string(kDayNames[p.weekday - 1]).substr(0, 3);
+                    out.append(kDayNames[p.weekday - 1], 3);
                 else
                     out += kDayNames[p.weekday - 1];
                 afterHour = false;
@@ -83,13 +108,11 @@ std::string formatDate(DateValue d, std::string_view picture) {
             case 'm':
                 n = runOf(picture, i, 'm');
                 if (afterHour && n <= 2) {
-                    out += n == 1 ? std::to_string(p.minute) : twoDigits(p.minute);
-                } else if (n == 1) {
-                    out += std::to_string(p.month);
-                } else if (n == 2) {
-                    out += twoDigits(p.month);
+                    appendDigits(out, p.minute, n);
+                } else if (n <= 2) {
+                    appendDigits(out, p.month, n);
                 } else if (n == 3) {
-                    out += std::string(kMonthNames[p.month - 1]).substr(0, 3);
+                    out.append(kMonthNames[p.month - 1], 3);
                 } else {
                     out += kMonthNames[p.month - 1];
                 }
@@ -97,22 +120,26 @@ std::string formatDate(DateValue d, std::string_view picture) {
                 break;
             case 'y':
                 n = runOf(picture, i, 'y');
-                out += n <= 2 ? twoDigits(p.year % 100) : std::to_string(p.year);
+                if (n <= 2) {
+                    appendTwoDigits(out, p.year % 100);
+                } else {
+                    appendNumber(out, p.year);
+                }
                 afterHour = false;
                 break;
             case 'h':
                 n = runOf(picture, i, 'h');
-                out += n == 1 ? std::to_string(hour) : twoDigits(hour);
+                appendDigits(out, hour, n);
                 afterHour = true;
                 break;
             case 'n':
                 n = runOf(picture, i, 'n');
-                out += n == 1 ? std::to_string(p.minute) : twoDigits(p.minute);
+                appendDigits(out, p.minute, n);
                 afterHour = false;
                 break;
             case 's':
                 n = runOf(picture, i, 's');
-                out += n == 1 ? std::to_string(p.second) : twoDigits(p.second);
+                appendDigits(out, p.second, n);
                 afterHour = false;
                 break;
             default:

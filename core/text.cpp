@@ -23,46 +23,50 @@ bool isDigit(char c) {
 // Strips the blanks that the numeric value ignores, then takes the longest prefix that is a
 // number: [sign] digits [. digits] [E|D [sign] digits].
 std::string numericPrefix(std::string_view text) {
-    std::string s;
-    s.reserve(text.size());
-    for (char c : text) {
-        if (!isIgnoredBlank(c)) {
-            s.push_back(c);
+    // The text itself where it holds no blanks (the common case: a copy costs more than a scan).
+    std::string stripped;
+    std::string_view s = text;
+    if (std::any_of(text.begin(), text.end(), isIgnoredBlank)) {
+        stripped.reserve(text.size());
+        for (char c : text) {
+            if (!isIgnoredBlank(c)) {
+                stripped.push_back(c);
+            }
         }
+        s = stripped;
     }
     std::size_t i = 0;
-    std::string out;
     if (i < s.size() && (s[i] == '+' || s[i] == '-')) {
-        out.push_back(s[i++]);
+        ++i;
     }
-    bool digits = false;
+    const std::size_t wholeFrom = i;
     while (i < s.size() && isDigit(s[i])) {
-        out.push_back(s[i++]);
-        digits = true;
+        ++i;
     }
+    bool digits = i > wholeFrom;
     if (i < s.size() && s[i] == '.') {
-        out.push_back(s[i++]);
+        const std::size_t fractionFrom = ++i;
         while (i < s.size() && isDigit(s[i])) {
-            out.push_back(s[i++]);
-            digits = true;
+            ++i;
         }
+        digits = digits || i > fractionFrom;
     }
     if (!digits) {
         return {};
     }
+    std::string out(s.substr(0, i));
     if (i < s.size() && (s[i] == 'e' || s[i] == 'E' || s[i] == 'd' || s[i] == 'D')) {
         std::size_t j = i + 1;
-        std::string exp = "e";
         if (j < s.size() && (s[j] == '+' || s[j] == '-')) {
-            exp.push_back(s[j++]);
+            ++j;
         }
-        bool expDigits = false;
+        const std::size_t exponentFrom = j;
         while (j < s.size() && isDigit(s[j])) {
-            exp.push_back(s[j++]);
-            expDigits = true;
+            ++j;
         }
-        if (expDigits) {
-            out += exp;
+        if (j > exponentFrom) {
+            out.push_back('e');
+            out.append(s.substr(i + 1, j - i - 1));
         }
     }
     return out;

@@ -138,6 +138,23 @@ TEST(FormatDateTest, ClockPictures) {
     EXPECT_EQ(formatDate(d, "dddd d/m/yy"), "Sunday 22/11/26");
 }
 
+TEST(FormatDateTest, TheAmPmTokenInAnyCaseAndItsNearMisses) {
+    const DateValue d = dateSerial(2026, 11, 22) + timeSerial(9, 7, 3);
+    EXPECT_EQ(formatDate(d, "h aM/pM"), "9 AM");
+    EXPECT_EQ(formatDate(d + 0.5, "h ampm"), "9 PM");
+    // "AM/P" and "AMP" are no token: the hour keeps the 24-hour clock, the letters stay or
+    // read as places ("m" the month, "p" itself).
+    EXPECT_EQ(formatDate(d + 0.5, "h AM/P"), "21 A11/P");
+    EXPECT_EQ(formatDate(d + 0.5, "h AMP"), "21 A11P");
+    // A token at the very end, and one cut short by the end.
+    EXPECT_EQ(formatDate(d, "AMPM"), "AM");
+    EXPECT_EQ(formatDate(d, "AMP"), "A11P");
+    // Places of one letter take as many digits as they need; a run of three or more years
+    // writes the whole year.
+    EXPECT_EQ(formatDate(d, "d/m/y h:n:s"), "22/11/26 9:7:3");
+    EXPECT_EQ(formatDate(d, "yyy ddd mmm"), "2026 Sun Nov");
+}
+
 TEST(FormatNumberTest, Pictures) {
     EXPECT_EQ(formatNumber(5, "0#"), "05");
     EXPECT_EQ(formatNumber(123, "0#"), "123");
