@@ -12,6 +12,12 @@ std::string readHistory(core::Console& c, const std::string& playedIni, const st
     return core::readIni(c, playedIni, section, key, def);
 }
 
+std::array<std::string, 2> readHistory(core::Console& c, const std::string& playedIni,
+                                       const std::string& section, const char* key1,
+                                       const char* key2, std::string_view def) {
+    return core::readIni(c, playedIni, section, key1, key2, def);
+}
+
 std::string readHistory(core::Console& c, const std::string& section, const char* key,
                         const std::string& def) {
     return readHistory(c, c.playedIniPath(), section, key, def);

@@ -6,6 +6,7 @@
 //
 // Thread contract: console thread only.
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -27,6 +28,10 @@ std::string readHistory(core::Console& c, const std::string& section, const char
 // The same with played.ini's path (c.playedIniPath()) made once, for a loop over many tracks.
 std::string readHistory(core::Console& c, const std::string& playedIni, const std::string& section,
                         const char* key, std::string_view def);
+// Two values of one section of played.ini, as two reads give them, with the section found once.
+std::array<std::string, 2> readHistory(core::Console& c, const std::string& playedIni,
+                                       const std::string& section, const char* key1,
+                                       const char* key2, std::string_view def);
 void writeHistory(core::Console& c, const std::string& section, const char* key, std::string value);
 
 // Division as the console's "/" does it on whole numbers: 0 / 0 fails as an overflow, any other

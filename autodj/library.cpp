@@ -172,13 +172,43 @@ std::string hintedTitle(core::Console& c, const std::string& path) {
     return it->second.title;
 }
 
+// The tags of the cache placed by their position in its kept listing of a folder, for a fill
+// that walks the list in order: what find() would give, without a search by name, for the rows
+// whose name stands at the same place in that listing (a list filled from it, or listed afresh
+// and kept). Used until an entry is dropped, as the placed tags' contract asks.
+class PlacedTags {
+  public:
+    PlacedTags(TagCache* cache, const std::string& folder) : cache_(cache) {
+        if (cache_) {
+            tags_ = cache_->tagsByPosition(folder);
+            names_ = tags_ ? cache_->placedNames(folder) : nullptr;
+            drops_ = cache_->drops();
+        }
+    }
+    // The cached tag of row `row` named `name`, or nullptr when find() must be asked.
+    const CachedTag* at(std::size_t row, const std::string& name) const {
+        if (!names_ || row >= names_->size() || cache_->drops() != drops_ ||
+            (*names_)[row] != name) {
+            return nullptr;
+        }
+        return (*tags_)[row];
+    }
+
+  private:
+    TagCache* cache_;
+    const std::vector<const CachedTag*>* tags_ = nullptr;
+    const std::vector<std::string>* names_ = nullptr;
+    std::uint64_t drops_ = 0;
+};
+
 // The track list's title of folder + name: from the tag cache while the file is the one it was
-// read from, else read (and, for a file without artist and title, written) as the list reads it,
-// and kept for the next fill and the picker.
-std::string listTitle(core::Console& c, TagCache* cache, const std::string& folder,
-                      const std::string& name, const std::string& path) {
+// read from (`placed` when the row stands where the cache placed it), else read (and, for a file
+// without artist and title, written) as the list reads it, and kept for the next fill and the
+// picker.
+std::string listTitle(core::Console& c, TagCache* cache, const CachedTag* placed,
+                      const std::string& folder, const std::string& name, const std::string& path) {
     if (cache) {
-        if (const CachedTag* known = cache->find(folder, name)) {
+        if (const CachedTag* known = placed ? placed : cache->find(folder, name)) {
             if (const std::string* title = listTitleOf(*known)) {
                 return *title;
             }
@@ -224,14 +254,17 @@ std::int32_t fillSongList(core::Console& c) {
     if (cache) {
         cache->beginWalk(folder);
     }
-    for (const auto& item : m.fileList.items) {
-        std::string path = folder + item.text;
+    const PlacedTags placed(cache, folder);
+    for (std::size_t row = 0; row < m.fileList.items.size(); ++row) {
+        const std::string& name = m.fileList.items[row].text;
+        std::string path = folder + name;
         std::string title = hintedTitle(c, path);
         if (title.empty()) {
-            title = listTitle(c, cache, folder, item.text, path);
+            title = listTitle(c, cache, placed.at(row, name), folder, name, path);
         }
-        tunedOut += core::cLngText(readHistory(c, played, title, kTunedOut, "0"));
-        playCount += core::cLngText(readHistory(c, played, title, kPlayCount, "0"));
+        const auto [tuned, plays] = readHistory(c, played, title, kTunedOut, kPlayCount, "0");
+        tunedOut += core::cLngText(tuned);
+        playCount += core::cLngText(plays);
         files.push_back(std::move(path));
         m.lstSongs.items.push_back({title, 0, {}, false});
         m.lstBuilderCatagoryList.items.push_back({std::move(title), 0, {}, false});

@@ -300,6 +300,11 @@ const std::vector<const CachedTag*>* TagCache::tagsByPosition(std::string_view f
     return &f->placed;
 }
 
+const std::vector<std::string>* TagCache::placedNames(std::string_view folder) {
+    Folder* const f = watchedFolder(folder);
+    return f && f->listed ? &f->names : nullptr;
+}
+
 void TagCache::uncheckAll() {
     const std::int64_t now = nowNs();
     for (auto& [folder, f] : folders_) {

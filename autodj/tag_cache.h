@@ -120,6 +120,9 @@ class TagCache {
     // and a tag stays the file's, while drops() stays as it is; the vector until the next call of
     // any other member.
     const std::vector<const CachedTag*>* tagsByPosition(std::string_view folder);
+    // The names of folder's kept listing that tagsByPosition's tags are placed by (the same
+    // lifetime), or nullptr when it has none. Unlike listing(), it neither checks nor counts.
+    const std::vector<std::string>* placedNames(std::string_view folder);
     // How often listing() served a kept listing.
     std::uint64_t listingsServed() const { return served_; }
     // How often entries were dropped or had to be checked again (a notification, a failed check,

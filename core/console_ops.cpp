@@ -105,6 +105,12 @@ std::string readIni(Console& c, const std::string& file, std::string_view sectio
     return c.svc.settings->read(file, section, key, def, 255);
 }
 
+std::array<std::string, 2> readIni(Console& c, const std::string& file, std::string_view section,
+                                   std::string_view key1, std::string_view key2,
+                                   std::string_view def) {
+    return c.svc.settings->read(file, section, key1, key2, def, 255);
+}
+
 void writeIni(Console& c, const std::string& file, std::string_view section, std::string_view key,
               std::string& value) {
     const std::string privateCopy = value;

@@ -4,6 +4,7 @@
 //
 // Thread contract: console thread only.
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,6 +17,10 @@ namespace tw::core {
 // Settings and history. readIni gives at most 255 characters.
 std::string readIni(Console& c, const std::string& file, std::string_view section,
                     std::string_view key, std::string_view def);
+// Two keys of one section, found together.
+std::array<std::string, 2> readIni(Console& c, const std::string& file, std::string_view section,
+                                   std::string_view key1, std::string_view key2,
+                                   std::string_view def);
 // Writes value to the file, then puts a blank in place of every CR and LF of the caller's value.
 // The file gets the value as it was given; the caller gets it cleaned.
 void writeIni(Console& c, const std::string& file, std::string_view section, std::string_view key,

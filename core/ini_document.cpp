@@ -210,14 +210,26 @@ std::optional<std::uint32_t> IniDocument::findKeyLine(const Section& section,
 std::optional<std::string_view> IniDocument::find(std::string_view section,
                                                   std::string_view key) const {
     const Section* found = findSection(trimSpaces(section));
+    return found ? valueIn(*found, key) : std::nullopt;
+}
+
+std::array<std::optional<std::string_view>, 2> IniDocument::find(std::string_view section,
+                                                                 std::string_view key1,
+                                                                 std::string_view key2) const {
+    const Section* found = findSection(trimSpaces(section));
     if (!found) {
-        return std::nullopt;
+        return {};
     }
-    const auto index = findKeyLine(*found, trimSpaces(key));
+    return {valueIn(*found, key1), valueIn(*found, key2)};
+}
+
+std::optional<std::string_view> IniDocument::valueIn(const Section& section,
+                                                     std::string_view key) const {
+    const auto index = findKeyLine(section, trimSpaces(key));
     if (!index) {
         return std::nullopt;
     }
-    std::string_view value = found->lines[*index].rawValue();
+    std::string_view value = section.lines[*index].rawValue();
     if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
         value.back() == value.front()) {
         value = value.substr(1, value.size() - 2);

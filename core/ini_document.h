@@ -14,6 +14,7 @@
 // Thread contract: a document belongs to one thread (the console thread, through the settings
 // store). find() builds lookup tables on demand and is therefore not safe to call concurrently.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -39,6 +40,10 @@ class IniDocument {
     // The value of key in section, blanks trimmed and one matching pair of quotes removed, or
     // nullopt when the section or the key is not there. Valid until the next change.
     std::optional<std::string_view> find(std::string_view section, std::string_view key) const;
+    // Two keys of one section, as two calls of find() give them, with the section found once.
+    std::array<std::optional<std::string_view>, 2> find(std::string_view section,
+                                                        std::string_view key1,
+                                                        std::string_view key2) const;
 
     // Sets key in section to value, or removes the key when value is nullopt. Returns whether the
     // document changed. An existing key line is replaced where it stands; a new key goes after the
@@ -98,6 +103,8 @@ class IniDocument {
     static std::size_t lineEndSize(LineEnd end);
     const Section* findSection(std::string_view name) const;
     std::optional<std::uint32_t> findKeyLine(const Section& section, std::string_view key) const;
+    // key's value in section, blanks trimmed and one matching pair of quotes removed.
+    std::optional<std::string_view> valueIn(const Section& section, std::string_view key) const;
     const char* store(std::string_view a, std::string_view b = {}, std::string_view c = {});
     Line makeLine(std::string_view a, std::string_view b, std::string_view c, LineEnd end,
                   Kind expected, std::string_view expectedName, bool& clean);

@@ -302,6 +302,19 @@ std::string SettingsStore::read(const std::string& file, std::string_view sectio
     }
 }
 
+std::array<std::string, 2> SettingsStore::read(const std::string& file, std::string_view section,
+                                               std::string_view key1, std::string_view key2,
+                                               std::string_view def, std::size_t maxChars) {
+    try {
+        const auto values = impl_->open(file).doc.find(section, key1, key2);
+        return {std::string(cutToCodePoints(values[0].value_or(def), maxChars)),
+                std::string(cutToCodePoints(values[1].value_or(def), maxChars))};
+    } catch (...) {
+        const std::string value(cutToCodePoints(def, maxChars));
+        return {value, value};
+    }
+}
+
 void SettingsStore::write(const std::string& file, std::string_view section, std::string_view key,
                           std::optional<std::string_view> value) {
     try {

@@ -19,6 +19,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -41,6 +42,11 @@ class SettingsStore {
     // def when the file, the section or the key is not there.
     std::string read(const std::string& file, std::string_view section, std::string_view key,
                      std::string_view def, std::size_t maxChars = 255);
+    // Two keys of one section, as two calls of read() give them, with the file and the section
+    // looked up once (the track list reads two counts for each of its rows).
+    std::array<std::string, 2> read(const std::string& file, std::string_view section,
+                                    std::string_view key1, std::string_view key2,
+                                    std::string_view def, std::size_t maxChars = 255);
 
     // Sets key in section of file to value, or deletes the key when value is nullopt.
     // The value is stored as it stands, line breaks included.

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -129,6 +130,36 @@ TEST_F(TrackListCacheTest, WhatTheListReadServesThePickerWithTheSameKeys) {
     core::DateValue previous = 0;
     EXPECT_EQ(autodj::pickSongForCatagory(*console, "Rock", clock.now(), previous), brackets)
         << "the picker found the history of the key with parentheses";
+    EXPECT_TRUE(appLogLines().empty());
+}
+
+// The fill takes a row's tags by its place in the cache's kept listing only where the row's name
+// stands at that place: a list in another order, or with a name the listing lacks, is read by
+// name.
+TEST_F(TrackListCacheTest, RowsThatDoNotStandWhereTheKeptListingHasThemAreReadByName) {
+    const std::vector<std::string> titles = {"A - Song 0", "B - Live [1999]", "Cee - Untitled"};
+    ASSERT_EQ(fill(), (std::vector<std::string>{"A - Song 0", "B - Live [1999]", "Cee-Untitled"}));
+    ASSERT_EQ(fill(), titles);
+    ASSERT_EQ(cache().size(), 3u);
+    auto& m = console->form();
+    // The list in reverse order, as no listing of the folder gives it.
+    std::reverse(m.fileList.items.begin(), m.fileList.items.end());
+    autodj::fillSongList(*console);
+    EXPECT_EQ(listTexts(m.lstSongs),
+              (std::vector<std::string>{"Cee - Untitled", "B - Live [1999]", "A - Song 0"}));
+    // A row dropped from the middle: the rows after it no longer stand at their places.
+    m.fileList.items.erase(m.fileList.items.begin() + 1);
+    autodj::fillSongList(*console);
+    EXPECT_EQ(listTexts(m.lstSongs), (std::vector<std::string>{"Cee - Untitled", "A - Song 0"}));
+    // The same fills without the cache show the same.
+    std::reverse(m.fileList.items.begin(), m.fileList.items.end());
+    auto kept = std::move(console->library->tagCache);
+    autodj::fillSongList(*console);
+    EXPECT_EQ(listTexts(m.lstSongs), (std::vector<std::string>{"A - Song 0", "Cee - Untitled"}));
+    console->library->tagCache = std::move(kept);
+    autodj::fillSongList(*console);
+    EXPECT_EQ(listTexts(m.lstSongs), (std::vector<std::string>{"A - Song 0", "Cee - Untitled"}));
+    EXPECT_EQ(fill(), titles);
     EXPECT_TRUE(appLogLines().empty());
 }
 

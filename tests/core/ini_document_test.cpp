@@ -26,6 +26,20 @@ TEST(IniDocumentTest, CaseFoldingIsAsciiOnlyAndOtherBytesMatchExactly) {
     EXPECT_EQ(valueOf(doc, "äRA", "k"), "<none>");
 }
 
+TEST(IniDocumentTest, TwoKeysFoundTogetherAreTheKeysFoundOneByOne) {
+    const IniDocument doc("[a]\nx=1\ny='two'\n[b]\nx=3\n[A]\nz=4\n");
+    for (const char* section : {"a", " A ", "b", "none"}) {
+        for (const char* key1 : {"x", "Y", "z", ""}) {
+            for (const char* key2 : {"x", "y", "z"}) {
+                const auto both = doc.find(section, key1, key2);
+                EXPECT_EQ(both[0], doc.find(section, key1)) << section << key1;
+                EXPECT_EQ(both[1], doc.find(section, key2)) << section << key2;
+            }
+        }
+    }
+    EXPECT_EQ(doc.find("a", "y", "x")[0], "two");
+}
+
 TEST(IniDocumentTest, FirstSectionOfANameWins) {
     const IniDocument doc("[a]\nx=first\n[b]\ny=2\n[A]\nx=second\nonlyHere=1\n");
     EXPECT_EQ(valueOf(doc, "a", "x"), "first");

@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <set>
+#include <utility>
+#include <vector>
 #include <string>
 #include <utility>
 #include <vector>
@@ -90,6 +93,28 @@ TEST_F(SettingsStoreTest, CutCountsUtf8CodePoints) {
     const std::string got = store_.read(path("a.ini"), "s", "k", "");
     EXPECT_EQ(got.size(), 255u * 2);
     EXPECT_EQ(got, value.substr(0, 255 * 2));
+}
+
+TEST_F(SettingsStoreTest, TwoKeysOfASectionReadAsTwoReadsOfThem) {
+    writeFile(dir_ / "played.ini", "[A - Song]\nPlayCount=7\nTunedOut=\"2\"\nLong=" +
+                                       std::string(300, 'x') + "\n[B - Song]\nPlayCount=1\n");
+    const std::string file = path("played.ini");
+    const std::vector<std::pair<std::string, std::string>> asks = {
+        {"TunedOut", "PlayCount"}, {"playcount", "TUNEDOUT"}, {"PlayCount", "Missing"},
+        {"Missing", "Long"},       {"Long", "Long"},          {"Missing", "Missing"}};
+    for (const char* section : {"A - Song", "  a - song ", "B - Song", "No Such Song"}) {
+        for (const auto& [key1, key2] : asks) {
+            for (const std::size_t cut : {std::size_t{255}, std::size_t{1}}) {
+                const auto both = store_.read(file, section, key1, key2, "0", cut);
+                EXPECT_EQ(both[0], store_.read(file, section, key1, "0", cut)) << section << key1;
+                EXPECT_EQ(both[1], store_.read(file, section, key2, "0", cut)) << section << key2;
+            }
+        }
+    }
+    EXPECT_EQ(store_.read(file, "A - Song", "TunedOut", "PlayCount", "0"),
+              (std::array<std::string, 2>{"2", "7"}));
+    EXPECT_EQ(store_.read(path("none.ini"), "A - Song", "TunedOut", "PlayCount", "0"),
+              (std::array<std::string, 2>{"0", "0"}));
 }
 
 TEST_F(SettingsStoreTest, WriteReplacesInPlaceAndKeepsEveryOtherByte) {
