@@ -187,7 +187,7 @@ class PlacedTags {
     }
     // The cached tag of row `row` named `name`, or nullptr when find() must be asked.
     const CachedTag* at(std::size_t row, const std::string& name) const {
-        if (!names_ || row >= names_->size() || cache_->drops() != drops_ ||
+        if (!names_ || row >= names_->size() || row >= tags_->size() || cache_->drops() != drops_ ||
             (*names_)[row] != name) {
             return nullptr;
         }
