@@ -10,8 +10,6 @@
 #include <ctime>
 #include <filesystem>
 #include <set>
-#include <utility>
-#include <vector>
 #include <string>
 #include <utility>
 #include <vector>
