@@ -187,6 +187,35 @@ TEST_F(LibraryTest, CounterThatIsNoNumberFailsTheCategoryClickWithItsLogLine) {
     EXPECT_EQ(logTexts(), (std::vector<std::string>{"Error in Playlist:Type mismatch"}));
 }
 
+// A fill writes its rows into the storage of the last fill's: one that fails half-way still
+// leaves the rows before the failure, and only them, in both lists and in the track files.
+TEST_F(LibraryTest, AFillThatFailsHalfWayAfterAFullerOneLeavesOnlyTheRowsBeforeTheFailure) {
+    addTrack("Rock", "a.mp3", "A", "One");
+    addTrack("Rock", "b.mp3", "B", "Two");
+    addTrack("Rock", "c.mp3", "C", "Three");
+    open();
+    auto& m = console->form();
+    autodj::lstPlaylists_Click(*console, 0);
+    ASSERT_EQ(m.lstSongs.items.size(), 3u);
+    setHistory("B - Two", "PlayCount", "lots");
+    autodj::lstPlaylists_Click(*console, 0);
+    EXPECT_EQ(logTexts(), (std::vector<std::string>{"Error in Playlist:Type mismatch"}));
+    ASSERT_EQ(m.lstSongs.items.size(), 1u);
+    EXPECT_EQ(m.lstSongs.items[0].text, "A - One");
+    ASSERT_EQ(m.lstBuilderCatagoryList.items.size(), 1u);
+    EXPECT_EQ(m.lstBuilderCatagoryList.items[0].text, "A - One");
+    ASSERT_EQ(console->library->trackFiles.size(), 1u);
+    EXPECT_TRUE(console->library->trackFiles[0].ends_with("/a.mp3"))
+        << console->library->trackFiles[0];
+    setHistory("B - Two", "PlayCount", "2");
+    autodj::lstPlaylists_Click(*console, 0);
+    ASSERT_EQ(m.lstSongs.items.size(), 3u);
+    EXPECT_EQ(m.lstSongs.items[2].text, "C - Three");
+    EXPECT_EQ(m.lstBuilderCatagoryList.items[1].text, "B - Two");
+    EXPECT_TRUE(console->library->trackFiles[2].ends_with("/c.mp3"))
+        << console->library->trackFiles[2];
+}
+
 TEST_F(LibraryTest, AnUntaggedTrackWhoseNameCannotBeWrittenIsListedAndLogged) {
     writeFile(dir / "Music/Rock/Band - Tune.mp3", std::string(4000, '\0'));
     open();
