@@ -117,8 +117,9 @@ class TagCache {
     // For a walk over a list just filled from the kept listing of folder (listing() served it):
     // the cached tag of each of its names by position, nullptr where find() would not give one
     // without a look at the disk; nullptr when folder has no kept listing. A pointer stays good,
-    // and a tag stays the file's, while drops() stays as it is; the vector until the next call of
-    // any other member.
+    // and a tag stays the file's, while drops() stays as it is; the vector as well, until the next
+    // call of beginWalk, catchUp, listing, keepListing or tagsByPosition (find and store, which a
+    // walk makes for the names not placed, leave it as it is).
     const std::vector<const CachedTag*>* tagsByPosition(std::string_view folder);
     // The names of folder's kept listing that tagsByPosition's tags are placed by (the same
     // lifetime), or nullptr when it has none. Unlike listing(), it neither checks nor counts.
