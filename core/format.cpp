@@ -19,10 +19,6 @@ const char* const kMonthNames[] = {"January",   "February", "March",    "April",
 const char* const kDayNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                  "Thursday", "Friday", "Saturday"};
 
-char lowerAscii(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 // The length of the AM/PM token at `at` ("AMPM" or "AM/PM", in any case), or 0 where none starts.
 std::size_t amPmAt(std::string_view s, std::size_t at) {
     const std::size_t left = s.size() - at;

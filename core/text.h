@@ -51,6 +51,10 @@ std::int32_t intDiv(double a, double b);
 std::string trim(std::string_view s);
 std::string trimLeft(std::string_view s);
 std::string trimRight(std::string_view s);
+// An ASCII capital in lower case; every other byte as it is.
+inline char lowerAscii(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 std::string toLower(std::string_view s);  // ASCII letters only; other bytes as they are
 std::string toUpper(std::string_view s);
 bool equalsNoCase(std::string_view a, std::string_view b);

@@ -6,7 +6,5 @@ scripts/install-deps.sh
 # What the tests run (tw_tests): the benchmarks are left to whoever runs them, and to CI.
 TW_BUILD_TARGETS=tw_tests scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 export QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null
-# Half as many tests again as there are cores: about a third of the suite's time is spent waiting
-# on real time (servers, devices, timers), not computing. TW_TEST_JOBS overrides.
-jobs=${TW_TEST_JOBS:-$(($(nproc) * 3 / 2))}
-scripts/trash-guard.sh run ctest --test-dir build -j"$jobs" --output-on-failure --timeout 600
+scripts/trash-guard.sh run ctest --test-dir build -j"$(scripts/test-jobs.sh)" --output-on-failure \
+    --timeout 600
