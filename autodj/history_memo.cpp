@@ -14,11 +14,13 @@ void HistoryMemo::follow(core::SettingsStore& store, const std::string& file) {
     core::SettingsStore::SectionChanges changes = store.changesSince(file_, serial_);
     if (changes.all) {
         std::fill(values_.begin(), values_.end(), LastPlayed{});
+        std::fill(counts_.begin(), counts_.end(), Counts{});
     } else {
         for (const std::string& section : changes.sections) {
             const auto it = slots_.find(section);
             if (it != slots_.end()) {
                 values_[it->second] = {};
+                counts_[it->second] = {};
             }
         }
     }
@@ -30,6 +32,7 @@ std::uint32_t HistoryMemo::slotOf(std::string_view section) {
                                                 static_cast<std::uint32_t>(values_.size()));
     if (added) {
         values_.emplace_back();
+        counts_.emplace_back();
     }
     return it->second;
 }

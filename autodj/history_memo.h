@@ -1,14 +1,15 @@
 #pragma once
 // The last plays (LastPlayed of played.ini) that the picker has read, kept by section, so that a
 // pick over 100,000 tracks looks up each track's and artist's history in an array instead of
-// searching the settings document twice for every candidate and reading the date again.
+// searching the settings document twice for every candidate and reading the date again; and the
+// counts (TunedOut, PlayCount) that the track list has read, for the same reason at every fill.
 //
 // A kept value is what reading the section's LastPlayed through the settings store gave, parsed:
 // no date ("none", the picker's default), or the date. A value that is no date is never kept (the
-// picker fails on it each time, as it does reading). The memo follows the store's record of
-// writes (SettingsStore::changesSince): a section written since it was read is read again, and
-// everything is read again when the store cannot tell what changed (played.ini read again from
-// the disk, changed by someone else, or another file).
+// picker fails on it each time, as it does reading); nor are counts that are no numbers. The memo
+// follows the store's record of writes (SettingsStore::changesSince): a section written since it
+// was read is read again, and everything is read again when the store cannot tell what changed
+// (played.ini read again from the disk, changed by someone else, or another file).
 //
 // Sections are numbered (slots) by their lookup names in the order first met; a slot is never
 // reused, so that a number kept beside a cached tag stays good for the memo's whole life.
@@ -23,6 +24,7 @@
 
 #include "core/dates.h"
 #include "core/settings_store.h"
+#include "core/text.h"
 
 namespace tw::autodj {
 
@@ -55,6 +57,26 @@ class HistoryMemo {
         return value;
     }
 
+    // A track's two counts as the track list adds them up (TunedOut and PlayCount through
+    // core::cLngText, "0" where there is none). readTexts gives both texts as the settings store
+    // reads them when the memo does not hold them; a text that is no number throws as cLngText
+    // does, and is not kept.
+    struct Counts {
+        bool known = false;
+        std::int32_t tunedOut = 0;
+        std::int32_t playCount = 0;
+    };
+    template <typename ReadTexts>
+    const Counts& counts(std::uint32_t slot, ReadTexts readTexts) {
+        Counts& value = counts_[slot];
+        if (!value.known) {
+            const auto [tunedOut, playCount] = readTexts();
+            const std::int32_t tuned = core::cLngText(tunedOut);
+            value = {true, tuned, core::cLngText(playCount)};
+        }
+        return value;
+    }
+
     std::size_t size() const { return values_.size(); }
     std::size_t known() const;
 
@@ -63,6 +85,7 @@ class HistoryMemo {
     std::uint64_t serial_ = 0;
     std::unordered_map<std::string, std::uint32_t> slots_;
     std::vector<LastPlayed> values_;
+    std::vector<Counts> counts_;  // beside values_, slot by slot
 };
 
 }  // namespace tw::autodj

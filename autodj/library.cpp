@@ -202,14 +202,16 @@ class PlacedTags {
 };
 
 // The track list's title of folder + name: from the tag cache while the file is the one it was
-// read from (`placed` when the row stands where the cache placed it), else read (and, for a file
-// without artist and title, written) as the list reads it, and kept for the next fill and the
-// picker.
+// read from (`placed` when the row stands where the cache placed it; `from` is then set to the
+// cached tag), else read (and, for a file without artist and title, written) as the list reads it,
+// and kept for the next fill and the picker.
 std::string listTitle(core::Console& c, TagCache* cache, const CachedTag* placed,
-                      const std::string& folder, const std::string& name, const std::string& path) {
+                      const std::string& folder, const std::string& name, const std::string& path,
+                      const CachedTag*& from) {
     if (cache) {
         if (const CachedTag* known = placed ? placed : cache->find(folder, name)) {
             if (const std::string* title = listTitleOf(*known)) {
+                from = known;
                 return *title;
             }
         }
@@ -279,16 +281,35 @@ std::int32_t fillSongList(core::Console& c) {
         cache->beginWalk(folder);
     }
     const PlacedTags placed(cache, folder);
+    // A row's counts come from the history memo's slot of its cached tag, read once and again
+    // only after its section was written.
+    HistoryMemo* const memo = cache ? &cache->history() : nullptr;
+    if (memo) {
+        memo->follow(*c.svc.settings, played);
+    }
     for (std::size_t row = 0; row < m.fileList.items.size(); ++row) {
         const std::string& name = m.fileList.items[row].text;
         std::string path = paths.take(row, folder, name);
         std::string title = hintedTitle(c, path);
+        const CachedTag* tag = nullptr;
         if (title.empty()) {
-            title = listTitle(c, cache, placed.at(row, name), folder, name, path);
+            title = listTitle(c, cache, placed.at(row, name), folder, name, path, tag);
         }
-        const auto [tuned, plays] = readHistory(c, played, title, kTunedOut, kPlayCount, "0");
-        tunedOut += core::cLngText(tuned);
-        playCount += core::cLngText(plays);
+        const auto readCounts = [&] {
+            return readHistory(c, played, title, kTunedOut, kPlayCount, "0");
+        };
+        if (tag) {
+            if (tag->listSlot == kNoHistorySlot) {
+                tag->listSlot = memo->slotOf(title);
+            }
+            const HistoryMemo::Counts& counts = memo->counts(tag->listSlot, readCounts);
+            tunedOut += counts.tunedOut;
+            playCount += counts.playCount;
+        } else {
+            const auto [tuned, plays] = readCounts();
+            tunedOut += core::cLngText(tuned);
+            playCount += core::cLngText(plays);
+        }
         files.push_back(std::move(path));
         m.lstSongs.items.push_back({songs.take(row, title), 0, {}, false});
         m.lstBuilderCatagoryList.items.push_back({builder.take(row, title), 0, {}, false});

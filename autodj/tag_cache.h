@@ -70,6 +70,9 @@ struct CachedTag {
     // the artist's history key, found at the tag's first pick since it was read.
     mutable std::uint32_t trackSlot = kNoHistorySlot;
     mutable std::uint32_t artistSlot = kNoHistorySlot;
+    // Where the memo keeps the counts of the track list's title (its history section), found at
+    // the tag's first fill of the list since it was read.
+    mutable std::uint32_t listSlot = kNoHistorySlot;
 };
 
 inline constexpr std::string_view kUntitled = " - ";

@@ -97,6 +97,40 @@ TEST_F(HistoryMemoTest, AValueThatIsNoDateFailsAsReadingDoesAndIsNeverKept) {
     EXPECT_EQ(memo.known(), 0u);
 }
 
+TEST_F(HistoryMemoTest, CountsAreReadOnceUntilTheirSectionIsWrittenAndNoNumberIsEverKept) {
+    store.write(played(), "A - Song", "TunedOut", "2");
+    store.write(played(), "A - Song", "PlayCount", "7");
+    store.write(played(), "B - Song", "PlayCount", "seven");
+    memo.follow(store, played());
+    const auto counts = [&](const std::string& section) {
+        return memo.counts(memo.slotOf(section), [&] {
+            ++reads;
+            return store.read(played(), section, "TunedOut", "PlayCount", "0");
+        });
+    };
+    for (int i = 0; i < 2; ++i) {
+        const HistoryMemo::Counts a = counts("a - song");
+        EXPECT_EQ(a.tunedOut, 2);
+        EXPECT_EQ(a.playCount, 7);
+        const HistoryMemo::Counts none = counts("C - Song");
+        EXPECT_EQ(none.tunedOut, 0);
+        EXPECT_EQ(none.playCount, 0);
+    }
+    EXPECT_EQ(reads, 2);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_THROW(counts("B - Song"), core::Failure);
+    }
+    EXPECT_EQ(reads, 4);
+    // Counts and last play share the slot: a write of either key of the section forgets both.
+    EXPECT_EQ(value("A - Song").kind, HistoryMemo::Kind::kNone);
+    EXPECT_EQ(reads, 5);
+    store.write(played(), "A - SONG", "PlayCount", "8");
+    memo.follow(store, played());
+    EXPECT_EQ(counts("A - Song").playCount, 8);
+    EXPECT_EQ(counts("C - Song").playCount, 0);
+    EXPECT_EQ(reads, 6) << "A read again, C kept";
+}
+
 // The two-track station, every pick checked against the pick without the cache (and its memo).
 class HistoryMemoPickTest : public TwoTrackStation {
   protected:

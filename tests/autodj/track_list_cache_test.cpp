@@ -13,6 +13,7 @@
 #include <memory>
 #include <thread>
 
+#include "autodj/history.h"
 #include "autodj/picker.h"
 #include "autodj/tag_cache.h"
 #include "autodj/tag_cache_file.h"
@@ -161,6 +162,54 @@ TEST_F(TrackListCacheTest, RowsThatDoNotStandWhereTheKeptListingHasThemAreReadBy
     EXPECT_EQ(listTexts(m.lstSongs), (std::vector<std::string>{"A - Song 0", "Cee - Untitled"}));
     EXPECT_EQ(fill(), titles);
     EXPECT_TRUE(appLogLines().empty());
+}
+
+// The share of plays tuned out that the list's caption gives is added up from the counts of each
+// row's title, kept by the cache's memo: every way the counts change reaches the next fill.
+TEST_F(TrackListCacheTest, TheTunedOutShareFollowsEveryChangeOfTheCounts) {
+    const auto outs = [&](bool withCache) {
+        console->form().lblListInfo.caption.clear();
+        if (withCache) {
+            fill();
+        } else {
+            fillWithoutCache();
+        }
+        const std::string& caption = console->form().lblListInfo.caption;
+        const auto at = caption.find("outs% ");
+        return at == std::string::npos ? std::string("<none>") : caption.substr(at + 6);
+    };
+    const auto both = [&] {
+        const std::string with = outs(true);
+        EXPECT_EQ(with, outs(false));
+        return with;
+    };
+    ASSERT_EQ(fill().size(), 3u);
+    EXPECT_EQ(both(), "0");
+    // The list's title is the section, brackets and all (the picker's key has parentheses).
+    setHistory("B - Live [1999]", "PlayCount", "4");
+    setHistory("B - Live [1999]", "TunedOut", "1");
+    EXPECT_EQ(both(), "25");
+    autodj::writeHistory(*console, "A - Song 0", autodj::kPlayCount, "4");
+    EXPECT_EQ(both(), "12");  // 12.5 taken to the even
+    autodj::writeHistory(*console, "cee - untitled", autodj::kTunedOut, "3");
+    EXPECT_EQ(both(), "50");
+    core::deleteIniKey(*console, console->playedIniPath(), "B - Live [1999]", "TunedOut");
+    EXPECT_EQ(both(), "38");
+    // played.ini written by another program.
+    writeFile(console->playedIniPath(),
+              "[A - Song 0]\r\nPlayCount=10\r\nTunedOut=9\r\n[B - Live (1999)]\r\nPlayCount=5\r\n");
+    EXPECT_EQ(both(), "90");
+    EXPECT_TRUE(appLogLines().empty());
+    // A count that is no number fails every fill with the same line, cache or not.
+    setHistory("A - Song 0", "PlayCount", "ten");
+    EXPECT_EQ(outs(true), "<none>");
+    EXPECT_EQ(outs(true), "<none>");
+    EXPECT_EQ(outs(false), "<none>");
+    const auto texts = logTexts();
+    ASSERT_EQ(texts.size(), 3u);
+    EXPECT_NE(texts[0].find("Error in Playlist:"), std::string::npos) << texts[0];
+    EXPECT_EQ(texts[1], texts[0]);
+    EXPECT_EQ(texts[2], texts[0]);
 }
 
 TEST_F(TrackListCacheTest, SearchFindsTheSameRowsWithAndWithoutTheCache) {
