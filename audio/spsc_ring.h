@@ -23,9 +23,10 @@ class SpscRing {
         }
         capacity_ = cap;
         mask_ = cap - 1;
-        // Left unset: only what was written is ever read. A player's ring is a megabyte, and a
-        // short sound touches a few of its pages; zeroing all of them cost each play its time.
-        data_ = std::make_unique_for_overwrite<T[]>(cap);
+        // Zeroed, so that every page of a ring is the process's from the start: left unset, a ring
+        // takes its pages as it is written, and the memory a station holds would follow how far
+        // each sound wrote into the rings the allocator hands round (it grew by steps for hours).
+        data_ = std::make_unique<T[]>(cap);
     }
     SpscRing(const SpscRing&) = delete;
     SpscRing& operator=(const SpscRing&) = delete;

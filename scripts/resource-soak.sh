@@ -52,9 +52,8 @@ echo "rounds $rounds: $((rounds * 100)) microphone openings, $((rounds * 20)) pr
     "$((rounds * 10)) samples, $((rounds * 3)) voice tracks; wall $(echo "$end - $start" | bc) s"
 echo "after round $((warmup + 1)): $(sed -n 1p "$work/resources")"
 echo "at the end:     $(tail -n 1 "$work/resources")"
-# The memory swings by up to three rings (1 MB each, as far as a sound has written into it) with
-# what plays at the moment of the figure: the lowest and highest of the first twenty rounds measured
-# against those of the last twenty.
+# The memory swings by a player's ring (1 MB) as tracks hand over: the lowest and highest of the
+# first twenty rounds measured against those of the last twenty.
 awk '{ h[NR] = $3; r[NR] = $13 }
      function span(from, to, what,   i, lo, hi) {
          lo = hi = what[from]

@@ -1,6 +1,5 @@
 #include "sim/simulator.h"
 
-#include <malloc.h>
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -429,11 +428,6 @@ bool Simulator::execute(const std::string& line, std::ostream& out, std::string&
             out << " handles " << h.total() << " channels " << h.channels << " syncs " << h.syncs
                 << " effects " << h.effects << " encoders " << h.encoders;
         }
-        // The allocator keeps the pages of blocks it once touched after they are freed, and how
-        // many of a ring's pages a sound touches depends on its length: the figure would follow
-        // the history of the rings rather than what is held. They are given back first, so that
-        // what is reported is what the process holds now.
-        malloc_trim(0);
         out << " rss " << residentKb() << " kB\n";
         return true;
     }
