@@ -25,7 +25,8 @@ class SpscRing {
         mask_ = cap - 1;
         // Zeroed, so that every page of a ring is the process's from the start: left unset, a ring
         // takes its pages as it is written, and the memory a station holds would follow how far
-        // each sound wrote into the rings the allocator hands round (it grew by steps for hours).
+        // each sound wrote into the rings the allocator hands round (it grew a ring at a time,
+        // long after the start).
         data_ = std::make_unique<T[]>(cap);
     }
     SpscRing(const SpscRing&) = delete;
