@@ -13,6 +13,7 @@
 #include "core/failure.h"
 #include "core/paths.h"
 #include "core/text.h"
+#include "core/within_years.h"
 #include "tags/id3_tag.h"
 
 namespace tw::autodj {
@@ -74,8 +75,9 @@ const CachedTag& readCandidate(core::Console& c, TagCache* cache, const std::str
 // The ages of a candidate's last play and of its artist's, as the walk without the memo makes
 // them (a value that is no date fails at the same state), from the memo's slots of the tag.
 void lastPlayedAges(core::Console& c, HistoryMemo& memo, const std::string& played,
-                    const CachedTag& tag, core::DateValue now, core::DateValue targetTime,
-                    std::int32_t& state, std::int32_t& trackAge, std::int32_t& artistAge) {
+                    const CachedTag& tag, const core::WithinYears& recent,
+                    core::DateValue targetTime, std::int32_t& state, std::int32_t& trackAge,
+                    std::int32_t& artistAge) {
     std::optional<std::string> artistKey;
     const auto keyOfArtist = [&]() -> const std::string& {
         if (!artistKey) {
@@ -91,7 +93,7 @@ void lastPlayedAges(core::Console& c, HistoryMemo& memo, const std::string& play
     const HistoryMemo::LastPlayed& track = memo.lastPlayed(
         tag.trackSlot, [&] { return readHistory(c, played, tag.mp3Title, kLastPlayed, "none"); });
     // Years are counted against the clock, the age against the slot.
-    if (track.kind == HistoryMemo::Kind::kDate && core::diffYears(track.date, now) <= 3) {
+    if (track.kind == HistoryMemo::Kind::kDate && recent(track.date)) {
         trackAge = core::cLng(static_cast<double>(core::diffSeconds(track.date, targetTime)));
     }
     state = 6;
@@ -168,6 +170,8 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         state = 3;
 
         const double separation = static_cast<double>(c.artistSeperationTime) * 60.0;
+        // A track's last play counts while it is within three calendar years of the clock.
+        const core::WithinYears withinThreeYears(now, 3);
         std::int32_t bestAge = 0;
         std::size_t position = 0;
         // When the list was just filled from the cache's kept listing, a candidate's tag is found
@@ -217,7 +221,8 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
             std::int32_t trackAge = 0;
             std::int32_t artistAge = 0;
             if (memo) {
-                lastPlayedAges(c, *memo, played, tag, now, targetTime, state, trackAge, artistAge);
+                lastPlayedAges(c, *memo, played, tag, withinThreeYears, targetTime, state, trackAge,
+                               artistAge);
             } else {
                 std::string artist = tag.artist;
                 const std::string artistKey = makeArtist(artist);

@@ -1,4 +1,5 @@
 #include "core/dates.h"
+#include "core/within_years.h"
 
 #include <cctype>
 #include <cmath>
@@ -317,6 +318,15 @@ std::int64_t diffMinutes(DateValue a, DateValue b) {
 
 int diffYears(DateValue a, DateValue b) {
     return dateParts(b).year - dateParts(a).year;
+}
+
+// A date's year is that of its day, and years follow days: the year is at least the earliest one
+// exactly when the day is at least that year's first.
+WithinYears::WithinYears(DateValue reference, int years)
+    : firstDay_(daysFromCivil(dateParts(reference).year - years, 1, 1) - kBaseDay) {}
+
+bool WithinYears::operator()(DateValue d) const {
+    return split(d).day >= firstDay_;
 }
 
 int weekday(DateValue d) {

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <random>
 
 #include "core/failure.h"
 #include "core/format.h"
+#include "core/within_years.h"
 
 namespace tw::core {
 namespace {
@@ -119,6 +121,39 @@ TEST(DateDiffTest, YearBoundariesCountChangesOfTheYearNumber) {
     EXPECT_EQ(diffYears(dateSerial(2026, 1, 1), dateSerial(2026, 12, 31)), 0);
     // A time of day alone lies in 1899.
     EXPECT_EQ(diffYears(timeSerial(14, 0, 0), dateSerial(2026, 11, 22)), 127);
+}
+
+// Many dates against one reference give what diffYears gives, dates on either side of a new year
+// by less than a second (which round into the next day, and year) and before the base date
+// included.
+TEST(DateDiffTest, WithinYearsIsDiffYearsAgainstOneReference) {
+    std::mt19937_64 random(20261127);
+    std::uniform_real_distribution<double> anyDate(dateSerial(100, 1, 1), dateSerial(9999, 12, 31));
+    std::uniform_real_distribution<double> nearMidnight(-1.0, 1.0);
+    std::uniform_int_distribution<int> anyYear(1800, 2100);
+    std::uniform_int_distribution<int> anyYears(0, 5);
+    int near = 0;
+    for (int i = 0; i < 200000; ++i) {
+        const DateValue reference = i % 2 ? anyDate(random) : dateSerial(anyYear(random), 6, 1);
+        const int years = anyYears(random);
+        const WithinYears within(reference, years);
+        // Half the dates a second or less from some new year's midnight.
+        DateValue d = anyDate(random);
+        if (i % 2 == 0) {
+            d = dateSerial(anyYear(random), 1, 1) + nearMidnight(random) / 86400.0;
+        }
+        near += i % 2 == 0 && within(d) != within(d - 2.0 / 86400.0);
+        ASSERT_EQ(within(d), diffYears(d, reference) <= years)
+            << "date " << d << " reference " << reference << " years " << years;
+    }
+    EXPECT_GT(near, 100) << "dates that cross the year's line are among those tried";
+    const WithinYears threeYears(dateSerial(2026, 11, 27), 3);
+    EXPECT_TRUE(threeYears(dateSerial(2023, 1, 1)));
+    EXPECT_TRUE(threeYears(dateSerial(2023, 1, 1) - 0.4 / 86400.0)) << "rounds into 2023";
+    EXPECT_FALSE(threeYears(dateSerial(2023, 1, 1) - 0.6 / 86400.0));
+    EXPECT_FALSE(threeYears(-1.25));
+    EXPECT_TRUE(WithinYears(-1.25, 0)(-1.75));
+    EXPECT_FALSE(WithinYears(dateSerial(1899, 12, 29), 0)(dateSerial(1898, 12, 31)));
 }
 
 TEST(DateAddTest, AddsWholeSecondsAcrossDays) {
