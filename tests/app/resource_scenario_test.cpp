@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <climits>
 #include <cstdlib>
@@ -212,9 +213,16 @@ TEST_F(ResourceScenario, TenThousandMicrophoneOpeningsAndThousandsOfPreviewsKeep
     ASSERT_GT(start.handles, 0) << "the simulator reports the engine's handles";
     ASSERT_GT(start.rssKb, 0) << "the simulator reports its memory";
     // A handle lost stays lost: every figure after it is one higher, the lowest of the last
-    // rounds too. A figure may catch one channel more than the first rounds ever did (a sound
-    // just starting or ending at that moment of a busy machine's timeline), never two.
-    EXPECT_LE(lastLow.handles, firstLow.handles) << "the engine's live handles stay flat";
+    // rounds too, which is then above what the first rounds mostly gave (their middle figure; a
+    // figure of a sound just starting or ending at that moment of a busy machine's timeline is
+    // one more or one less). A figure may catch one channel more than the first rounds ever
+    // did, never two.
+    std::vector<long> firstHandles;
+    for (std::size_t i = 0; i < kWindow; ++i) {
+        firstHandles.push_back(seen[i].handles);
+    }
+    std::nth_element(firstHandles.begin(), firstHandles.begin() + kWindow / 2, firstHandles.end());
+    EXPECT_LE(lastLow.handles, firstHandles[kWindow / 2]) << "the engine's live handles stay flat";
     for (std::size_t i = seen.size() - kWindow; i < seen.size(); ++i) {
         EXPECT_LE(seen[i].handles, firstHigh.handles + 1)
             << "the engine's live handles stay flat; at the end of round "
