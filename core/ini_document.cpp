@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/text.h"
+
 namespace tw::core {
 
 namespace {
@@ -16,10 +18,6 @@ constexpr std::size_t kMinGarbageForRebuild = 1 << 20;
 
 bool isSpaceOrTab(char c) {
     return c == ' ' || c == '\t';
-}
-
-unsigned char fold(unsigned char c) {
-    return (c >= 'A' && c <= 'Z') ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
 }
 
 std::string_view trimSpaces(std::string_view s) {
@@ -41,7 +39,7 @@ bool hasLineBreak(std::string_view s) {
 std::string IniDocument::lookupName(std::string_view name) {
     std::string out(trimSpaces(name));
     for (char& c : out) {
-        c = static_cast<char>(fold(static_cast<unsigned char>(c)));
+        c = lowerAscii(c);
     }
     return out;
 }
@@ -49,7 +47,7 @@ std::string IniDocument::lookupName(std::string_view name) {
 std::size_t IniDocument::FoldHash::operator()(std::string_view s) const noexcept {
     std::uint64_t h = 14695981039346656037ull;
     for (char c : s) {
-        h ^= fold(static_cast<unsigned char>(c));
+        h ^= static_cast<unsigned char>(lowerAscii(c));
         h *= 1099511628211ull;
     }
     return static_cast<std::size_t>(h);
@@ -60,7 +58,7 @@ bool IniDocument::FoldEqual::operator()(std::string_view a, std::string_view b) 
         return false;
     }
     for (std::size_t i = 0; i < a.size(); ++i) {
-        if (fold(static_cast<unsigned char>(a[i])) != fold(static_cast<unsigned char>(b[i]))) {
+        if (lowerAscii(a[i]) != lowerAscii(b[i])) {
             return false;
         }
     }

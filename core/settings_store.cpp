@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "core/ini_document.h"
+#include "core/text.h"
 
 namespace tw::core {
 
@@ -97,15 +98,6 @@ ReadResult readWholeFile(const std::string& path, std::vector<char>& bytes, Disk
 std::string nameOf(const std::string& path) {
     const auto slash = path.rfind('/');
     return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string foldName(std::string name) {
-    for (char& c : name) {
-        if (c >= 'A' && c <= 'Z') {
-            c = static_cast<char>(c + ('a' - 'A'));
-        }
-    }
-    return name;
 }
 
 timespec now() {
@@ -243,7 +235,7 @@ struct SettingsStore::Impl {
     }
 
     bool isPrivate(const std::string& path) const {
-        const std::string name = foldName(nameOf(path));
+        const std::string name = toLower(nameOf(path));
         return std::find(privateNames.begin(), privateNames.end(), name) != privateNames.end();
     }
 
@@ -374,7 +366,7 @@ void SettingsStore::flush() {
 }
 
 void SettingsStore::addPrivateFileName(std::string name) {
-    impl_->privateNames.push_back(foldName(std::move(name)));
+    impl_->privateNames.push_back(toLower(std::move(name)));
 }
 
 void SettingsStore::onWriteFailure(std::function<void(const std::string& path, int err)> handler) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/text.h"
 #include "tags/mpeg_header.h"
 #include "tags/tag_reader.h"
 
@@ -32,9 +33,7 @@ std::string lowered4(const std::string& buf, std::size_t at) {
     }
     std::string s = buf.substr(at, 4);
     for (char& c : s) {
-        if (c >= 'A' && c <= 'Z') {
-            c = static_cast<char>(c - 'A' + 'a');
-        }
+        c = core::lowerAscii(c);
     }
     return s;
 }
