@@ -6,10 +6,22 @@
 
 namespace tw::core {
 
+DateValue LocalSecondMemo::at(std::time_t t, long nanoseconds) const {
+    std::unique_lock lock(mutex_, std::try_to_lock);
+    if (!lock.owns_lock()) {
+        return fromUnixTime(t, nanoseconds);
+    }
+    if (t != second_) {
+        local_ = localSecond(t);
+        second_ = t;
+    }
+    return fromLocalSecond(local_, nanoseconds);
+}
+
 DateValue SystemClock::exact() const {
     timespec ts{};
     clock_gettime(CLOCK_REALTIME, &ts);
-    return fromUnixTime(ts.tv_sec, ts.tv_nsec);
+    return memo_.at(ts.tv_sec, ts.tv_nsec);
 }
 
 DateValue VirtualClock::exact() const {
@@ -20,7 +32,7 @@ DateValue VirtualClock::exact() const {
         rest += 1000000;
         seconds -= 1;
     }
-    return fromUnixTime(static_cast<std::time_t>(seconds), static_cast<long>(rest * 1000));
+    return memo_.at(static_cast<std::time_t>(seconds), static_cast<long>(rest * 1000));
 }
 
 void VirtualClock::advanceSeconds(double s) {

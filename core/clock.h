@@ -7,6 +7,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <ctime>
+#include <limits>
+#include <mutex>
 
 #include "core/dates.h"
 
@@ -24,9 +27,29 @@ class Clock {
     double timer() const { return secondsSinceMidnight(exact()); }
 };
 
+// The local calendar of the last second a clock was read in. A clock is read many times a second
+// (the throttled yield reads it at every candidate of a pick), and working out the calendar
+// (localtime_r) was most of each read: now it is worked out once a second. The value is exactly
+// fromUnixTime's. A change of the process's time zone (TZ and tzset) is seen from the next second.
+//
+// Thread contract: any thread. A reader that finds the memo in use by another thread works its
+// second out itself rather than wait.
+class LocalSecondMemo {
+  public:
+    DateValue at(std::time_t t, long nanoseconds) const;
+
+  private:
+    mutable std::mutex mutex_;
+    mutable std::time_t second_ = std::numeric_limits<std::time_t>::min();
+    mutable LocalSecond local_;
+};
+
 class SystemClock final : public Clock {
   public:
     DateValue exact() const override;
+
+  private:
+    LocalSecondMemo memo_;
 };
 
 // Virtual time runs as real time does: as microseconds since the epoch, shown as local time in the
@@ -45,6 +68,7 @@ class VirtualClock final : public Clock {
   private:
     static std::int64_t unixMicros(DateValue local);
     std::atomic<std::int64_t> micros_;
+    LocalSecondMemo memo_;
 };
 
 }  // namespace tw::core

@@ -173,14 +173,21 @@ DateParts dateParts(DateValue d) {
     return p;
 }
 
-DateValue fromUnixTime(std::time_t t, long nanoseconds) {
+LocalSecond localSecond(std::time_t t) {
     std::tm tm{};
     localtime_r(&t, &tm);
-    std::int64_t day = daysFromCivil(tm.tm_year + 1900, static_cast<unsigned>(tm.tm_mon + 1),
-                                     static_cast<unsigned>(tm.tm_mday)) -
-                       kBaseDay;
-    double secs = tm.tm_hour * 3600.0 + tm.tm_min * 60.0 + tm.tm_sec + nanoseconds / 1e9;
-    return join(day, secs);
+    const std::int64_t day = daysFromCivil(tm.tm_year + 1900, static_cast<unsigned>(tm.tm_mon + 1),
+                                           static_cast<unsigned>(tm.tm_mday)) -
+                             kBaseDay;
+    return {day, tm.tm_hour * 3600.0 + tm.tm_min * 60.0 + tm.tm_sec};
+}
+
+DateValue fromLocalSecond(const LocalSecond& s, long nanoseconds) {
+    return join(s.day, s.seconds + nanoseconds / 1e9);
+}
+
+DateValue fromUnixTime(std::time_t t, long nanoseconds) {
+    return fromLocalSecond(localSecond(t), nanoseconds);
 }
 
 std::time_t toUnixTime(DateValue d) {

@@ -27,6 +27,15 @@ DateParts dateParts(DateValue d);
 
 // Local time of the machine.
 DateValue fromUnixTime(std::time_t t, long nanoseconds = 0);
+// The same in two steps, for a caller that reads many moments of one second: the second's local
+// day and whole seconds since that day's midnight (the calendar, worked out by localtime_r), then
+// the moment within it. fromLocalSecond(localSecond(t), ns) is exactly fromUnixTime(t, ns).
+struct LocalSecond {
+    std::int64_t day = 0;  // days since 1899-12-30
+    double seconds = 0;    // whole seconds since midnight
+};
+LocalSecond localSecond(std::time_t t);
+DateValue fromLocalSecond(const LocalSecond& s, long nanoseconds);
 std::time_t toUnixTime(DateValue d);
 
 // Seconds since the start of the day of a date value, with their fraction.
