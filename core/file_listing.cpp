@@ -63,11 +63,17 @@ bool listFileNames(const Element& list, std::vector<std::string>& names) {
 }
 
 void fillFileList(Element& list, const std::vector<std::string>& names) {
-    list.items.clear();
     list.listIndex = -1;
-    list.items.reserve(names.size());
-    for (const auto& n : names) {
-        list.items.push_back({n, 0, {}, false});
+    // The rows already there are written over in place: their texts keep their storage, so that
+    // filling the list again with a listing as long (every pick of a category does) allocates
+    // nothing.
+    list.items.resize(names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        ListItem& item = list.items[i];
+        item.text = names[i];
+        item.picture = 0;
+        item.tag.clear();
+        item.selected = false;
     }
 }
 

@@ -5,8 +5,11 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "core/failure.h"
+#include "core/file_listing.h"
 #include "tests/testlib/console_fixture.h"
 
 namespace tw::core {
@@ -298,6 +301,41 @@ TEST(FileListTest, MatchesTheExtensionWithoutRegardToCaseAndSortsLikewise) {
     list.path = (d / "missing").string();
     refreshFileList(list);
     EXPECT_TRUE(list.items.empty());
+}
+
+TEST(FileListTest, AFillWritesOverEveryRowOfTheLastOneAndKeepsNothingOfIt) {
+    // Filled again with a listing as long, a longer and a shorter one: every row is the listing's
+    // name with nothing of what the row held before (picture, tag, selection), and no selected row.
+    Element list("fileList", ElementKind::FileList);
+    fillFileList(list, {"a.mp3", "b.mp3", "c.mp3"});
+    for (auto& item : list.items) {
+        item.picture = 3;
+        item.tag = "kept";
+        item.selected = true;
+    }
+    list.listIndex = 1;
+    const std::vector<std::vector<std::string>> listings = {
+        {"d.mp3", "a very long name that is kept on the heap.mp3", "f.mp3"},
+        {"g.mp3", "h.mp3", "i.mp3", "j.mp3", "k.mp3"},
+        {"l.mp3"},
+        {}};
+    for (const auto& names : listings) {
+        fillFileList(list, names);
+        EXPECT_EQ(list.listIndex, -1);
+        ASSERT_EQ(list.items.size(), names.size());
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            EXPECT_EQ(list.items[i].text, names[i]);
+            EXPECT_EQ(list.items[i].picture, 0);
+            EXPECT_EQ(list.items[i].tag, "");
+            EXPECT_FALSE(list.items[i].selected);
+        }
+        for (auto& item : list.items) {
+            item.picture = 3;
+            item.tag = "kept";
+            item.selected = true;
+        }
+        list.listIndex = 0;
+    }
 }
 
 TEST_F(ConsoleOpsTest, FadeTimerRunsOnTheLoopOnlyWhileEnabled) {
