@@ -6,5 +6,8 @@ scripts/install-deps.sh
 # What the tests run (tw_tests): the benchmarks are left to whoever runs them, and to CI.
 TW_BUILD_TARGETS=tw_tests scripts/build.sh build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 export QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null
+# Every test but the critical path's runs niced (tests/CMakeLists.txt, CRITICAL): the longest
+# test then has a processor to itself and ends with the rest rather than a minute or two after.
+export TW_TEST_NICE=${TW_TEST_NICE:-5}
 scripts/trash-guard.sh run ctest --test-dir build -j"$(scripts/test-jobs.sh)" --output-on-failure \
     --timeout 600
