@@ -50,7 +50,7 @@ build=${TW_BUILD_DIR:-$repo/build}
 jobs=${TW_DEMO_JOBS:-$(nproc)}
 
 has_categories() {
-    [[ -d $station/Music ]] && find "$station/Music" -mindepth 1 -maxdepth 1 -type d | grep -q .
+    [[ -d $station/Music ]] && find "$station/Music" -mindepth 1 -maxdepth 1 -type d | grep . > /dev/null
 }
 
 if has_categories; then

@@ -112,8 +112,10 @@ check_manual_pages() {
         fi
         local text
         text=$(groff -man -Tascii -P-cbou "$work/$page.1" 2> /dev/null || true)
-        echo "$text" | grep -Eq "^ *$page +- " || fail "the page of $page names another program"
-        echo "$text" | grep -q "TarnWave $version" || fail "the page of $page is not of version $version"
+        # A here-string, not echo into grep -q: grep -q ends at its first match, and echo's next
+        # write then fails, which pipefail takes for a failed check.
+        grep -Eq "^ *$page +- " <<< "$text" || fail "the page of $page names another program"
+        grep -q "TarnWave $version" <<< "$text" || fail "the page of $page is not of version $version"
     done
 }
 
@@ -128,7 +130,7 @@ check_installed_console() {
         [ -d "$station/$folder" ] || fail "no $folder in the new station $station"
     done
     grep -q "TarnWave Started" "$station/app.log" 2> /dev/null || fail "the new station's log does not say it started"
-    echo "$out" | grep -qF "New station in $station" || fail "no word of the new station: $out"
+    grep -qF "New station in $station" <<< "$out" || fail "no word of the new station: $out"
     [ ! -e "$prefix/bin/app.log" ] || fail "the installed console wrote beside itself"
 }
 

@@ -60,13 +60,15 @@ for program in tarnwave tarnwave-sim tarnwave-tag; do
             owner=$(dpkg -S "$(readlink -f "$library")" 2> /dev/null | head -n1 | cut -d: -f1) ||
             owner=""
         [ -n "$owner" ] || { fail "$soname ($library) is from no package here"; continue; }
-        echo "$depends" | names | grep -qx "$owner" ||
+        names <<< "$depends" | grep -x "$owner" > /dev/null ||
             fail "$program is linked with $soname of $owner, which Depends does not name"
     done < <(readelf -d "$binary" | sed -n 's/.*Shared library: \[\(.*\)\]/\1/p')
 done
-echo "$depends" | names | grep -qx lame || fail "Depends does not name lame"
+names <<< "$depends" | grep -x lame > /dev/null || fail "Depends does not name lame"
 for program in espeak-ng ffmpeg; do
-    field Recommends | names | grep -qx "$program" || fail "Recommends does not name $program"
+    # grep reads to the end (no -q): ended at its first match, it would fail the writer before it,
+    # which pipefail takes for a failed check.
+    field Recommends | names | grep -x "$program" > /dev/null || fail "Recommends does not name $program"
 done
 
 # Exactly the install's files under /usr: no test, benchmark or fuzz program.
