@@ -13,10 +13,12 @@ got=$(env -u TW_TEST_NICE "$launcher" nice)
 [ "$got" -eq "$base" ] || { echo "without TW_TEST_NICE the test ran at $got, not $base"; exit 1; }
 
 # What ctest runs: the day on the air with TW_TEST_NICE=0, another test of its suite without it.
-tests=$(ctest --test-dir "$build" -N --show-only=json-v1)
+tests=$(mktemp "${TMPDIR:-/tmp}/tarnwave-tests-XXXXXX")
+trap 'rm -f "$tests"' EXIT
+ctest --test-dir "$build" -N --show-only=json-v1 > "$tests"
 python3 - "$tests" << 'PY'
 import json, sys
-tests = {t["name"]: t for t in json.loads(sys.argv[1])["tests"]}
+tests = {t["name"]: t for t in json.load(open(sys.argv[1]))["tests"]}
 def environment(name):
     for p in tests[name].get("properties", []):
         if p["name"] == "ENVIRONMENT":
