@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # The test launcher runs a test at the niceness TW_TEST_NICE asks for, and the suite's critical
-# path is marked to run at the ordinary one: scripts/test.sh niced every other test.
+# path is marked to run at the ordinary one: scripts/test.sh nices every other test.
 #   test_priority_test.sh BUILD_DIR
 set -euo pipefail
 build=$1
 launcher=$build/tests/test_env.sh
 base=$(nice)
 
+want=$((base + 5 > 19 ? 19 : base + 5))
 got=$(TW_TEST_NICE=5 "$launcher" nice)
-[ "$got" -eq $((base + 5)) ] || { echo "TW_TEST_NICE=5 ran at $got, not $((base + 5))"; exit 1; }
+[ "$got" -eq "$want" ] || { echo "TW_TEST_NICE=5 ran at $got, not $want"; exit 1; }
 got=$(env -u TW_TEST_NICE "$launcher" nice)
 [ "$got" -eq "$base" ] || { echo "without TW_TEST_NICE the test ran at $got, not $base"; exit 1; }
 
