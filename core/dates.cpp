@@ -1,5 +1,4 @@
 #include "core/dates.h"
-#include "core/within_years.h"
 
 #include <cctype>
 #include <cmath>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "core/failure.h"
+#include "core/within_years.h"
 
 namespace tw::core {
 

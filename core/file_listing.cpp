@@ -80,12 +80,7 @@ void fillFileList(Element& list, const std::vector<std::string>& names) {
 void refreshFileList(Element& list) {
     std::vector<std::string> names;
     listFileNames(list, names);
-    list.items.clear();
-    list.listIndex = -1;
-    list.items.reserve(names.size());
-    for (auto& n : names) {
-        list.items.push_back({std::move(n), 0, {}, false});
-    }
+    fillFileList(list, names);
 }
 
 }  // namespace tw::core

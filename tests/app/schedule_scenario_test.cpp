@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include "autodj/rotation_file.h"
@@ -19,6 +20,7 @@
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/fake_engine.h"
 #include "tests/testlib/temp_dir.h"
+#include "tests/testlib/time_zone.h"
 
 namespace tw {
 namespace {
@@ -49,23 +51,11 @@ struct Switch {
 class ScheduleScenario : public ::testing::Test {
   protected:
     void SetUp() override {
-        if (const char* tz = std::getenv("TZ")) {
-            oldZone_ = tz;
-            hadZone_ = true;
-        }
-        setenv("TZ", "Europe/Berlin", 1);
-        tzset();
+        zone_.emplace("Europe/Berlin");
         station_ = dir_ / "station";
         makeStation();
     }
-    void TearDown() override {
-        if (hadZone_) {
-            setenv("TZ", oldZone_.c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
-        tzset();
-    }
+    void TearDown() override { zone_.reset(); }
 
     void makeStation() {
         int n = 0;
@@ -210,8 +200,7 @@ class ScheduleScenario : public ::testing::Test {
     std::map<std::string, std::string> listOfTitle_;
     std::vector<std::string> talk_;
     std::ostringstream out_;
-    std::string oldZone_;
-    bool hadZone_ = false;
+    std::optional<test::ScopedTimeZone> zone_;
 };
 
 TEST_F(ScheduleScenario, AWeekAcrossTheChangeToSummerTimeSwitchesAtEveryPaintedHour) {

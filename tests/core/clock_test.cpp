@@ -4,13 +4,13 @@
 
 #include <atomic>
 #include <cstdint>
-#include <cstdlib>
+#include <optional>
 #include <random>
-#include <string>
 #include <thread>
 #include <vector>
 
 #include "core/format.h"
+#include "tests/testlib/time_zone.h"
 
 namespace tw::core {
 namespace {
@@ -19,17 +19,8 @@ namespace {
 // zone back after them.
 class ClockTest : public ::testing::Test {
   protected:
-    void SetUp() override {
-        const char* old = std::getenv("TZ");
-        had_ = old != nullptr;
-        old_ = old ? old : "";
-        ::setenv("TZ", "Europe/Berlin", 1);
-        ::tzset();
-    }
-    void TearDown() override {
-        had_ ? ::setenv("TZ", old_.c_str(), 1) : ::unsetenv("TZ");
-        ::tzset();
-    }
+    void SetUp() override { zone_.emplace("Europe/Berlin"); }
+    void TearDown() override { zone_.reset(); }
     // Unix microseconds of a moment given in UTC.
     static std::int64_t utcMicros(int year, int month, int day, int hour, int minute, int second) {
         std::tm tm{};
@@ -53,8 +44,7 @@ class ClockTest : public ::testing::Test {
     }
 
   private:
-    bool had_ = false;
-    std::string old_;
+    std::optional<test::ScopedTimeZone> zone_;
 };
 
 TEST_F(ClockTest, TheVirtualClockReadsTheCalendarExactlyAtEveryMomentOfEverySecond) {

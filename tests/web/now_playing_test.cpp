@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <sstream>
 #include <tuple>
 
@@ -21,6 +22,7 @@
 #include "playout/position_monitor.h"
 #include "playout/stream_title.h"
 #include "tests/autodj/station_fixture.h"
+#include "tests/testlib/time_zone.h"
 #include "tests/web/three_track_station.h"
 
 namespace tw::web {
@@ -215,19 +217,9 @@ TEST_F(NowPlayingTest, ListenersComeFromEachConnectedEncodersPoll) {
 // The zone is the process's: each case sets one and puts the old one back.
 class IsoDateTimeTest : public ::testing::TestWithParam<std::tuple<const char*, int, const char*>> {
   protected:
-    void SetUp() override {
-        const char* old = std::getenv("TZ");
-        had_ = old != nullptr;
-        old_ = old ? old : "";
-        ::setenv("TZ", std::get<0>(GetParam()), 1);
-        ::tzset();
-    }
-    void TearDown() override {
-        had_ ? ::setenv("TZ", old_.c_str(), 1) : ::unsetenv("TZ");
-        ::tzset();
-    }
-    bool had_ = false;
-    std::string old_;
+    void SetUp() override { zone_.emplace(std::get<0>(GetParam())); }
+    void TearDown() override { zone_.reset(); }
+    std::optional<test::ScopedTimeZone> zone_;
 };
 
 TEST_P(IsoDateTimeTest, LocalTimeCarriesTheOffsetOfItsZoneOnThatDay) {
