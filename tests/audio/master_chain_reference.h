@@ -1,10 +1,12 @@
 #pragma once
 // The master chain as the console sets it up (gain control, EQ, compressor, in that order), in
 // two forms: the engine's effects, and the per-sample forms the engine had before they were made
-// cheap (a dB conversion each way per frame, the EQ's state left to decay into subnormal numbers),
-// kept here as the reference the engine's output is held against. The signals the two are
-// compared on, and the comparison, are here too, so that the effects' test and the benchmark use
-// the same ones.
+// cheap (a dB conversion each way per frame, the EQ's state left to decay), kept here as the
+// reference the engine's output is held against. The reference's EQ is the exact filter of its
+// coefficients, worked out in double: a float filter's own rounding rings at the master chain's
+// low centre at about -65 dB, which would hide what the bound is there to see. The signals the two
+// are compared on, and the comparison, are here too, so that the effects' test and the benchmark
+// use the same ones.
 //
 // Thread contract: none; each object belongs to the thread that made it.
 
@@ -27,6 +29,60 @@ namespace tw::audio::test {
 inline constexpr DynamicAmp kMasterDamp{0.98f, 0.3f, 0.01f, 2.0f, 0.01f, -1};
 inline constexpr ParamEq kMasterEq{80.0f, 2.0f, 1.0f};
 inline constexpr Compressor kMasterCompressor{0.5f, 0.1f, 200.0f, -8.0f, 10.0f, 0.0f};
+
+// The EQ frame by frame, in the order of its formula: in float as the engine had it, or with the
+// same coefficients in double, which is the filter those coefficients make, rounding aside.
+template <class T = float>
+class ReferenceEq {
+  public:
+    explicit ReferenceEq(const ParamEq& p) {
+        constexpr float kRate = static_cast<float>(kMixRate);
+        const float centre = std::clamp(p.center, 20.0f, kRate * 0.45f);
+        const float octaves = std::clamp(p.bandwidth, 1.0f, 36.0f) / 12.0f;
+        const float a = std::pow(10.0f, p.gain / 40.0f);
+        const float w0 = 2.0f * std::numbers::pi_v<float> * centre / kRate;
+        const float alpha =
+            std::sin(w0) * std::sinh(std::log(2.0f) / 2.0f * octaves * w0 / std::sin(w0));
+        const float a0 = 1.0f + alpha / a;
+        b0_ = (1.0f + alpha * a) / a0;
+        b1_ = -2.0f * std::cos(w0) / a0;
+        b2_ = (1.0f - alpha * a) / a0;
+        a1_ = b1_;
+        a2_ = (1.0f - alpha / a) / a0;
+    }
+    void process(float* x, std::size_t frames) {
+        for (std::size_t i = 0; i < frames; ++i) {
+            for (int c = 0; c < 2; ++c) {
+                Biquad& s = state_[c];
+                const T in = x[2 * i + c];
+                const T out = b0_ * in + b1_ * s.x1 + b2_ * s.x2 - a1_ * s.y1 - a2_ * s.y2;
+                s = {in, s.x1, out, s.y1};
+                x[2 * i + c] = static_cast<float>(out);
+            }
+        }
+    }
+
+  private:
+    struct Biquad {
+        T x1 = 0, x2 = 0, y1 = 0, y2 = 0;
+    };
+    T b0_ = 1, b1_ = 0, b2_ = 0, a1_ = 0, a2_ = 0;
+    Biquad state_[2];
+};
+
+// The engine's EQ alone.
+class EngineEq {
+  public:
+    explicit EngineEq(const ParamEq& p) : eq_(makeEffect(kFxParamEq)) {
+        float values[Effect::kParams];
+        paramsOf(p, values);
+        eq_->set(values);
+    }
+    void process(float* stereo, std::size_t frames) { eq_->process(stereo, frames); }
+
+  private:
+    std::unique_ptr<Effect> eq_;
+};
 
 // The engine's own effects, chained as the mixer chains them.
 class EngineMasterChain {
@@ -58,12 +114,11 @@ class ReferenceMasterChain {
   public:
     explicit ReferenceMasterChain(const Compressor& comp = kMasterCompressor) {
         configureDamp(kMasterDamp);
-        configureEq(kMasterEq);
         configureCompressor(comp);
     }
     void process(float* x, std::size_t frames) {
         runDamp(x, frames);
-        runEq(x, frames);
+        eq_.process(x, frames);
         runCompressor(x, frames);
     }
 
@@ -102,32 +157,6 @@ class ReferenceMasterChain {
         }
     }
 
-    void configureEq(const ParamEq& p) {
-        const float centre = std::clamp(p.center, 20.0f, kRate * 0.45f);
-        const float octaves = std::clamp(p.bandwidth, 1.0f, 36.0f) / 12.0f;
-        const float a = std::pow(10.0f, p.gain / 40.0f);
-        const float w0 = 2.0f * std::numbers::pi_v<float> * centre / kRate;
-        const float alpha =
-            std::sin(w0) * std::sinh(std::log(2.0f) / 2.0f * octaves * w0 / std::sin(w0));
-        const float a0 = 1.0f + alpha / a;
-        b0_ = (1.0f + alpha * a) / a0;
-        b1_ = -2.0f * std::cos(w0) / a0;
-        b2_ = (1.0f - alpha * a) / a0;
-        a1_ = b1_;
-        a2_ = (1.0f - alpha / a) / a0;
-    }
-    void runEq(float* x, std::size_t frames) {
-        for (std::size_t i = 0; i < frames; ++i) {
-            for (int c = 0; c < 2; ++c) {
-                Biquad& s = eqState_[c];
-                const float in = x[2 * i + c];
-                const float out = b0_ * in + b1_ * s.x1 + b2_ * s.x2 - a1_ * s.y1 - a2_ * s.y2;
-                s = {in, s.x1, out, s.y1};
-                x[2 * i + c] = out;
-            }
-        }
-    }
-
     void configureCompressor(const Compressor& p) {
         makeUp_ = p.gain;
         attack_ = smoothing(p.attack);
@@ -158,12 +187,7 @@ class ReferenceMasterChain {
     // The gain control.
     float target_ = 0, quiet_ = 0, perFrame_ = 0, current_ = 1, delay_ = 0, waited_ = 0;
     int channel_ = -1;
-    // The EQ.
-    struct Biquad {
-        float x1 = 0, x2 = 0, y1 = 0, y2 = 0;
-    };
-    float b0_ = 1, b1_ = 0, b2_ = 0, a1_ = 0, a2_ = 0;
-    Biquad eqState_[2];
+    ReferenceEq<double> eq_{kMasterEq};
     // The compressor.
     std::vector<float> line_ = std::vector<float>(kMaxDelay * 2, 0.0f);
     std::size_t pos_ = 0, lookAhead_ = 0;
