@@ -3,6 +3,8 @@
 #include <sys/wait.h>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 #include "tests/testlib/temp_dir.h"
 
@@ -121,12 +123,11 @@ std::filesystem::path lameTone(const std::filesystem::path& folder, const std::s
     return mp3;
 }
 
-std::string ffprobeTags(const std::filesystem::path& file) {
-    std::string out =
-        run("ffprobe -v quiet -show_entries format_tags=title,artist,album -of "
-            "default=nw=1:nk=0 " +
-            quoted(file));
-    // One line per tag, as "TAG:name=value"; put them in a fixed order.
+namespace {
+
+// title, artist and album of lines "<prefix>name=value", in a fixed order, up to the first
+// section.
+std::string threeTags(const std::string& out, const std::string& prefix) {
     std::string title, artist, album;
     std::size_t pos = 0;
     while (pos < out.size()) {
@@ -134,9 +135,12 @@ std::string ffprobeTags(const std::filesystem::path& file) {
         std::string line =
             out.substr(pos, end == std::string::npos ? std::string::npos : end - pos);
         pos = end == std::string::npos ? out.size() : end + 1;
+        if (line.rfind('[', 0) == 0) {
+            break;  // a metadata file's sections (its chapters) after the file's own tags
+        }
         auto take = [&](const std::string& key, std::string& into) {
-            if (line.rfind("TAG:" + key + "=", 0) == 0) {
-                into = line.substr(key.size() + 5);
+            if (line.rfind(prefix + key + "=", 0) == 0) {
+                into = line.substr(prefix.size() + key.size() + 1);
             }
         };
         take("title", title);
@@ -146,8 +150,34 @@ std::string ffprobeTags(const std::filesystem::path& file) {
     return "title=" + title + "\nartist=" + artist + "\nalbum=" + album;
 }
 
+std::string fileText(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+}  // namespace
+
+std::string ffprobeTags(const std::filesystem::path& file) {
+    // One line per tag, as "TAG:name=value".
+    return threeTags(run("ffprobe -v quiet -show_entries format_tags=title,artist,album -of "
+                         "default=nw=1:nk=0 " +
+                         quoted(file)),
+                     "TAG:");
+}
+
 std::string decodedAudio(const std::filesystem::path& file) {
     return run("ffmpeg -v quiet -i " + quoted(file) + " -map 0:a -f s16le -");
+}
+
+DecodedFile decodedAudioAndTags(const std::filesystem::path& file) {
+    // The metadata file has a line "name=value" for each of the input's tags.
+    const std::filesystem::path audio = file.string() + ".s16", tags = file.string() + ".tags";
+    run("ffmpeg -v quiet -y -i " + quoted(file) + " -map 0:a -f s16le " + quoted(audio) +
+        " -f ffmetadata " + quoted(tags));
+    DecodedFile out{fileText(audio), threeTags(fileText(tags), "")};
+    std::filesystem::remove(audio);
+    std::filesystem::remove(tags);
+    return out;
 }
 
 std::filesystem::path corpus(const std::string& name) {

@@ -44,6 +44,13 @@ std::filesystem::path lameTone(const std::filesystem::path& folder, const std::s
 std::string ffprobeTags(const std::filesystem::path& file);
 // The decoded PCM of the file, as ffmpeg gives it.
 std::string decodedAudio(const std::filesystem::path& file);
+// Both of the above from one run of ffmpeg (its start is most of the cost of a small file): the
+// PCM, and title, artist and album from the same reading of the file's metadata as ffprobe's.
+struct DecodedFile {
+    std::string audio;
+    std::string tags;
+};
+DecodedFile decodedAudioAndTags(const std::filesystem::path& file);
 
 std::filesystem::path corpus(const std::string& name);
 // Empty when the shared tag corpus is there; otherwise the one line that says where it was looked
