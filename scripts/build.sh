@@ -12,9 +12,6 @@ shift || true
 launcher=()
 if command -v ccache > /dev/null; then
     export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
-    # The tests' precompiled header (tests/CMakeLists.txt): the cache takes the objects built
-    # with it only when the header's macros and time stamps are not held against them.
-    export CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
     launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
 fi
 cmake -S . -B "$dir" -G Ninja "${launcher[@]}" "$@" > "$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; exit 1; }
