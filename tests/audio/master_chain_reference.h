@@ -4,9 +4,9 @@
 // cheap (a dB conversion each way per frame, the EQ's state left to decay), kept here as the
 // reference the engine's output is held against. The reference's EQ is the exact filter of its
 // coefficients, worked out in double: a float filter's own rounding rings at the master chain's
-// low centre at about -65 dB, which would hide what the bound is there to see. The signals the two
-// are compared on, and the comparison, are here too, so that the effects' test and the benchmark
-// use the same ones.
+// low centre at -69 dB on a sweep, which would hide what the bound is there to see. The signals the
+// two are compared on, and the comparison, are here too, so that the effects' test and the
+// benchmark use the same ones.
 //
 // Thread contract: none; each object belongs to the thread that made it.
 
