@@ -44,24 +44,11 @@ class ParamEqEffect final : public Effect {
     struct State {
         D2 x1{}, x2{}, y1{}, y2{};
     };
-    void configure(const float (&p)[kParams]) override {
-        const float centre = std::clamp(p[0], 20.0f, kRate * 0.45f);
-        const float octaves = std::clamp(p[1], 1.0f, 36.0f) / 12.0f;
-        const float a = std::pow(10.0f, p[2] / 40.0f);
-        const float w0 = 2.0f * std::numbers::pi_v<float> * centre / kRate;
-        const float alpha =
-            std::sin(w0) * std::sinh(std::log(2.0f) / 2.0f * octaves * w0 / std::sin(w0));
-        const float a0 = 1.0f + alpha / a;
-        b0_ = (1.0f + alpha * a) / a0;
-        b1_ = -2.0f * std::cos(w0) / a0;
-        b2_ = (1.0f - alpha * a) / a0;
-        a1_ = b1_;
-        a2_ = (1.0f - alpha / a) / a0;
-    }
+    void configure(const float (&p)[kParams]) override { eq_ = peakingEqOf(p[0], p[1], p[2]); }
     void run(float* x, std::size_t frames) override {
         // The state and coefficients are held in locals for the block: written through `x`,
         // members would have to be stored and read back at every sample.
-        const double b0 = b0_, b1 = b1_, b2 = b2_, a1 = a1_, a2 = a2_;
+        const double b0 = eq_.b0, b1 = eq_.b1, b2 = eq_.b2, a1 = eq_.a1, a2 = eq_.a2;
         State s = state_;
         for (std::size_t i = 0; i < frames; ++i) {
             const D2 in{x[2 * i], x[2 * i + 1]};
@@ -85,7 +72,7 @@ class ParamEqEffect final : public Effect {
         }
         return true;
     }
-    float b0_ = 1, b1_ = 0, b2_ = 0, a1_ = 0, a2_ = 0;
+    PeakingEq eq_;
     State state_;
 };
 
@@ -451,6 +438,23 @@ void Effect::process(float* stereo, std::size_t frames) {
         }
     }
     run(stereo, frames);
+}
+
+PeakingEq peakingEqOf(float center, float bandwidth, float gain) {
+    const float centre = std::clamp(center, 20.0f, kRate * 0.45f);
+    const float octaves = std::clamp(bandwidth, 1.0f, 36.0f) / 12.0f;
+    const float a = std::pow(10.0f, gain / 40.0f);
+    const float w0 = 2.0f * std::numbers::pi_v<float> * centre / kRate;
+    const float alpha =
+        std::sin(w0) * std::sinh(std::log(2.0f) / 2.0f * octaves * w0 / std::sin(w0));
+    const float a0 = 1.0f + alpha / a;
+    PeakingEq eq;
+    eq.b0 = (1.0f + alpha * a) / a0;
+    eq.b1 = -2.0f * std::cos(w0) / a0;
+    eq.b2 = (1.0f - alpha * a) / a0;
+    eq.a1 = eq.b1;
+    eq.a2 = (1.0f - alpha / a) / a0;
+    return eq;
 }
 
 std::unique_ptr<Effect> makeEffect(std::uint32_t type) {

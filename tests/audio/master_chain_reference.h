@@ -30,25 +30,18 @@ inline constexpr DynamicAmp kMasterDamp{0.98f, 0.3f, 0.01f, 2.0f, 0.01f, -1};
 inline constexpr ParamEq kMasterEq{80.0f, 2.0f, 1.0f};
 inline constexpr Compressor kMasterCompressor{0.5f, 0.1f, 200.0f, -8.0f, 10.0f, 0.0f};
 
-// The EQ frame by frame, in the order of its formula: in float as the engine had it, or with the
-// same coefficients in double, which is the filter those coefficients make, rounding aside.
+// The EQ frame by frame, in the order of its formula, with the engine's coefficients: in float as
+// the engine had it, or in double, which is the filter those coefficients make, rounding aside.
 template <class T = float>
 class ReferenceEq {
   public:
     explicit ReferenceEq(const ParamEq& p) {
-        constexpr float kRate = static_cast<float>(kMixRate);
-        const float centre = std::clamp(p.center, 20.0f, kRate * 0.45f);
-        const float octaves = std::clamp(p.bandwidth, 1.0f, 36.0f) / 12.0f;
-        const float a = std::pow(10.0f, p.gain / 40.0f);
-        const float w0 = 2.0f * std::numbers::pi_v<float> * centre / kRate;
-        const float alpha =
-            std::sin(w0) * std::sinh(std::log(2.0f) / 2.0f * octaves * w0 / std::sin(w0));
-        const float a0 = 1.0f + alpha / a;
-        b0_ = (1.0f + alpha * a) / a0;
-        b1_ = -2.0f * std::cos(w0) / a0;
-        b2_ = (1.0f - alpha * a) / a0;
-        a1_ = b1_;
-        a2_ = (1.0f - alpha / a) / a0;
+        const PeakingEq c = peakingEqOf(p.center, p.bandwidth, p.gain);
+        b0_ = c.b0;
+        b1_ = c.b1;
+        b2_ = c.b2;
+        a1_ = c.a1;
+        a2_ = c.a2;
     }
     void process(float* x, std::size_t frames) {
         for (std::size_t i = 0; i < frames; ++i) {
