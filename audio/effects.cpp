@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "audio/db_math.h"
+#include "audio/peaking_eq.h"
 #include "audio/source.h"
 
 namespace tw::audio {

@@ -87,13 +87,6 @@ class FxChain {
     std::size_t count_ = 0;
 };
 
-// The peaking EQ's biquad (the audio EQ cookbook's), as the EQ effect takes it from its
-// parameters: y[n] = b0 x[n] + b1 x[n-1] + b2 x[n-2] - a1 y[n-1] - a2 y[n-2].
-struct PeakingEq {
-    float b0 = 1, b1 = 0, b2 = 0, a1 = 0, a2 = 0;
-};
-PeakingEq peakingEqOf(float center, float bandwidth, float gain);
-
 // A new effect of the type, with its defaults; null for a type the engine does not have.
 std::unique_ptr<Effect> makeEffect(std::uint32_t type);
 

@@ -20,6 +20,7 @@
 
 #include "audio/effects.h"
 #include "audio/engine.h"
+#include "audio/peaking_eq.h"
 #include "audio/source.h"
 
 namespace tw::audio::test {
