@@ -3,8 +3,6 @@
 #include <sys/wait.h>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "tests/testlib/temp_dir.h"
 
@@ -150,11 +148,6 @@ std::string threeTags(const std::string& out, const std::string& prefix) {
     return "title=" + title + "\nartist=" + artist + "\nalbum=" + album;
 }
 
-std::string fileText(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
 }  // namespace
 
 std::string ffprobeTags(const std::filesystem::path& file) {
@@ -174,7 +167,7 @@ DecodedFile decodedAudioAndTags(const std::filesystem::path& file) {
     const std::filesystem::path audio = file.string() + ".s16", tags = file.string() + ".tags";
     run("ffmpeg -v quiet -y -i " + quoted(file) + " -map 0:a -f s16le " + quoted(audio) +
         " -f ffmetadata " + quoted(tags));
-    DecodedFile out{fileText(audio), threeTags(fileText(tags), "")};
+    DecodedFile out{readFile(audio), threeTags(readFile(tags), "")};
     std::filesystem::remove(audio);
     std::filesystem::remove(tags);
     return out;
