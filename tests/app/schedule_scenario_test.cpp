@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <optional>
 #include <sstream>
 
 #include "autodj/rotation_file.h"
@@ -50,12 +49,14 @@ struct Switch {
 
 class ScheduleScenario : public ::testing::Test {
   protected:
+    // First of the members: the zone is set before anything reads local time and put back after
+    // the last of them is gone.
+    test::ScopedTimeZone zone_{"Europe/Berlin"};
+
     void SetUp() override {
-        zone_.emplace("Europe/Berlin");
         station_ = dir_ / "station";
         makeStation();
     }
-    void TearDown() override { zone_.reset(); }
 
     void makeStation() {
         int n = 0;
@@ -200,7 +201,6 @@ class ScheduleScenario : public ::testing::Test {
     std::map<std::string, std::string> listOfTitle_;
     std::vector<std::string> talk_;
     std::ostringstream out_;
-    std::optional<test::ScopedTimeZone> zone_;
 };
 
 TEST_F(ScheduleScenario, AWeekAcrossTheChangeToSummerTimeSwitchesAtEveryPaintedHour) {

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <optional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -19,8 +18,6 @@ namespace {
 // zone back after them.
 class ClockTest : public ::testing::Test {
   protected:
-    void SetUp() override { zone_.emplace("Europe/Berlin"); }
-    void TearDown() override { zone_.reset(); }
     // Unix microseconds of a moment given in UTC.
     static std::int64_t utcMicros(int year, int month, int day, int hour, int minute, int second) {
         std::tm tm{};
@@ -44,7 +41,7 @@ class ClockTest : public ::testing::Test {
     }
 
   private:
-    std::optional<test::ScopedTimeZone> zone_;
+    test::ScopedTimeZone zone_{"Europe/Berlin"};
 };
 
 TEST_F(ClockTest, TheVirtualClockReadsTheCalendarExactlyAtEveryMomentOfEverySecond) {

@@ -8,7 +8,6 @@
 #include <QJsonObject>
 #include <cstdlib>
 #include <filesystem>
-#include <optional>
 #include <sstream>
 #include <tuple>
 
@@ -217,9 +216,7 @@ TEST_F(NowPlayingTest, ListenersComeFromEachConnectedEncodersPoll) {
 // The zone is the process's: each case sets one and puts the old one back.
 class IsoDateTimeTest : public ::testing::TestWithParam<std::tuple<const char*, int, const char*>> {
   protected:
-    void SetUp() override { zone_.emplace(std::get<0>(GetParam())); }
-    void TearDown() override { zone_.reset(); }
-    std::optional<test::ScopedTimeZone> zone_;
+    test::ScopedTimeZone zone_{std::get<0>(GetParam())};
 };
 
 TEST_P(IsoDateTimeTest, LocalTimeCarriesTheOffsetOfItsZoneOnThatDay) {
