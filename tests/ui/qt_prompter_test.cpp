@@ -189,7 +189,11 @@ TEST_F(QtPrompterTest, WithoutADesktopViewerTheFileShowsInAReadOnlyWindowOfOurOw
     EXPECT_TRUE(viewer->isVisible());
     EXPECT_TRUE(viewer->windowTitle().startsWith("Played.log"));
     EXPECT_EQ(viewer->toPlainText().toStdString(), "first line\nlast line\n");
+    // Closed, the window is freed when the event loop next runs: a viewer opened every day of a
+    // long shift holds nothing after it is closed.
     viewer->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(prompter.ownViewer(), nullptr);
 }
 
 TEST_F(QtPrompterTest, AFileThatCannotBeReadSaysSoInTheWindow) {
@@ -199,6 +203,8 @@ TEST_F(QtPrompterTest, AFileThatCannotBeReadSaysSoInTheWindow) {
     ASSERT_NE(viewer, nullptr);
     EXPECT_TRUE(viewer->toPlainText().startsWith("This file cannot be read: "));
     viewer->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(prompter.ownViewer(), nullptr);
 }
 
 // The log viewer of our own as the operator opens it on a desktop with no program for logs: the
