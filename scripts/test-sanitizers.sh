@@ -3,12 +3,6 @@
 # touched the user's trash fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-# -O1, as the sanitizers' own documentation advises: every access is still checked, and the
-# scenarios' mixing runs several times as fast as unoptimised.
-scripts/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" \
-    -DTW_SANITIZE=ON -DTW_BUILD_BENCH=OFF
-export QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null
-export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 # Run once, in the release suite (scripts/test.sh), and not here: the Debian package's build
 # (label package: cpack and strip; the install checks, which run the programs, stay), the kill
 # soak (its processes die by SIGKILL, which no sanitizer reports on), and the long repeats of a
@@ -20,5 +14,14 @@ export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktra
 once='app_kill_soak|StationScenario\.(ADeletedTrackFile|ATrackFileEmptiedMidRun)'
 once+='|VoiceScenario\.AHundredMicrophoneOpenings|StreamScenario\..*WithTheDeadAirWatchOff'
 once+='|CueScenario\.ASweeperFiresAtItsPointWhenNothingHoldsIt|LoudnessScenario\.WithoutATarget'
+# -O1, as the sanitizers' own documentation advises: every access is still checked, and the
+# scenarios' mixing runs several times as fast as unoptimised. The short tests of a program run
+# together, 25 to a process (TW_TEST_SHARDS in tests/CMakeLists.txt): a sanitizer's start and
+# leak check cost more than most of them; the tests above run alone, so that -E leaves them out.
+scripts/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" \
+    -DTW_SANITIZE=ON -DTW_BUILD_BENCH=OFF \
+    -DTW_TEST_SHARDS=ON "-DTW_TEST_ALONE=$once"
+export QT_QPA_PLATFORM=offscreen TARNWAVE_AUDIO=null
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 scripts/trash-guard.sh run ctest --test-dir build-asan -j"$(nproc)" --output-on-failure --timeout 900 \
     -LE package -E "$once"
