@@ -46,7 +46,7 @@ TEST(TestHomeTest, EveryTestRunsInAFreshHomeOfItsOwn) {
 }
 
 // These two run one after the other in one process (test_home_one_run in CMakeLists.txt), as
-// the short tests of a sanitizer build do: the second finds none of what the first left.
+// the short tests of a shard do: the second finds none of what the first left.
 TEST(TestHomeTest, ATestLeavesFilesInItsHome) {
     ASSERT_TRUE(fs::is_empty(env("XDG_DATA_HOME")));
     fs::create_directories(fs::path(env("XDG_DATA_HOME")) / "Trash/files");

@@ -1,11 +1,12 @@
 // The test programs' main: GoogleTest's, with a home of its own for every test.
 //
 // The launcher (tests/test_env.sh.in) gives each run of a program a fresh home and names it in
-// TW_TEST_HOME. A run may hold many tests (the sanitizer builds run the short tests of a program
-// together, tests/CMakeLists.txt, TW_TEST_SHARDS), so each test gets a folder of that home with
-// the XDG data, cache and config folders inside it, named by HOME and XDG_*_HOME while the test
-// runs and removed when it ends: what one test leaves in its trash or settings is never seen by
-// the next. Without TW_TEST_HOME (a program started by hand) the environment is left alone.
+// TW_TEST_HOME. A run may hold many tests (scripts/test.sh and the sanitizer build run the short
+// tests of a program together, tests/CMakeLists.txt, TW_TEST_SHARDS), so each test gets a folder
+// of that home with the XDG data, cache and config folders inside it, named by HOME and
+// XDG_*_HOME while the test runs and removed when it ends: what one test leaves in its trash or
+// settings is never seen by the next. Without TW_TEST_HOME (a program started by hand) the
+// environment is left alone.
 //
 // Threads: the listener runs on the main thread between tests, when no test's threads should be
 // running; the environment is only changed there.
