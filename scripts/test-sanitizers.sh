@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 # soak (its processes die by SIGKILL, which no sanitizer reports on), and the long repeats of a
 # scenario whose first run, or the unit tests of the same failure, take the same code through the
 # sanitizers: the station run with a deleted or an emptied track (the picker's tests of a missing
-# and an empty file), a hundred microphone openings (ResourceScenario's ten thousand), the
+# and an empty file), a hundred microphone openings (ResourceScenario's two thousand here), the
 # stalled station with the dead-air watch off (the same station with it on), a sweeper that
 # nothing holds (one that waits for the microphone) and loudness without a target (with one).
 once='app_kill_soak|StationScenario\.(ADeletedTrackFile|ATrackFileEmptiedMidRun)'
