@@ -2,8 +2,8 @@
 # one program, with its short tests in shards of TW_SHARD_SIZE run in one process each.
 #
 # Set by the caller: TW_PROGRAM (the program's file), TW_NAME (its target name), TW_LAUNCHER,
-# TW_WORKING_DIR, TW_LIST_FILE (where the program's list of tests is kept), TW_SHARD_SIZE,
-# TW_COSTS (suite=cost;...), TW_CRITICAL (Suite.Test;...) and TW_ALONE (a regular expression).
+# TW_WORKING_DIR, TW_LIST_FILE (where the program's list of tests is kept), TW_SHARD_SIZE and
+# TW_ALONE (a regular expression); and the weights, with tests/test_weights.cmake included.
 #
 # A test runs alone, as in the other builds, when its suite has a weight (the long ones: they
 # must be free to start first), when it is on the critical path, or when its name matches
@@ -55,25 +55,12 @@ macro(tw_add_shard)
     endif()
 endmacro()
 foreach(test IN LISTS names)
-    set(cost "")
-    foreach(weight IN LISTS TW_COSTS)
-        string(REPLACE "=" ";" weight "${weight}")
-        list(GET weight 0 suite)
-        if(test MATCHES "^([^/]+/)?${suite}\\.")
-            list(GET weight 1 cost)
-        endif()
-    endforeach()
-    list(FIND TW_CRITICAL "${test}" critical)
-    if(cost OR NOT critical EQUAL -1 OR (NOT TW_ALONE STREQUAL "" AND test MATCHES "${TW_ALONE}"))
+    tw_test_weight("${test}" cost critical)
+    if(cost OR critical OR (NOT TW_ALONE STREQUAL "" AND test MATCHES "${TW_ALONE}"))
         add_test("${test}" "${TW_LAUNCHER}" "${TW_PROGRAM}" "--gtest_filter=${test}")
         set_tests_properties("${test}" PROPERTIES WORKING_DIRECTORY "${TW_WORKING_DIR}"
             SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\]")
-        if(cost)
-            set_tests_properties("${test}" PROPERTIES COST "${cost}")
-        endif()
-        if(NOT critical EQUAL -1)
-            set_tests_properties("${test}" PROPERTIES ENVIRONMENT TW_TEST_NICE=0)
-        endif()
+        tw_set_test_weight("${test}" "${cost}" ${critical})
         continue()
     endif()
     if(shard STREQUAL "")

@@ -9,20 +9,39 @@
 
 namespace tw::test {
 
-TempDir::TempDir() {
+namespace {
+
+std::filesystem::path systemTemporaryFolder() {
     const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base && *base ? base : "/tmp") + "/tarnwave-test-XXXXXX";
+    return base && *base ? base : "/tmp";
+}
+
+}  // namespace
+
+TempDir::TempDir() : TempDir(systemTemporaryFolder(), "tarnwave-test-") {}
+
+TempDir::TempDir(const std::filesystem::path& parent, const std::string& prefix) {
+    std::string pattern = (parent / (prefix + "XXXXXX")).string();
     if (!mkdtemp(pattern.data())) {
-        throw std::runtime_error("cannot create a temporary folder");
+        throw std::runtime_error("cannot create a temporary folder in " + parent.string());
     }
     path_ = pattern;
 }
 
+// The folders are opened to their owner on the way down, before the iterator enters them, so
+// that a read-only one (a test of a folder that cannot be written) goes too.
 TempDir::~TempDir() {
+    namespace fs = std::filesystem;
     std::error_code ec;
-    std::filesystem::permissions(path_, std::filesystem::perms::owner_all,
-                                 std::filesystem::perm_options::add, ec);
-    std::filesystem::remove_all(path_, ec);
+    fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ec);
+    for (auto it = fs::recursive_directory_iterator(path_, ec);
+         !ec && it != fs::recursive_directory_iterator(); it.increment(ec)) {
+        std::error_code ignored;
+        if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
+            fs::permissions(it->path(), fs::perms::owner_all, fs::perm_options::add, ignored);
+        }
+    }
+    fs::remove_all(path_, ec);
 }
 
 ScopedSurroundings::ScopedSurroundings(const std::filesystem::path& folder, const char* variable,
@@ -47,6 +66,14 @@ ScopedSurroundings::~ScopedSurroundings() {
 }
 
 ScopedHome::ScopedHome() {
+    pointHere();
+}
+
+ScopedHome::ScopedHome(const std::filesystem::path& parent) : folder_(parent, "test-") {
+    pointHere();
+}
+
+void ScopedHome::pointHere() {
     const std::pair<const char*, std::filesystem::path> places[] = {
         {"HOME", folder_.path()},
         {"XDG_DATA_HOME", folder_ / ".local/share"},

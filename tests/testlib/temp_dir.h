@@ -1,5 +1,6 @@
 #pragma once
-// A fresh folder under the system's temporary folder, removed with everything in it at the end.
+// A fresh folder under the system's temporary folder (or under a folder given), removed with
+// everything in it at the end, folders a test made read-only included.
 
 #include <filesystem>
 #include <set>
@@ -11,6 +12,8 @@ namespace tw::test {
 class TempDir {
   public:
     TempDir();
+    // A folder named `prefix` and six random characters inside `parent`.
+    TempDir(const std::filesystem::path& parent, const std::string& prefix);
     ~TempDir();
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
@@ -44,11 +47,14 @@ class ScopedSurroundings {
 // Gives the rest of a scope a home of its own in a fresh temporary folder: HOME and the XDG data,
 // cache and config folders point there, so that the desktop trash, Qt's caches and a library's
 // settings stay in the test's folder and go with it. Each variable is put back when the scope
-// ends. The test programs' launcher gives every run such a home already; this gives one to each
-// test, also when a program runs by hand.
+// ends. The test programs' launcher gives every run such a home already, and their main one to
+// each test inside it (tests/testlib/test_main.cpp); this gives one to a part of a test, also
+// when a program runs by hand.
 class ScopedHome {
   public:
     ScopedHome();
+    // The home as a folder `test-` and six random characters inside `parent`.
+    explicit ScopedHome(const std::filesystem::path& parent);
     ~ScopedHome();
     ScopedHome(const ScopedHome&) = delete;
     ScopedHome& operator=(const ScopedHome&) = delete;
@@ -58,6 +64,8 @@ class ScopedHome {
     std::filesystem::path trash() const { return folder_ / ".local/share/Trash"; }
 
   private:
+    // HOME and the XDG folders to the folder, the old values kept.
+    void pointHere();
     struct Saved {
         const char* variable;
         bool hadValue;
