@@ -18,7 +18,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr std::size_t kTapFrames = 2 * 44100;  // two seconds of the mix wait for the program
 constexpr int kHttpLimitMs = 2000;
 constexpr auto kStatsEvery = 5s;
 constexpr auto kStatsAfterConnect = 1s;
@@ -34,11 +33,9 @@ std::string base(const CastTarget& t) {
 
 }  // namespace
 
-EncoderSession::EncoderSession(Handle ch, std::uint32_t f, std::shared_ptr<ProgramGate> gate)
-    : channel(ch),
-      flags(f),
-      tap(std::make_shared<EncoderTap>(kTapFrames)),
-      gate_(std::move(gate)) {}
+EncoderSession::EncoderSession(Handle ch, std::uint32_t f, std::shared_ptr<EncoderTap> t,
+                               std::shared_ptr<ProgramGate> gate)
+    : channel(ch), flags(f), tap(std::move(t)), gate_(std::move(gate)) {}
 
 EncoderSession::~EncoderSession() {
     requestStop();

@@ -30,7 +30,8 @@ namespace tw::audio {
 
 class EncoderSession {
   public:
-    EncoderSession(Handle channel, std::uint32_t flags, std::shared_ptr<ProgramGate> gate);
+    EncoderSession(Handle channel, std::uint32_t flags, std::shared_ptr<EncoderTap> tap,
+                   std::shared_ptr<ProgramGate> gate);
     ~EncoderSession();
     EncoderSession(const EncoderSession&) = delete;
     EncoderSession& operator=(const EncoderSession&) = delete;

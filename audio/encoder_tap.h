@@ -19,8 +19,13 @@
 
 namespace tw::audio {
 
+// Two seconds of the mix wait for the program.
+inline constexpr std::size_t kEncoderTapFrames = 2 * 44100;
+
 struct EncoderTap {
-    explicit EncoderTap(std::size_t frames) : samples(frames * kMixChannels) {}
+    // On storage of `capacity` samples (ring_store.h).
+    EncoderTap(RingStorage<std::int16_t> storage, std::size_t capacity)
+        : samples(std::move(storage), capacity) {}
 
     // Audio thread: one block of interleaved 16-bit stereo, all of it or none.
     void offer(const std::int16_t* pcm, std::size_t frames) {

@@ -29,6 +29,10 @@ constexpr auto kReadAheadPoll = std::chrono::milliseconds(250);
 // Idle streams kept as they are (markIdle): more than the console ever comes back to, since it
 // forgets such a stream's handle at once (a closed microphone, a preview that ended).
 constexpr std::size_t kIdleKept = 8;
+// Ring storage kept for the next starts: of the streams' rings enough for a burst of starts and
+// seeks (8 MB at most), of the encoders' one for each encoder a station has (6 MB at most).
+constexpr std::size_t kPlayRingsKept = 8;
+constexpr std::size_t kTapRingsKept = 12;
 
 }  // namespace
 
@@ -37,7 +41,10 @@ bool MixEngine::silentByEnvironment() {
     return v && std::strcmp(v, "null") == 0;
 }
 
-MixEngine::MixEngine(EngineMode mode) : mode_(mode) {}
+MixEngine::MixEngine(EngineMode mode)
+    : mode_(mode),
+      playRings_(RingStore<float>::make(kRingFrames * kMixChannels, kPlayRingsKept)),
+      tapRings_(RingStore<std::int16_t>::make(kEncoderTapFrames * kMixChannels, kTapRingsKept)) {}
 
 MixEngine::~MixEngine() {
     bool running;
@@ -239,7 +246,7 @@ void MixEngine::attach(const std::shared_ptr<Source>& s, Target target, bool pau
     {
         std::lock_guard decodeLock(s->decodeMutex);
         old = s->ring;
-        ring = s->restartAt(s->position(), kRingFrames);
+        ring = s->restartAt(s->position(), *playRings_);
         s->fill(kStartFrames);
     }
     Command c;
@@ -284,7 +291,7 @@ bool MixEngine::seekSource(const std::shared_ptr<Source>& s, std::int64_t frame)
         {
             std::lock_guard decodeLock(s->decodeMutex);
             old = s->ring;
-            ring = s->restartAt(frame, kRingFrames);
+            ring = s->restartAt(frame, *playRings_);
             s->fill(kStartFrames);
         }
         Command c;

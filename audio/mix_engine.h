@@ -37,6 +37,7 @@
 #include "audio/output_device.h"
 #include "audio/reaper.h"
 #include "audio/record_hub.h"
+#include "audio/ring_store.h"
 #include "audio/source.h"
 #include "audio/spsc_ring.h"
 #include "audio/studio_ring.h"
@@ -304,6 +305,10 @@ class MixEngine final : public Engine, private AudioProducer {
     HandleTable<EncoderSession> encoders_{HandleKind::Encoder};
     // Programs of stopped encoders still ending: new ones wait for them.
     std::shared_ptr<ProgramGate> programs_ = std::make_shared<ProgramGate>();
+    // The storage of the streams' and the encoders' rings, handed round (ring_store.h). Any
+    // thread takes and gives back; their arrays may outlive the engine.
+    const std::shared_ptr<RingStore<float>> playRings_;
+    const std::shared_ptr<RingStore<std::int16_t>> tapRings_;
     std::string nameServers_;
     HandleTable<FxEntry> effects_{HandleKind::Fx};
     Handle mixer_ = 0;

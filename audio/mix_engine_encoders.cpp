@@ -22,7 +22,9 @@ Handle MixEngine::encodeStart(Handle channel, const std::string& commandLine, st
         fail(kErrorNotAvailable);  // only the mix goes to the air
         return 0;
     }
-    auto session = std::make_shared<EncoderSession>(channel, flags, programs_);
+    auto session = std::make_shared<EncoderSession>(
+        channel, flags, std::make_shared<EncoderTap>(tapRings_->take(), tapRings_->capacity()),
+        programs_);
     std::string error;
     if (!session->start(commandLine, error)) {
         fail(kErrorFileOpen);

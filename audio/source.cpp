@@ -36,7 +36,7 @@ Source::~Source() {
     }
 }
 
-std::shared_ptr<PlayRing> Source::restartAt(std::int64_t frame, std::size_t ringFrames) {
+std::shared_ptr<PlayRing> Source::restartAt(std::int64_t frame, RingStore<float>& store) {
     if (frame != decodePos.load(std::memory_order_relaxed)) {
         if (decoder->seek(frame)) {
             decodePos.store(frame, std::memory_order_relaxed);
@@ -50,7 +50,7 @@ std::shared_ptr<PlayRing> Source::restartAt(std::int64_t frame, std::size_t ring
     carry_.clear();
     carryPos_ = 0;
     flushed_ = false;
-    ring = std::make_shared<PlayRing>(frame, ringFrames);
+    ring = std::make_shared<PlayRing>(frame, store.take(), store.capacity());
     return ring;
 }
 

@@ -16,6 +16,7 @@
 #include "audio/effects.h"
 #include "audio/engine.h"
 #include "audio/gain.h"
+#include "audio/ring_store.h"
 #include "audio/spsc_ring.h"
 
 namespace tw::audio {
@@ -32,8 +33,9 @@ inline bool isMixFormat(std::uint32_t freq, std::uint32_t chans) {
 // The mixer-format audio of one stretch of a stream, from one position on. Every seek and every
 // (re)start gets a fresh ring, so that the callback never plays audio from before the seek.
 struct PlayRing {
-    PlayRing(std::int64_t base, std::size_t frames)
-        : samples(frames * kMixChannels), baseFrame(base) {}
+    // On storage of `capacity` samples (ring_store.h).
+    PlayRing(std::int64_t base, RingStorage<float> storage, std::size_t capacity)
+        : samples(std::move(storage), capacity), baseFrame(base) {}
 
     SpscRing<float> samples;             // interleaved stereo at 44100 Hz
     const std::int64_t baseFrame;        // the source frame the ring starts at
@@ -74,9 +76,9 @@ struct Source {
     // without it (the position never waits for a decode in progress).
     std::atomic<std::int64_t> decodePos{0};
 
-    // Opens a fresh ring at `frame`, seeking the decoder there when it is elsewhere. Returns the
-    // new ring (the old one is the caller's to retire). decodeMutex held.
-    std::shared_ptr<PlayRing> restartAt(std::int64_t frame, std::size_t ringFrames);
+    // Opens a fresh ring from `store` at `frame`, seeking the decoder there when it is elsewhere.
+    // Returns the new ring (the old one is the caller's to retire). decodeMutex held.
+    std::shared_ptr<PlayRing> restartAt(std::int64_t frame, RingStore<float>& store);
     // Decodes into the current ring until it holds `wantFrames` mixer frames, the stream is
     // complete, or the decoder has nothing for now; decodes at most `maxChunks` chunks (0: no
     // limit), so that the lock is never held long. True while there is more to do. decodeMutex

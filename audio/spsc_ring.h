@@ -6,29 +6,37 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <new>
 
 namespace tw::audio {
 
+// Where a ring's items live: an array of the ring's own, or one lent by a store of them
+// (ring_store.h), which takes it back when the ring goes.
+template <typename T>
+using RingStorage = std::unique_ptr<T[], std::function<void(T*)>>;
+
+// The capacity of a ring that holds at least `minCapacity` items: a power of two, so that an
+// index wraps with a mask instead of a division.
+inline std::size_t ringCapacity(std::size_t minCapacity) {
+    std::size_t cap = 1;
+    while (cap < minCapacity) {
+        cap <<= 1;
+    }
+    return cap;
+}
+
 template <typename T>
 class SpscRing {
   public:
-    // Construction allocates: do it off the audio thread. The capacity is rounded up to a power of
-    // two so that an index wraps with a mask instead of a division.
-    explicit SpscRing(std::size_t minCapacity) {
-        std::size_t cap = 1;
-        while (cap < minCapacity) {
-            cap <<= 1;
-        }
-        capacity_ = cap;
-        mask_ = cap - 1;
-        // Zeroed, so that every page of a ring is the process's from the start: left unset, a ring
-        // takes its pages as it is written, and the memory a station holds would follow how far
-        // each sound wrote into the rings the allocator hands round (it grew a ring at a time,
-        // long after the start).
-        data_ = std::make_unique<T[]>(cap);
-    }
+    // Construction allocates: do it off the audio thread.
+    explicit SpscRing(std::size_t minCapacity)
+        : SpscRing(ownArray(ringCapacity(minCapacity)), ringCapacity(minCapacity)) {}
+    // On lent storage of `capacity` items, a power of two, whatever it holds: the reader reads only
+    // what the writer wrote.
+    SpscRing(RingStorage<T> storage, std::size_t capacity)
+        : capacity_(capacity), mask_(capacity - 1), data_(std::move(storage)) {}
     SpscRing(const SpscRing&) = delete;
     SpscRing& operator=(const SpscRing&) = delete;
 
@@ -84,7 +92,15 @@ class SpscRing {
     alignas(64) std::atomic<std::size_t> tail_{0};
     alignas(64) std::size_t capacity_ = 0;
     std::size_t mask_ = 0;
-    std::unique_ptr<T[]> data_;
+    RingStorage<T> data_;
+
+    // Zeroed, so that every page of a ring is the process's from the start: left unset, a ring
+    // takes its pages as it is written, and the memory a station holds would follow how far each
+    // sound wrote into the rings the allocator hands round (it grew a ring at a time, long after
+    // the start).
+    static RingStorage<T> ownArray(std::size_t capacity) {
+        return RingStorage<T>(new T[capacity](), [](T* items) { delete[] items; });
+    }
 };
 
 }  // namespace tw::audio
