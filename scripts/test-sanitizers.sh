@@ -10,8 +10,11 @@ cd "$(dirname "$0")/.."
 # sanitizers: the station run with a deleted or an emptied track (the picker's tests of a missing
 # and an empty file), a hundred microphone openings (ResourceScenario's two thousand here), the
 # stalled station with the dead-air watch off (the same station with it on), a sweeper that
-# nothing holds (one that waits for the microphone) and loudness without a target (with one).
-once='app_kill_soak|StationScenario\.(ADeletedTrackFile|ATrackFileEmptiedMidRun)'
+# nothing holds (one that waits for the microphone) and loudness without a target (with one);
+# and the demo library's interrupted run, a test of the script whose only program of ours,
+# tarnwave-tag, its own tests and the station scenarios' library take through the sanitizers.
+once='app_kill_soak|scripts_demo_library_interrupt'
+once+='|StationScenario\.(ADeletedTrackFile|ATrackFileEmptiedMidRun)'
 once+='|VoiceScenario\.AHundredMicrophoneOpenings|StreamScenario\..*WithTheDeadAirWatchOff'
 once+='|CueScenario\.ASweeperFiresAtItsPointWhenNothingHoldsIt|LoudnessScenario\.WithoutATarget'
 # -O1, as the sanitizers' own documentation advises: every access is still checked, and the
