@@ -20,9 +20,9 @@
 #include "autodj/rotation_file.h"
 #include "core/dates.h"
 #include "sim/simulator.h"
-#include "tests/app/station_run.h"
 #include "tests/tags/tag_test_util.h"
 #include "tests/testlib/fake_engine.h"
+#include "tests/testlib/sanitized.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/web/http_probe.h"
 #include "web/now_playing_outputs.h"
@@ -35,7 +35,7 @@ using namespace std::chrono_literals;
 
 // A sanitizer build takes the same path through the service for a fifth of the starts: the
 // hundred took 65 s of a two-core sanitizer run, nearly all of it the station's ticks.
-constexpr int kStarts = TW_SCENARIO_SANITIZED ? 20 : 100;
+constexpr int kStarts = TW_TEST_SANITIZED ? 20 : 100;
 
 struct Start {
     std::string key;      // "Artist - Title", as Played.log has it

@@ -35,11 +35,11 @@ namespace fs = std::filesystem;
 // 100 voice tracks) in as many rounds: the same code and the same comparison of the first rounds
 // with the last, where the full count took 71 to 106 s of a two-core sanitizer run (24 s so).
 constexpr int kRounds = 100;
-constexpr int kShare = TW_SCENARIO_SANITIZED ? 5 : 1;
-constexpr int kMicPerRound = 100 / kShare;                     // 10,000 microphone openings
-constexpr int kPreviewsPerRound = 20 / kShare;                 // 2,000 previews of the take
-constexpr int kSamplesPerRound = 10 / kShare;                  // 1,000 samples
-constexpr int kTakesPerRound = TW_SCENARIO_SANITIZED ? 1 : 3;  // 300 voice tracks
+constexpr int kShare = TW_TEST_SANITIZED ? 5 : 1;
+constexpr int kMicPerRound = 100 / kShare;                 // 10,000 microphone openings
+constexpr int kPreviewsPerRound = 20 / kShare;             // 2,000 previews of the take
+constexpr int kSamplesPerRound = 10 / kShare;              // 1,000 samples
+constexpr int kTakesPerRound = TW_TEST_SANITIZED ? 1 : 3;  // 300 voice tracks
 constexpr int kTrackNames = 40;  // names repeat: a track is saved over an older one
 
 struct Resources {
@@ -232,7 +232,7 @@ TEST_F(ResourceScenario, TenThousandMicrophoneOpeningsAndThousandsOfPreviewsKeep
             << "the engine's live handles stay flat; at the end of round "
             << kWarmUp + 1 + static_cast<int>(i) << ": " << seen[i].text;
     }
-    if (!TW_SCENARIO_SANITIZED) {
+    if (!TW_TEST_SANITIZED) {
         // Each figure holds the rings live at its moment (a megabyte each: the players' as they
         // hand over, and those the audio thread has not yet let go), and which of those states
         // the twenty rounds at either end meet depends on the machine's timeline: a ring more

@@ -209,7 +209,7 @@ TEST_F(ScheduleScenario, AWeekAcrossTheChangeToSummerTimeSwitchesAtEveryPaintedH
     // and the 3 o'clock one comes an hour after the 1 o'clock one.
     // Under a sanitizer the night of the change only, from Saturday's 22 o'clock cell to past
     // Sunday's 6 o'clock one: a week there costs minutes, two days 29 s.
-    if (TW_SCENARIO_SANITIZED) {
+    if (TW_TEST_SANITIZED) {
         judge(core::dateSerial(2027, 3, 27) + core::timeSerial(22, 0, 4), 8);
     } else {
         judge(core::dateSerial(2027, 3, 25) + core::timeSerial(12, 0, 4), 7 * 24);
@@ -219,7 +219,7 @@ TEST_F(ScheduleScenario, AWeekAcrossTheChangeToSummerTimeSwitchesAtEveryPaintedH
 TEST_F(ScheduleScenario, TheHourThatComesTwiceInAutumnSwitchesOnce) {
     // Berlin goes from 03:00 back to 02:00 on Sunday 31 October 2027. Under a sanitizer the
     // night of the change only, as above (two days took 27 s there).
-    if (TW_SCENARIO_SANITIZED) {
+    if (TW_TEST_SANITIZED) {
         judge(core::dateSerial(2027, 10, 30) + core::timeSerial(22, 0, 4), 9);
     } else {
         judge(core::dateSerial(2027, 10, 30) + core::timeSerial(12, 0, 4), 2 * 24);

@@ -202,7 +202,7 @@ double scenarioHours() {
             return hours;
         }
     }
-    return TW_SCENARIO_SANITIZED ? 2.0 : 24.0;
+    return TW_TEST_SANITIZED ? 2.0 : 24.0;
 }
 
 }  // namespace tw::test

@@ -14,19 +14,8 @@
 #include "audio/mix_engine.h"
 #include "core/dates.h"
 #include "sim/simulator.h"
+#include "tests/testlib/sanitized.h"
 #include "tests/testlib/temp_dir.h"
-
-// Under a sanitizer memory and time figures mean nothing: the scenarios measure less then.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define TW_SCENARIO_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define TW_SCENARIO_SANITIZED 1
-#endif
-#endif
-#ifndef TW_SCENARIO_SANITIZED
-#define TW_SCENARIO_SANITIZED 0
-#endif
 
 namespace tw::test {
 

@@ -136,7 +136,7 @@ TEST_F(StationScenario, ADayOnTheAirStartsLogsAndPlansEveryTrackWithoutSilence) 
     const auto silences = run_->silences(0.5);
     EXPECT_TRUE(silences.empty()) << "digital silence in the mix:\n" << joined(silences);
 
-    if (!TW_SCENARIO_SANITIZED) {
+    if (!TW_TEST_SANITIZED) {
         EXPECT_LE(last - hourOne, 5 * 1024)
             << "hour 1: " << hourOne << " kB, end: " << last << " kB";
     }
@@ -208,7 +208,7 @@ TEST_F(StationScenario, ADayOnTheAirStartsLogsAndPlansEveryTrackWithoutSilence) 
 TEST_F(StationScenario, ADeletedCategoryLeavesTheRotationAndTheStationOnTheAir) {
     // On the air for a while first: an hour, or ten minutes under a sanitizer (the day scenario
     // takes the hours on the air through it).
-    run_->advance(TW_SCENARIO_SANITIZED ? 600 : test::kScenarioHour);
+    run_->advance(TW_TEST_SANITIZED ? 600 : test::kScenarioHour);
     // The operator deletes the category of the rotation's third row on the library screen. (A
     // folder taken away behind the console's back goes unnoticed: the category lists are only
     // read again by the library's own actions.)

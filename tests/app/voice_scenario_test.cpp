@@ -215,7 +215,7 @@ TEST_F(VoiceScenario, AHundredMicrophoneOpeningsAndTwentyVoiceTracksKeepTheStati
         ++tracks;
     }
     EXPECT_EQ(tracks, 20);
-    if (!TW_SCENARIO_SANITIZED) {
+    if (!TW_TEST_SANITIZED) {
         EXPECT_LE(after - before, 4 * 1024) << "VmRSS " << before << " kB, then " << after << " kB";
     }
     std::cout << "[ figures  ] 100 microphone openings, 20 voice tracks, " << run_->starts()
