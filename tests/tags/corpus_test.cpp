@@ -8,6 +8,7 @@
 #include "tags/field_names.h"
 #include "tags/id3_tag.h"
 #include "tests/tags/tag_test_util.h"
+#include "tests/testlib/sanitized.h"
 #include "tests/testlib/temp_dir.h"
 
 namespace tw::tags {
@@ -370,10 +371,43 @@ std::pair<std::size_t, std::size_t> audioRange(const std::string& d) {
     return {std::min(start, end), end};
 }
 
+// The file `copy` of the corpus file `f` updated by the writer, its audio bytes carried over
+// verbatim, and read back by our reader: whether the reader finds the new title (on files that
+// ffmpeg does not decode, a tag the writer left in place may come first). Beside the sanitizer,
+// the checks are on the bytes; a refused file is left as it was.
+bool writesTitleKeepingTheAudioBytes(const std::filesystem::path& f,
+                                     const std::filesystem::path& copy) {
+    const std::string oldBytes = test::readFile(copy);
+    clsID3 tag;
+    tag.filename(copy.string());
+    tag.title("New title");
+    tag.Artist("New artist");
+    tag.Album("New album");
+    tag.UpdateID3Tags();
+    if (!tag.lastWriteError().empty()) {
+        EXPECT_EQ(test::readFile(copy), oldBytes) << "a refused file is left as it was: " << f;
+        return false;
+    }
+    const std::string newBytes = test::readFile(copy);
+    const auto [oldStart, oldEnd] = audioRange(oldBytes);
+    const auto [newStart, newEnd] = audioRange(newBytes);
+    const std::string audio = oldBytes.substr(oldStart, oldEnd - oldStart);
+    EXPECT_TRUE(newBytes.compare(newStart, audio.size(), audio) == 0)
+        << "audio bytes changed: " << f;
+    clsID3 again;
+    again.filename(copy.string());
+    return again.title() == "New title";
+}
+
 // Every MPEG file of the corpus, updated: ffmpeg reads the new title, artist and album, the
 // audio bytes are carried over verbatim, and they decode to the same samples. Where the original
 // ends in a cut-off frame, a decoder reads into whatever follows it; there the new file must
 // decode like the original audio followed by the same new tail.
+//
+// Under a sanitizer the writer and our reader run on every MPEG file of the corpus, ffmpeg's
+// among them, and the audio bytes are compared; what ffmpeg makes of the files, which does not
+// depend on how our code was built, is left to the release suite (three runs of ffmpeg a file
+// took 58 s of a two-core sanitizer run).
 TEST(CorpusWriterTest, UpdatedFilesKeepTheirAudio) {
     TW_SKIP_WITHOUT_CORPUS();
     test::TempDir dir;
@@ -386,6 +420,11 @@ TEST(CorpusWriterTest, UpdatedFilesKeepTheirAudio) {
         }
         const auto copy = dir / f.filename().string();
         std::filesystem::copy_file(f, copy);
+        if (TW_TEST_SANITIZED) {
+            checked += writesTitleKeepingTheAudioBytes(f, copy);
+            std::filesystem::remove(copy);
+            continue;
+        }
         const std::string before = test::decodedAudio(copy);
         if (before.empty()) {
             std::filesystem::remove(copy);
