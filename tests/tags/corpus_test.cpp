@@ -371,32 +371,42 @@ std::pair<std::size_t, std::size_t> audioRange(const std::string& d) {
     return {std::min(start, end), end};
 }
 
-// The file `copy` of the corpus file `f` updated by the writer, its audio bytes carried over
-// verbatim, and read back by our reader: whether the reader finds the new title (on files that
-// ffmpeg does not decode, a tag the writer left in place may come first). Beside the sanitizer,
-// the checks are on the bytes; a refused file is left as it was.
-bool writesTitleKeepingTheAudioBytes(const std::filesystem::path& f,
-                                     const std::filesystem::path& copy) {
-    const std::string oldBytes = test::readFile(copy);
+// A file updated by the writer with a new title, artist and album: its bytes before and after,
+// where its audio ends before and starts after, and the writer's error.
+struct Updated {
+    std::string oldBytes, newBytes, audio, error;
+    std::size_t oldEnd = 0, newStart = 0;
+
+    // The audio bytes are carried over verbatim.
+    bool keptAudioBytes() const { return newBytes.compare(newStart, audio.size(), audio) == 0; }
+    // The original up to the end of its audio, followed by the updated file's tail.
+    std::string originalWithNewTail() const {
+        return oldBytes.substr(0, oldEnd) + newBytes.substr(newStart + audio.size());
+    }
+};
+
+Updated updateTags(const std::filesystem::path& file) {
+    Updated u;
+    u.oldBytes = test::readFile(file);
     clsID3 tag;
-    tag.filename(copy.string());
+    tag.filename(file.string());
     tag.title("New title");
     tag.Artist("New artist");
     tag.Album("New album");
     tag.UpdateID3Tags();
-    if (!tag.lastWriteError().empty()) {
-        EXPECT_EQ(test::readFile(copy), oldBytes) << "a refused file is left as it was: " << f;
-        return false;
-    }
-    const std::string newBytes = test::readFile(copy);
-    const auto [oldStart, oldEnd] = audioRange(oldBytes);
-    const auto [newStart, newEnd] = audioRange(newBytes);
-    const std::string audio = oldBytes.substr(oldStart, oldEnd - oldStart);
-    EXPECT_TRUE(newBytes.compare(newStart, audio.size(), audio) == 0)
-        << "audio bytes changed: " << f;
-    clsID3 again;
-    again.filename(copy.string());
-    return again.title() == "New title";
+    u.error = tag.lastWriteError();
+    u.newBytes = test::readFile(file);
+    const auto [oldStart, oldEnd] = audioRange(u.oldBytes);
+    u.audio = u.oldBytes.substr(oldStart, oldEnd - oldStart);
+    u.oldEnd = oldEnd;
+    u.newStart = audioRange(u.newBytes).first;
+    return u;
+}
+
+std::string titleOf(const std::filesystem::path& file) {
+    clsID3 tag;
+    tag.filename(file.string());
+    return tag.title();
 }
 
 // Every MPEG file of the corpus, updated: ffmpeg reads the new title, artist and album, the
@@ -404,10 +414,12 @@ bool writesTitleKeepingTheAudioBytes(const std::filesystem::path& f,
 // ends in a cut-off frame, a decoder reads into whatever follows it; there the new file must
 // decode like the original audio followed by the same new tail.
 //
-// Under a sanitizer the writer and our reader run on every MPEG file of the corpus, ffmpeg's
-// among them, and the audio bytes are compared; what ffmpeg makes of the files, which does not
-// depend on how our code was built, is left to the release suite (three runs of ffmpeg a file
-// took 58 s of a two-core sanitizer run).
+// Under a sanitizer the writer and our reader run on every MPEG file of the corpus, those that
+// ffmpeg does not decode among them: the audio bytes are compared, a refused file must be left
+// as it was, and more than 80 must read back with the new title (on a file that ffmpeg does not
+// decode, a tag the writer left in place may come first). What ffmpeg makes of the files, which
+// does not depend on how our code was built, is left to the release suite: three runs of ffmpeg
+// a file took 58 s of a two-core sanitizer run.
 TEST(CorpusWriterTest, UpdatedFilesKeepTheirAudio) {
     TW_SKIP_WITHOUT_CORPUS();
     test::TempDir dir;
@@ -421,7 +433,13 @@ TEST(CorpusWriterTest, UpdatedFilesKeepTheirAudio) {
         const auto copy = dir / f.filename().string();
         std::filesystem::copy_file(f, copy);
         if (TW_TEST_SANITIZED) {
-            checked += writesTitleKeepingTheAudioBytes(f, copy);
+            const Updated u = updateTags(copy);
+            if (u.error.empty()) {
+                EXPECT_TRUE(u.keptAudioBytes()) << "audio bytes changed: " << f;
+                checked += titleOf(copy) == "New title";
+            } else {
+                EXPECT_EQ(u.newBytes, u.oldBytes) << "a refused file is left as it was: " << f;
+            }
             std::filesystem::remove(copy);
             continue;
         }
@@ -430,33 +448,20 @@ TEST(CorpusWriterTest, UpdatedFilesKeepTheirAudio) {
             std::filesystem::remove(copy);
             continue;  // nothing ffmpeg can decode
         }
-        const std::string oldBytes = test::readFile(copy);
-        clsID3 tag;
-        tag.filename(copy.string());
-        tag.title("New title");
-        tag.Artist("New artist");
-        tag.Album("New album");
-        tag.UpdateID3Tags();
-        EXPECT_EQ(tag.lastWriteError(), "") << f;
+        const Updated u = updateTags(copy);
+        EXPECT_EQ(u.error, "") << f;
         const test::DecodedFile updated = test::decodedAudioAndTags(copy);
         EXPECT_EQ(updated.tags, "title=New title\nartist=New artist\nalbum=New album") << f;
-        const std::string newBytes = test::readFile(copy);
-        const auto [oldStart, oldEnd] = audioRange(oldBytes);
-        const auto [newStart, newEnd] = audioRange(newBytes);
-        const std::string audio = oldBytes.substr(oldStart, oldEnd - oldStart);
-        EXPECT_TRUE(newBytes.compare(newStart, audio.size(), audio) == 0)
-            << "audio bytes changed: " << f;
+        EXPECT_TRUE(u.keptAudioBytes()) << "audio bytes changed: " << f;
         const std::string& after = updated.audio;
         if (after != before) {
             ++tailDecoded;
             const auto reference = dir / "reference.mp3";
-            test::writeFile(reference,
-                            oldBytes.substr(0, oldEnd) + newBytes.substr(newStart + audio.size()));
+            test::writeFile(reference, u.originalWithNewTail());
             EXPECT_TRUE(test::decodedAudio(reference) == after) << "audio changed: " << f;
             std::filesystem::remove(reference);
         }
-        tag.filename(copy.string());
-        EXPECT_EQ(tag.title(), "New title") << f;
+        EXPECT_EQ(titleOf(copy), "New title") << f;
         std::filesystem::remove(copy);
         ++checked;
     }
