@@ -1,17 +1,7 @@
 #include "audio/ring_store.h"
 
+#include <sanitizer/asan_interface.h>  // its macros do nothing without AddressSanitizer
 #include <sys/mman.h>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define TW_ADDRESS_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TW_ADDRESS_SANITIZER 1
-#endif
-#endif
-#if defined(TW_ADDRESS_SANITIZER)
-#include <sanitizer/asan_interface.h>
-#endif
 
 namespace tw::audio {
 
@@ -27,16 +17,12 @@ void unmapPages(void* pages, std::size_t bytes) {
     ::munmap(pages, bytes);
 }
 
-void poisonPages([[maybe_unused]] const void* pages, [[maybe_unused]] std::size_t bytes) {
-#if defined(TW_ADDRESS_SANITIZER)
+void poisonPages(const void* pages, std::size_t bytes) {
     ASAN_POISON_MEMORY_REGION(pages, bytes);
-#endif
 }
 
-void unpoisonPages([[maybe_unused]] const void* pages, [[maybe_unused]] std::size_t bytes) {
-#if defined(TW_ADDRESS_SANITIZER)
+void unpoisonPages(const void* pages, std::size_t bytes) {
     ASAN_UNPOISON_MEMORY_REGION(pages, bytes);
-#endif
 }
 
 }  // namespace tw::audio
