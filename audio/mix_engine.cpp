@@ -19,6 +19,12 @@ constexpr std::size_t kRingFrames = 1 << 17;  // 2.97 s at 44100 Hz
 constexpr std::size_t kReadAheadFrames = 2 * kMixRate + kMixRate / 2;
 // Filled at once when a stream starts, so that the first block is not silence.
 constexpr std::size_t kStartFrames = 8192;
+// Offline with the read-ahead worker, render() wakes it when a ring holds less than this: a
+// second under the worker's mark, so that it wakes about once a second of audio.
+constexpr std::size_t kAheadLowFrames = kReadAheadFrames - kMixRate;
+// A few chunks at a time per lock, so that a console call on the same stream (a seek, a start)
+// never waits behind a long decode.
+constexpr std::size_t kChunksPerLock = 4;
 // The event worker wakes for news (an end, a queued sync, commands taken); this is only its
 // longest sleep, after which it frees what the audio thread let go in the meantime.
 constexpr auto kEventPoll = std::chrono::milliseconds(1000);
@@ -79,13 +85,15 @@ bool MixEngine::init(int device, std::uint32_t, std::uint32_t) {
     }
     initialised_ = true;
     scratch_.assign(kMaxBlockFrames * kMixChannels, 0.0f);
+    if (mode_ != EngineMode::Offline || offlineAhead_) {
+        readAhead_ = std::jthread([this](std::stop_token stop) {
+            nameThisThread("tw-readahead");
+            readAheadLoop(stop);
+        });
+    }
     if (mode_ == EngineMode::Offline) {
         return ok();
     }
-    readAhead_ = std::jthread([this](std::stop_token stop) {
-        nameThisThread("tw-readahead");
-        readAheadLoop(stop);
-    });
     eventWorker_ = std::jthread([this](std::stop_token stop) {
         nameThisThread("tw-events");
         eventLoop(stop);
@@ -114,6 +122,15 @@ void MixEngine::stopThreads() {
         news_.ring();
         eventWorker_.join();
     }
+}
+
+bool MixEngine::decodeAhead() {
+    std::lock_guard lock(mutex_);
+    if (mode_ != EngineMode::Offline || initialised_) {
+        return fail(mode_ != EngineMode::Offline ? kErrorNotAvailable : kErrorAlready);
+    }
+    offlineAhead_ = true;
+    return ok();
 }
 
 bool MixEngine::free() {
@@ -422,9 +439,6 @@ void MixEngine::fillAll(std::size_t frames) {
         std::lock_guard fillLock(fillMutex_);
         list = fillList_;
     }
-    // A few chunks at a time per lock, so that a console call on the same stream (a seek, a
-    // start) never waits behind a long decode.
-    constexpr std::size_t kChunksPerLock = 4;
     for (auto& s : list) {
         for (bool more = true; more;) {
             std::lock_guard decodeLock(s->decodeMutex);
@@ -439,6 +453,41 @@ void MixEngine::readAheadLoop(std::stop_token stop) {
         std::unique_lock lock(fillMutex_);
         fillWake_.wait_for(lock, stop, kReadAheadPoll, [this] { return fillAsked_; });
         fillAsked_ = false;
+        passAsked_.store(false, std::memory_order_relaxed);
+    }
+}
+
+void MixEngine::askFill() {
+    {
+        std::lock_guard fillLock(fillMutex_);
+        fillAsked_ = true;
+    }
+    fillWake_.notify_all();
+}
+
+void MixEngine::topUp(std::size_t frames) {
+    {
+        std::lock_guard fillLock(fillMutex_);
+        topUpList_ = fillList_;
+    }
+    bool low = false;
+    for (const auto& s : topUpList_) {
+        // Only this thread, the console's, replaces a stream's ring: it may read it unlocked.
+        const PlayRing* r = s->ring.get();
+        if (r == nullptr || r->complete.load(std::memory_order_acquire)) {
+            continue;
+        }
+        const std::size_t held = r->samples.readable() / kMixChannels;
+        if (held < frames) {
+            for (bool more = true; more;) {
+                std::lock_guard decodeLock(s->decodeMutex);
+                more = s->fill(std::max(frames, kStartFrames), kChunksPerLock);
+            }
+        }
+        low = low || held < kAheadLowFrames;
+    }
+    if (low && !passAsked_.exchange(true, std::memory_order_relaxed)) {
+        askFill();
     }
 }
 
@@ -465,7 +514,11 @@ bool MixEngine::render(std::size_t frames, float* out, float* bus) {
     for (std::size_t off = 0; off < frames; off += kMaxBlockFrames) {
         const std::size_t n = std::min(kMaxBlockFrames, frames - off);
         pullCapture(n);
-        fillAll(std::max(n, kStartFrames));
+        if (readAhead_.joinable()) {  // started and joined on this thread, the console's
+            topUp(n);
+        } else {
+            fillAll(std::max(n, kStartFrames));
+        }
         core_.render(out ? out + off * kMixChannels : scratch_.data(), n,
                      bus ? bus + off * kMixChannels : nullptr);
         std::vector<std::shared_ptr<void>> expired;

@@ -9,8 +9,11 @@
 //   - the read-ahead worker decodes into each playing stream's ring, at least 2 s ahead;
 //   - the event worker turns ends into syncs, frees AUTOFREE streams and delivers sync callbacks;
 //   - each stream address has a fetch thread of its own.
-// Offline there is neither audio thread nor workers: render() decodes, mixes and delivers the
-// syncs itself, so a test gets the same samples every time.
+// Offline there is neither audio thread nor event worker: render() mixes and delivers the syncs
+// itself, so a test gets the same samples every time. It decodes too, unless decodeAhead() gave
+// it a read-ahead worker (the simulator, whose decoding then runs beside its mixing): render()
+// then decodes only what a ring still lacks for the block it mixes, and the samples are the same
+// as without the worker.
 //
 // Encoders run outside programs fed from the mix through taps the callback writes (never waits);
 // each encoder has its own shuttle and control threads (encoder_session.h), and ends on the
@@ -64,6 +67,11 @@ class MixEngine final : public Engine, private AudioProducer {
     // Syncs caused by this stretch are delivered before it returns. False when the engine is not
     // offline or not initialised.
     bool render(std::size_t frames, float* out = nullptr, float* bus = nullptr);
+
+    // Offline only, console thread, before init(): a read-ahead worker keeps every playing
+    // stream's ring filled ahead (as with a device) while render() mixes. False once initialised
+    // or when the engine is not offline.
+    bool decodeAhead();
 
     // Offline only, owner's thread: the three steps of render(), for measuring the audio callback
     // alone. prefill() is the read-ahead worker's part; mixBlock() is exactly what the device's
@@ -289,6 +297,11 @@ class MixEngine final : public Engine, private AudioProducer {
     void eventLoop(std::stop_token stop);
     // Read-ahead worker, or offline the owner's thread; without mutex_.
     void fillAll(std::size_t frames);
+    // Offline with the read-ahead worker, the owner's thread, without mutex_: decodes what a
+    // ring lacks of the next `frames` frames, and wakes the worker when one runs low.
+    void topUp(std::size_t frames);
+    // Asks the read-ahead worker for a pass now; any thread but the worker, without fillMutex_.
+    void askFill();
     // Console thread, without mutex_ (the event worker takes it).
     void stopThreads();
 
@@ -325,6 +338,11 @@ class MixEngine final : public Engine, private AudioProducer {
     std::condition_variable_any fillWake_;
     bool fillAsked_ = false;  // a stream started: top its ring up now
     std::vector<std::shared_ptr<Source>> fillList_;
+    bool offlineAhead_ = false;  // under mutex_; set before init (decodeAhead)
+    // Offline with the worker: a pass has been asked for since the worker's last one began, so
+    // that render() does not ring again at every block while the worker catches up.
+    std::atomic<bool> passAsked_{false};
+    std::vector<std::shared_ptr<Source>> topUpList_;  // topUp()'s copy of fillList_, its thread
 
     SpscRing<Command> commands_{4096};
     SpscRing<Event> events_{1024};
@@ -338,13 +356,7 @@ class MixEngine final : public Engine, private AudioProducer {
     int recordDevice_ = -1;  // the initialised device, -1 none
     std::vector<bool> inputOff_;
     float inputVolume_ = 1.0f;
-    RecordHub hub_{[this] {
-        {
-            std::lock_guard fillLock(fillMutex_);
-            fillAsked_ = true;
-        }
-        fillWake_.notify_all();
-    }};
+    RecordHub hub_{[this] { askFill(); }};
     std::unique_ptr<CaptureStream> captureStream_;  // declared after the hub it delivers to
     int captureStreamDevice_ = -1;
 

@@ -155,6 +155,9 @@ Simulator::Simulator(std::string station, core::DateValue start,
     : Simulator(std::move(station), start,
                 std::unique_ptr<audio::Engine>(offlineEngine.release())) {
     mix_ = static_cast<audio::MixEngine*>(engine_.get());
+    // Decoding on a worker beside the mixing: a simulated week takes two processors' time, not
+    // the sum of both on one; the samples are the same.
+    mix_->decodeAhead();
     busBlock_.resize(kBlockFrames * kChannels);
     render_ = offlineRenderer([this](std::size_t frames) {
         renderMix(frames);

@@ -1,0 +1,182 @@
+// An offline engine with the read-ahead worker (decodeAhead, as the simulator runs it) renders the
+// same samples and delivers the same syncs, at the same blocks, as one that decodes inline: over
+// resampled and native streams, starts, seeks, pauses, removals and ends, with the console's
+// calls between the blocks while the worker decodes beside them.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "audio/mix_engine.h"
+#include "tests/audio/audio_fixtures.h"
+#include "tests/testlib/temp_dir.h"
+
+namespace tw::audio::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The files the run plays: an MP3 at 22050 Hz mono (decoded and resampled), a WAV at the mix's
+// own rate and a WAV at 48000 Hz stereo (resampled on both channels).
+struct Material {
+    tw::test::TempDir dir;
+    fs::path mono, native, stereo48;
+
+    Material() {
+        writeWav(dir / "mono.wav", sine(22050, 1, 440.0, 0.5, 22050 * 14));
+        mono = dir / "mono.mp3";
+        encodeMp3(dir / "mono.wav", mono, "--quiet -m m -b 48");
+        native = dir / "native.wav";
+        writeWav(native, ramp(44100, 2, 44100 * 9));
+        stereo48 = dir / "stereo48.wav";
+        writeWav(stereo48, sine(48000, 2, 1000.0, 0.25, 48000 * 6));
+    }
+};
+
+// What a run gave: the card's output, the mixer bus, and each sync with the block it came in.
+struct Rendered {
+    std::vector<float> out, bus;
+    std::vector<std::string> syncs;
+};
+
+class Player {
+  public:
+    explicit Player(bool ahead) {
+        if (ahead) {
+            EXPECT_TRUE(engine_.decodeAhead());
+        }
+        EXPECT_TRUE(engine_.init(-1, 44100, 0));
+        mixer_ = engine_.mixerStreamCreate(44100, 2, 0);
+        EXPECT_TRUE(engine_.channelPlay(mixer_, false));
+    }
+    Handle add(const fs::path& file, const std::string& name, std::uint32_t flags = 0) {
+        const Handle h = engine_.streamCreateFile(file.string(), 0, 0, kStreamDecode);
+        EXPECT_NE(h, 0u);
+        engine_.channelSetSync(h, kSyncEnd, 0, [this, name](Handle, Handle, std::uint32_t) {
+            run_.syncs.push_back(name + " ended in block " + std::to_string(blocks_));
+        });
+        EXPECT_TRUE(engine_.mixerAddChannel(mixer_, h, flags));
+        return h;
+    }
+    // Blocks of the simulator's size (4096 frames) and, between them, an odd one.
+    void render(std::size_t blocks) {
+        for (std::size_t i = 0; i < blocks; ++i) {
+            const std::size_t frames = i % 7 == 3 ? 1000 : 4096;
+            const std::size_t at = run_.out.size();
+            run_.out.resize(at + frames * 2);
+            run_.bus.resize(at + frames * 2);
+            ASSERT_TRUE(engine_.render(frames, run_.out.data() + at, run_.bus.data() + at));
+            ++blocks_;
+        }
+    }
+    MixEngine& engine() { return engine_; }
+    Rendered finish() {
+        engine_.free();
+        return std::move(run_);
+    }
+
+  private:
+    MixEngine engine_{EngineMode::Offline};
+    Handle mixer_ = 0;
+    Rendered run_;
+    std::size_t blocks_ = 0;
+};
+
+Rendered play(const Material& m, bool ahead) {
+    Player p(ahead);
+    MixEngine& e = p.engine();
+    const Handle mono = p.add(m.mono, "mono");
+    p.render(40);
+    // The worker gets time to run far ahead here, and none elsewhere.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const Handle native = p.add(m.native, "native");
+    p.render(25);
+    EXPECT_TRUE(
+        e.channelSetPosition(mono, static_cast<std::uint64_t>(e.channelSeconds2Bytes(mono, 9.5))));
+    p.render(10);
+    EXPECT_TRUE(e.channelSetPosition(native, 0));
+    p.render(3);
+    e.mixerChannelFlags(native, kMixerPause, kMixerPause);
+    const Handle stereo48 = p.add(m.stereo48, "stereo48");
+    p.render(30);
+    e.mixerChannelFlags(native, 0, kMixerPause);
+    EXPECT_TRUE(e.mixerChannelRemove(stereo48));
+    p.render(20);
+    e.streamFree(stereo48);
+    // Every stream to its end.
+    p.render(120);
+    return p.finish();
+}
+
+TEST(DecodeAheadTest, RendersTheSameSamplesAndSyncsAsDecodingInline) {
+    const Material m;
+    const Rendered decodedInline = play(m, false);
+    const Rendered ahead = play(m, true);
+    ASSERT_EQ(ahead.out.size(), decodedInline.out.size());
+    EXPECT_EQ(
+        std::memcmp(ahead.out.data(), decodedInline.out.data(), ahead.out.size() * sizeof(float)),
+        0);
+    EXPECT_EQ(
+        std::memcmp(ahead.bus.data(), decodedInline.bus.data(), ahead.bus.size() * sizeof(float)),
+        0);
+    EXPECT_EQ(ahead.syncs, decodedInline.syncs);
+    // All three ended (the removed stream stops without one), and there was sound.
+    EXPECT_EQ(decodedInline.syncs.size(), 2u);
+    EXPECT_GT(rms(decodedInline.bus, 0, 0, decodedInline.bus.size() / 2), 0.05);
+}
+
+// How many of this process's threads are read-ahead workers.
+long workers() {
+    long n = 0;
+    for (const auto& task : fs::directory_iterator("/proc/self/task")) {
+        std::ifstream in(task.path() / "comm");
+        std::string name;
+        std::getline(in, name);
+        n += name == "tw-readahead";
+    }
+    return n;
+}
+
+// The count once it is `expected`, or after 5 s (a new thread names itself when it runs).
+long workersOnceThere(long expected) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (workers() != expected && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return workers();
+}
+
+TEST(DecodeAheadTest, OnlyAnOfflineEngineNotYetStartedTakesTheWorker) {
+    ASSERT_EQ(workers(), 0);
+    {
+        MixEngine offline(EngineMode::Offline);
+        ASSERT_TRUE(offline.decodeAhead());
+        EXPECT_EQ(workers(), 0);
+        ASSERT_TRUE(offline.init(-1, 44100, 0));
+        EXPECT_EQ(workersOnceThere(1), 1);
+        EXPECT_FALSE(offline.decodeAhead());
+        EXPECT_EQ(offline.errorGetCode(), kErrorAlready);
+        ASSERT_TRUE(offline.free());
+        EXPECT_EQ(workers(), 0);
+    }
+    {
+        // Without it an offline engine has no thread of its own.
+        MixEngine offline(EngineMode::Offline);
+        ASSERT_TRUE(offline.init(-1, 44100, 0));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_EQ(workers(), 0);
+    }
+    MixEngine device(EngineMode::SilentDevice);
+    EXPECT_FALSE(device.decodeAhead());
+    EXPECT_EQ(device.errorGetCode(), kErrorNotAvailable);
+}
+
+}  // namespace
+}  // namespace tw::audio::test
