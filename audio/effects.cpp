@@ -108,6 +108,11 @@ class CompressorEffect final : public Effect {
         gate_ = threshold_ <= kFloorDb ? -1.0f : dbToGain(threshold_);
     }
     void run(float* x, std::size_t frames) override {
+        if (delay_ == 0) {
+            // Without look-ahead the line is only kept, for a look-ahead set later: the whole
+            // block at once rather than in the control steps' pieces.
+            keep(x, frames);
+        }
         for (std::size_t at = 0; at < frames; at += kControl) {
             runControl(x + 2 * at, std::min(kControl, frames - at));
         }
@@ -214,22 +219,32 @@ class CompressorEffect final : public Effect {
                              : 0.0f;
         }
     }
+    // Writes the frames into the delay line as emit() would, without giving any back.
+    void keep(const float* x, std::size_t frames) {
+        if (frames > kMaxDelay) {
+            // Only the last kMaxDelay frames would stay in the line.
+            pos_ = (pos_ + frames - kMaxDelay) % kMaxDelay;
+            x += 2 * (frames - kMaxDelay);
+            frames = kMaxDelay;
+        }
+        const std::size_t first = std::min(frames, kMaxDelay - pos_);
+        std::copy(x, x + 2 * first, line_.data() + 2 * pos_);
+        std::copy(x + 2 * first, x + 2 * frames, line_.data());
+        pos_ = (pos_ + frames) % kMaxDelay;
+    }
     // The delay line takes each frame and gives back the frame of `delay` frames ago, times its
-    // gain. Without look-ahead that is the frame itself (the line is still written, so that a
-    // look-ahead set later starts from the sound that went before). The line and its place are
-    // in locals: written through `x`, members would be stored and read back at every frame.
+    // gain. Without look-ahead that is the frame itself (run() has kept the block in the line
+    // already, so that a look-ahead set later starts from the sound that went before). The line
+    // and its place are in locals: written through `x`, members would be stored and read back at
+    // every frame.
     void emit(float* x, std::size_t frames, const float* gains) {
-        float* line = line_.data();
-        std::size_t pos = pos_;
         const std::size_t delay = delay_;
         if (delay == 0) {
-            const std::size_t first = std::min(frames, kMaxDelay - pos);
-            std::copy(x, x + 2 * first, line + 2 * pos);
-            std::copy(x + 2 * first, x + 2 * frames, line);
-            pos_ = (pos + frames) % kMaxDelay;
             scaleFrames(x, frames, gains);
             return;
         }
+        float* line = line_.data();
+        std::size_t pos = pos_;
         for (std::size_t i = 0; i < frames; ++i) {
             line[2 * pos] = x[2 * i];
             line[2 * pos + 1] = x[2 * i + 1];

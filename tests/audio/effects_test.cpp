@@ -120,6 +120,23 @@ TEST_F(EffectsTest, TheCompressorsLookAheadDelaysTheSound) {
     EXPECT_NEAR(out[2 * (delay + 1)], 0.05, 0.001);
 }
 
+TEST_F(EffectsTest, ALookAheadSetLaterStartsFromTheSoundThatWentBefore) {
+    // Each frame carries its index; the threshold is above all of them, so the gain stays 1.
+    const Handle fx = streamWithFx(ramp(kRate, 2, 8000), kFxCompressor);
+    ASSERT_TRUE(engine.fxSetParameters(fx, Compressor{0, 1, 50, 0, 4, 0}));
+    const std::size_t before = 3001;  // neither whole blocks nor whole control steps
+    const auto first = render(before);
+    ASSERT_FLOAT_EQ(first[2 * 3000], 3000.0f / 32768);
+    ASSERT_TRUE(engine.fxSetParameters(fx, Compressor{0, 1, 50, 0, 4, 4}));
+    const auto out = render(1000);
+    const std::size_t delay = 4 * kRate / 1000;  // 176 frames
+    for (std::size_t i = 0; i < 400; ++i) {
+        const float frame = static_cast<float>(before + i - delay);
+        ASSERT_FLOAT_EQ(out[2 * i], frame / 32768) << i;
+        ASSERT_FLOAT_EQ(out[2 * i + 1], frame / 32768) << i;
+    }
+}
+
 TEST_F(EffectsTest, TheGainControlReachesItsTarget) {
     const Handle fx = streamWithFx(level(0.1, 6), kFxDynamicAmp);
     // Target half of full scale: gain 5 wanted, from 1, covering 1 % of the way each 10 ms.
