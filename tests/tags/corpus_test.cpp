@@ -418,8 +418,8 @@ std::string titleOf(const std::filesystem::path& file) {
 // ffmpeg does not decode among them: the audio bytes are compared, a refused file must be left
 // as it was, and more than 80 must read back with the new title (on a file that ffmpeg does not
 // decode, a tag the writer left in place may come first). What ffmpeg makes of the files, which
-// does not depend on how our code was built, is left to the release suite: three runs of ffmpeg
-// a file took 58 s of a two-core sanitizer run.
+// does not depend on how our code was built, is left to the release suite (one run of ffmpeg a
+// file, for the original and the updated file together: a run's start is most of its cost).
 TEST(CorpusWriterTest, UpdatedFilesKeepTheirAudio) {
     TW_SKIP_WITHOUT_CORPUS();
     test::TempDir dir;
@@ -443,14 +443,22 @@ TEST(CorpusWriterTest, UpdatedFilesKeepTheirAudio) {
             std::filesystem::remove(copy);
             continue;
         }
-        const std::string before = test::decodedAudio(copy);
+        // The original and the updated file in one run of ffmpeg (its start is most of the
+        // cost); where that fails, the original alone tells whether ffmpeg decodes it at all.
+        const Updated u = updateTags(copy);
+        std::string before;
+        test::DecodedFile updated;
+        if (!test::decodedBeforeAndAfter(f, copy, before, updated)) {
+            before = test::decodedAudio(f);
+            if (!before.empty()) {
+                updated = test::decodedAudioAndTags(copy);
+            }
+        }
         if (before.empty()) {
             std::filesystem::remove(copy);
             continue;  // nothing ffmpeg can decode
         }
-        const Updated u = updateTags(copy);
         EXPECT_EQ(u.error, "") << f;
-        const test::DecodedFile updated = test::decodedAudioAndTags(copy);
         EXPECT_EQ(updated.tags, "title=New title\nartist=New artist\nalbum=New album") << f;
         EXPECT_TRUE(u.keptAudioBytes()) << "audio bytes changed: " << f;
         const std::string& after = updated.audio;

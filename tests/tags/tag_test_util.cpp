@@ -173,6 +173,29 @@ DecodedFile decodedAudioAndTags(const std::filesystem::path& file) {
     return out;
 }
 
+bool decodedBeforeAndAfter(const std::filesystem::path& original,
+                           const std::filesystem::path& updated, std::string& before,
+                           DecodedFile& after) {
+    // Everything written beside the updated file: the original may be in a read-only folder.
+    const std::filesystem::path first = updated.string() + ".before.s16",
+                                second = updated.string() + ".s16",
+                                tags = updated.string() + ".tags";
+    int exitCode = -1;
+    run("ffmpeg -v quiet -y -i " + quoted(original) + " -i " + quoted(updated) +
+            " -map 0:a -f s16le " + quoted(first) + " -map 1:a -f s16le " + quoted(second) +
+            " -map_metadata 1 -f ffmetadata " + quoted(tags),
+        &exitCode);
+    const bool ok = exitCode == 0;
+    if (ok) {
+        before = readFile(first);
+        after = DecodedFile{readFile(second), threeTags(readFile(tags), "")};
+    }
+    for (const auto& f : {first, second, tags}) {
+        std::filesystem::remove(f);
+    }
+    return ok;
+}
+
 std::filesystem::path corpus(const std::string& name) {
     const char* root = std::getenv("TW_CORPUS");
     return std::filesystem::path(root ? root : TW_TAG_CORPUS_DIR) / "tags" / name;

@@ -51,6 +51,12 @@ struct DecodedFile {
     std::string tags;
 };
 DecodedFile decodedAudioAndTags(const std::filesystem::path& file);
+// The PCM of `original`, and the PCM and tags of `updated` (as decodedAudioAndTags gives them),
+// from one run of ffmpeg; false, with nothing given, when that run failed (then at least one of
+// the files does not decode, and each must be asked for on its own).
+bool decodedBeforeAndAfter(const std::filesystem::path& original,
+                           const std::filesystem::path& updated, std::string& before,
+                           DecodedFile& after);
 
 std::filesystem::path corpus(const std::string& name);
 // Empty when the shared tag corpus is there; otherwise the one line that says where it was looked
