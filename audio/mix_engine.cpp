@@ -84,7 +84,6 @@ bool MixEngine::init(int device, std::uint32_t, std::uint32_t) {
         return fail(kErrorAlready);
     }
     initialised_ = true;
-    scratch_.assign(kMaxBlockFrames * kMixChannels, 0.0f);
     if (mode_ != EngineMode::Offline || offlineAhead_) {
         readAhead_ = std::jthread([this](std::stop_token stop) {
             nameThisThread("tw-readahead");
@@ -519,7 +518,7 @@ bool MixEngine::render(std::size_t frames, float* out, float* bus) {
         } else {
             fillAll(std::max(n, kStartFrames));
         }
-        core_.render(out ? out + off * kMixChannels : scratch_.data(), n,
+        core_.render(out ? out + off * kMixChannels : nullptr, n,
                      bus ? bus + off * kMixChannels : nullptr);
         std::vector<std::shared_ptr<void>> expired;
         std::lock_guard lock(mutex_);

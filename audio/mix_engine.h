@@ -348,7 +348,6 @@ class MixEngine final : public Engine, private AudioProducer {
     SpscRing<Event> events_{1024};
     Doorbell news_;  // rung by the audio thread and by queued syncs; the event worker sleeps on it
     MixerCore core_{commands_, events_, &news_};
-    std::vector<float> scratch_;  // offline render without an output buffer
 
     // Recording; guarded by mutex_ but for the hub, which has its own lock.
     std::unique_ptr<CaptureBackend> capture_;

@@ -204,7 +204,12 @@ void MixerCore::mixTarget(Target target, float* dst, std::size_t frames) {
 void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
     const std::size_t samples = frames * kMixChannels;
     std::fill(mix_, mix_ + samples, 0.0f);
-    std::fill(card_, card_ + samples, 0.0f);
+    // Without `out` nobody hears the card (the simulator): its copy of the mix under the
+    // mixer's volume is not made. Streams played straight to it still play, ending as they
+    // would, into a block that is thrown away.
+    if (out) {
+        std::fill(card_, card_ + samples, 0.0f);
+    }
     if (mixerRunning_) {
         mixTarget(Target::Mixer, mix_, frames);
         mixerFx_.run(mix_, frames);
@@ -229,7 +234,7 @@ void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
         // encoders see the mix before it, so that muting the studio does not look like dead air.
         if (mixerGain_.steady()) {
             const float g = mixerGain_.applied();
-            for (std::size_t k = 0; k < samples; ++k) {
+            for (std::size_t k = 0; k < samples && out; ++k) {
                 card_[k] = mix_[k] * g;
             }
         } else {
@@ -254,7 +259,9 @@ void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
     } else {
         mixTarget(Target::Direct, card_, frames);
     }
-    std::memcpy(out, card_, samples * sizeof(float));
+    if (out) {
+        std::memcpy(out, card_, samples * sizeof(float));
+    }
 }
 
 void MixerCore::feedTaps(std::size_t frames) {
@@ -279,7 +286,8 @@ void MixerCore::render(float* out, std::size_t frames, float* bus) {
     }
     for (std::size_t off = 0; off < frames; off += kMaxBlockFrames) {
         const std::size_t n = std::min(kMaxBlockFrames, frames - off);
-        renderChunk(out + off * kMixChannels, bus ? bus + off * kMixChannels : nullptr, n);
+        renderChunk(out ? out + off * kMixChannels : nullptr,
+                    bus ? bus + off * kMixChannels : nullptr, n);
     }
     mixerLevel_.store(mixerRunning_ ? packLevel(peakL_, peakR_) : 0, std::memory_order_relaxed);
     mixerGain_.publish();

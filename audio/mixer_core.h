@@ -72,8 +72,8 @@ class MixerCore {
         : commands_(commands), events_(events), news_(news) {}
 
     // Audio thread only, wait-free. Writes `frames` interleaved stereo frames of the card output
-    // (the mixer after its volume plus the playing streams). `bus`, when given, receives the mixer
-    // before its volume.
+    // (the mixer after its volume plus the playing streams) to `out`, unless it is null (nobody
+    // hears the card: it is not made). `bus`, when given, receives the mixer before its volume.
     void render(float* out, std::size_t frames, float* bus = nullptr);
 
     // Any thread.

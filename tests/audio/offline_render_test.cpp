@@ -1,7 +1,9 @@
-// An offline engine with the read-ahead worker (decodeAhead, as the simulator runs it) renders the
-// same samples and delivers the same syncs, at the same blocks, as one that decodes inline: over
-// resampled and native streams, starts, seeks, pauses, removals and ends, with the console's
-// calls between the blocks while the worker decodes beside them.
+// The ways the simulator renders offline give the same samples and syncs as the engine's plain
+// offline render: with the read-ahead worker (decodeAhead) the same card output, bus and syncs,
+// at the same blocks, as decoding inline; without a card output (render's `out` null) the same
+// bus and syncs. Over resampled and native streams, a stream played straight to the card,
+// starts, seeks, pauses, removals and ends, with the console's calls between the blocks while
+// the worker decodes beside them.
 
 #include <gtest/gtest.h>
 
@@ -48,7 +50,8 @@ struct Rendered {
 
 class Player {
   public:
-    explicit Player(bool ahead) {
+    // `card`: whether render() is asked for the card output.
+    Player(bool ahead, bool card) : card_(card) {
         if (ahead) {
             EXPECT_TRUE(engine_.decodeAhead());
         }
@@ -72,9 +75,20 @@ class Player {
             const std::size_t at = run_.out.size();
             run_.out.resize(at + frames * 2);
             run_.bus.resize(at + frames * 2);
-            ASSERT_TRUE(engine_.render(frames, run_.out.data() + at, run_.bus.data() + at));
+            ASSERT_TRUE(engine_.render(frames, card_ ? run_.out.data() + at : nullptr,
+                                       run_.bus.data() + at));
             ++blocks_;
         }
+    }
+    // A stream played straight to the card (as the preview plays).
+    Handle playDirect(const fs::path& file, const std::string& name) {
+        const Handle h = engine_.streamCreateFile(file.string(), 0, 0, 0);
+        EXPECT_NE(h, 0u);
+        engine_.channelSetSync(h, kSyncEnd, 0, [this, name](Handle, Handle, std::uint32_t) {
+            run_.syncs.push_back(name + " ended in block " + std::to_string(blocks_));
+        });
+        EXPECT_TRUE(engine_.channelPlay(h, true));
+        return h;
     }
     MixEngine& engine() { return engine_; }
     Rendered finish() {
@@ -84,13 +98,14 @@ class Player {
 
   private:
     MixEngine engine_{EngineMode::Offline};
+    const bool card_;
     Handle mixer_ = 0;
     Rendered run_;
     std::size_t blocks_ = 0;
 };
 
-Rendered play(const Material& m, bool ahead) {
-    Player p(ahead);
+Rendered play(const Material& m, bool ahead, bool card = true) {
+    Player p(ahead, card);
     MixEngine& e = p.engine();
     const Handle mono = p.add(m.mono, "mono");
     p.render(40);
@@ -110,6 +125,7 @@ Rendered play(const Material& m, bool ahead) {
     EXPECT_TRUE(e.mixerChannelRemove(stereo48));
     p.render(20);
     e.streamFree(stereo48);
+    p.playDirect(m.stereo48, "direct");
     // Every stream to its end.
     p.render(120);
     return p.finish();
@@ -127,9 +143,23 @@ TEST(DecodeAheadTest, RendersTheSameSamplesAndSyncsAsDecodingInline) {
         std::memcmp(ahead.bus.data(), decodedInline.bus.data(), ahead.bus.size() * sizeof(float)),
         0);
     EXPECT_EQ(ahead.syncs, decodedInline.syncs);
-    // All three ended (the removed stream stops without one), and there was sound.
-    EXPECT_EQ(decodedInline.syncs.size(), 2u);
+    // All but the removed stream ended, and there was sound.
+    EXPECT_EQ(decodedInline.syncs.size(), 3u);
     EXPECT_GT(rms(decodedInline.bus, 0, 0, decodedInline.bus.size() / 2), 0.05);
+}
+
+TEST(OfflineRenderTest, WithoutTheCardOutputTheBusAndTheSyncsAreTheSame) {
+    const Material m;
+    const Rendered withCard = play(m, false);
+    const Rendered without = play(m, false, false);
+    const Rendered aheadWithout = play(m, true, false);
+    for (const Rendered* r : {&without, &aheadWithout}) {
+        ASSERT_EQ(r->bus.size(), withCard.bus.size());
+        EXPECT_EQ(std::memcmp(r->bus.data(), withCard.bus.data(), r->bus.size() * sizeof(float)),
+                  0);
+        EXPECT_EQ(r->syncs, withCard.syncs);
+    }
+    EXPECT_EQ(withCard.syncs.size(), 3u);
 }
 
 // How many of this process's threads are read-ahead workers.
