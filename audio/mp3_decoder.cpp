@@ -115,27 +115,11 @@ class Mp3FileDecoder final : public Decoder {
         if (file.length > 0 && static_cast<off_t>(file.length) < reader_.size) {
             reader_.size = static_cast<off_t>(file.length);
         }
-        mh_ = newMp3Handle();
-        if (!mh_) {
-            error = kErrorMemory;
-            return false;
-        }
-        if (mpg123_replace_reader_handle(mh_, readWindow, seekWindow, closeWindow) != MPG123_OK ||
-            mpg123_open_handle(mh_, &reader_) != MPG123_OK) {
-            error = kErrorFileForm;
-            return false;
-        }
         long rate = 0;
-        int channels = 0, encoding = 0;
-        if (mpg123_getformat(mh_, &rate, &channels, &encoding) != MPG123_OK || rate <= 0 ||
-            channels < 1) {
-            error = kErrorFileForm;
+        int channels = 0;
+        if (!start(rate, channels, error)) {
             return false;
         }
-        // Keep exactly this format for the whole file: a later frame at another rate is converted
-        // by libmpg123 instead of changing the stream's format under the mixer.
-        mpg123_format_none(mh_);
-        mpg123_format(mh_, rate, channels, MPG123_ENC_SIGNED_16);
         bool needsScan = false;
         // A LAME tag gives the frame count with the encoder's delay and padding: the length is
         // exact without reading the file twice. Without one, only a full scan counts the samples.
@@ -185,11 +169,26 @@ class Mp3FileDecoder final : public Decoder {
         return got;
     }
 
+    // From a handle opened afresh: where libmpg123 starts decoding for a seek depends on how
+    // much of the file its index covers, and with that the first samples after the seek (by a
+    // unit in the last place here and there). A handle that has read further would decode them
+    // a little differently, so the samples after a seek would depend on how far the read-ahead
+    // had got. Opening costs a few frames' parsing; the seek parses on from there.
     bool seek(std::int64_t frame) override {
         if (frame < 0 || frame > length_) {
             return false;
         }
-        if (mpg123_seek(mh_, static_cast<off_t>(frame), SEEK_SET) < 0) {
+        if (mh_) {
+            mpg123_close(mh_);
+            mpg123_delete(mh_);
+            mh_ = nullptr;
+        }
+        reader_.pos = 0;
+        long rate = 0;
+        int channels = 0, error = 0;
+        if (!start(rate, channels, error) || rate != rate_ || channels != channels_ ||
+            mpg123_seek(mh_, static_cast<off_t>(frame), SEEK_SET) < 0) {
+            ended_ = true;  // nothing more can be read
             return false;
         }
         ended_ = frame >= length_;
@@ -197,6 +196,31 @@ class Mp3FileDecoder final : public Decoder {
     }
 
   private:
+    // A new handle on the file, its format fixed as its first frame gives it.
+    bool start(long& rate, int& channels, int& error) {
+        mh_ = newMp3Handle();
+        if (!mh_) {
+            error = kErrorMemory;
+            return false;
+        }
+        if (mpg123_replace_reader_handle(mh_, readWindow, seekWindow, closeWindow) != MPG123_OK ||
+            mpg123_open_handle(mh_, &reader_) != MPG123_OK) {
+            error = kErrorFileForm;
+            return false;
+        }
+        int encoding = 0;
+        if (mpg123_getformat(mh_, &rate, &channels, &encoding) != MPG123_OK || rate <= 0 ||
+            channels < 1) {
+            error = kErrorFileForm;
+            return false;
+        }
+        // Keep exactly this format for the whole file: a later frame at another rate is converted
+        // by libmpg123 instead of changing the stream's format under the mixer.
+        mpg123_format_none(mh_);
+        mpg123_format(mh_, rate, channels, MPG123_ENC_SIGNED_16);
+        return true;
+    }
+
     FileReader reader_;
     mpg123_handle* mh_ = nullptr;
     int rate_ = 0;
