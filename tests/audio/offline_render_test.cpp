@@ -104,6 +104,20 @@ class Player {
     std::size_t blocks_ = 0;
 };
 
+// The first frame where two renderings differ, or -1 (with the frame count when their lengths
+// differ).
+long firstDifference(const std::vector<float>& a, const std::vector<float>& b) {
+    if (a.size() != b.size()) {
+        return static_cast<long>(std::min(a.size(), b.size()) / 2);
+    }
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (std::memcmp(&a[i], &b[i], sizeof(float)) != 0) {
+            return static_cast<long>(i / 2);
+        }
+    }
+    return -1;
+}
+
 Rendered play(const Material& m, bool ahead, bool card = true) {
     Player p(ahead, card);
     MixEngine& e = p.engine();
@@ -135,13 +149,13 @@ TEST(DecodeAheadTest, RendersTheSameSamplesAndSyncsAsDecodingInline) {
     const Material m;
     const Rendered decodedInline = play(m, false);
     const Rendered ahead = play(m, true);
-    ASSERT_EQ(ahead.out.size(), decodedInline.out.size());
-    EXPECT_EQ(
-        std::memcmp(ahead.out.data(), decodedInline.out.data(), ahead.out.size() * sizeof(float)),
-        0);
-    EXPECT_EQ(
-        std::memcmp(ahead.bus.data(), decodedInline.bus.data(), ahead.bus.size() * sizeof(float)),
-        0);
+    EXPECT_EQ(firstDifference(ahead.out, decodedInline.out), -1);
+    EXPECT_EQ(firstDifference(ahead.bus, decodedInline.bus), -1);
+    {
+        long d = firstDifference(ahead.bus, decodedInline.bus);
+        for (long k = d - 2; d >= 0 && k < d + 6; ++k)
+            printf("DBG %ld %.9g %.9g\n", k, ahead.bus[2 * k], decodedInline.bus[2 * k]);
+    }
     EXPECT_EQ(ahead.syncs, decodedInline.syncs);
     // All but the removed stream ended, and there was sound.
     EXPECT_EQ(decodedInline.syncs.size(), 3u);
@@ -154,9 +168,7 @@ TEST(OfflineRenderTest, WithoutTheCardOutputTheBusAndTheSyncsAreTheSame) {
     const Rendered without = play(m, false, false);
     const Rendered aheadWithout = play(m, true, false);
     for (const Rendered* r : {&without, &aheadWithout}) {
-        ASSERT_EQ(r->bus.size(), withCard.bus.size());
-        EXPECT_EQ(std::memcmp(r->bus.data(), withCard.bus.data(), r->bus.size() * sizeof(float)),
-                  0);
+        EXPECT_EQ(firstDifference(r->bus, withCard.bus), -1);
         EXPECT_EQ(r->syncs, withCard.syncs);
     }
     EXPECT_EQ(withCard.syncs.size(), 3u);
