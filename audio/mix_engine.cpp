@@ -160,7 +160,9 @@ bool MixEngine::free() {
         {
             std::lock_guard fillLock(fillMutex_);
             fillList_.clear();
+            ++fillListChanges_;
         }
+        topUpList_.clear();  // offline, this is render()'s thread
         initialised_ = false;
         ok();
     }
@@ -279,6 +281,7 @@ void MixEngine::attach(const std::shared_ptr<Source>& s, Target target, bool pau
     {
         std::lock_guard fillLock(fillMutex_);
         fillList_.push_back(s);
+        ++fillListChanges_;
         fillAsked_ = true;
     }
     fillWake_.notify_all();
@@ -295,6 +298,7 @@ void MixEngine::detach(const std::shared_ptr<Source>& s) {
     s->target = Target::None;
     std::lock_guard fillLock(fillMutex_);
     std::erase(fillList_, s);
+    ++fillListChanges_;
 }
 
 bool MixEngine::seekSource(const std::shared_ptr<Source>& s, std::int64_t frame) {
@@ -402,6 +406,7 @@ void MixEngine::processEvents() {
         {
             std::lock_guard fillLock(fillMutex_);
             std::erase(fillList_, s);
+            ++fillListChanges_;
         }
         s->ended = true;
         s->endSyncSent = true;  // reading on with channelGetData does not report it again
@@ -467,7 +472,12 @@ void MixEngine::askFill() {
 void MixEngine::topUp(std::size_t frames) {
     {
         std::lock_guard fillLock(fillMutex_);
-        topUpList_ = fillList_;
+        // Copied only when it changed: a copy at every block would count every stream's
+        // references up and down against the worker's.
+        if (topUpChanges_ != fillListChanges_) {
+            topUpList_ = fillList_;
+            topUpChanges_ = fillListChanges_;
+        }
     }
     bool low = false;
     for (const auto& s : topUpList_) {

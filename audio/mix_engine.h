@@ -334,15 +334,18 @@ class MixEngine final : public Engine, private AudioProducer {
     std::mutex deliverMutex_;  // one deliverer at a time keeps callbacks in order
     std::deque<PendingSync> pending_;
 
-    std::mutex fillMutex_;  // fillList_ and fillAsked_ only
+    std::mutex fillMutex_;  // fillList_, its count of changes and fillAsked_ only
     std::condition_variable_any fillWake_;
     bool fillAsked_ = false;  // a stream started: top its ring up now
     std::vector<std::shared_ptr<Source>> fillList_;
+    std::uint64_t fillListChanges_ = 0;
     bool offlineAhead_ = false;  // under mutex_; set before init (decodeAhead)
     // Offline with the worker: a pass has been asked for since the worker's last one began, so
     // that render() does not ring again at every block while the worker catches up.
     std::atomic<bool> passAsked_{false};
-    std::vector<std::shared_ptr<Source>> topUpList_;  // topUp()'s copy of fillList_, its thread
+    // topUp()'s copy of fillList_ and the count of changes it was copied at; its thread only.
+    std::vector<std::shared_ptr<Source>> topUpList_;
+    std::uint64_t topUpChanges_ = 0;
 
     SpscRing<Command> commands_{4096};
     SpscRing<Event> events_{1024};
