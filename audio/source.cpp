@@ -9,6 +9,8 @@ namespace {
 
 // Source frames decoded per step: small enough that the console never waits long on decodeMutex.
 constexpr std::size_t kChunkFrames = 2048;
+// Mixer frames taken from the resampler at a time.
+constexpr std::size_t kResampledFrames = 1024;
 
 }  // namespace
 
@@ -89,17 +91,27 @@ void Source::convert(const std::int16_t* in, std::size_t frames) {
     }
 }
 
+void Source::keep(const float* stereo, std::size_t frames) {
+    std::size_t written = 0;
+    if (carryPos_ == carry_.size()) {
+        // Straight into the ring while nothing waits in carry_ (the ring's room is always whole
+        // frames: it is written and read in them).
+        written = ring->samples.write(stereo, frames * kMixChannels);
+    }
+    carry_.insert(carry_.end(), stereo + written, stereo + frames * kMixChannels);
+}
+
 void Source::keepResampled(const float* out, std::size_t frames) {
     if (resampledChannels_ == kMixChannels) {
-        carry_.insert(carry_.end(), out, out + frames * kMixChannels);
+        keep(out, frames);
         return;
     }
-    const std::size_t at = carry_.size();
-    carry_.resize(at + frames * kMixChannels);
+    float stereo[kResampledFrames * kMixChannels];
     for (std::size_t i = 0; i < frames; ++i) {
-        carry_[at + 2 * i] = out[i];
-        carry_[at + 2 * i + 1] = out[i];
+        stereo[2 * i] = out[i];
+        stereo[2 * i + 1] = out[i];
     }
+    keep(stereo, frames);
 }
 
 bool Source::fill(std::size_t wantFrames, std::size_t maxChunks) {
@@ -147,10 +159,10 @@ bool Source::fill(std::size_t wantFrames, std::size_t maxChunks) {
             if (resampler_) {
                 // The resampler holds back the last few milliseconds until it is told the input
                 // has ended.
-                float out[1024 * kMixChannels];
+                float out[kResampledFrames * kMixChannels];
                 size_t done = 0;
                 do {
-                    soxr_process(resampler_, nullptr, 0, nullptr, out, 1024, &done);
+                    soxr_process(resampler_, nullptr, 0, nullptr, out, kResampledFrames, &done);
                     keepResampled(out, done);
                 } while (done > 0);
             }
@@ -167,15 +179,15 @@ bool Source::fill(std::size_t wantFrames, std::size_t maxChunks) {
         }
         convert(pcm_.data(), n);
         if (!resampler_) {
-            carry_.insert(carry_.end(), stereo_.data(), stereo_.data() + n * kMixChannels);
+            keep(stereo_.data(), n);
             continue;
         }
         std::size_t in = 0;
-        float out[1024 * kMixChannels];
+        float out[kResampledFrames * kMixChannels];
         while (in < n) {
             size_t used = 0, done = 0;
             soxr_process(resampler_, stereo_.data() + in * resampledChannels_, n - in, &used, out,
-                         1024, &done);
+                         kResampledFrames, &done);
             keepResampled(out, done);
             in += used;
             if (used == 0 && done == 0) {

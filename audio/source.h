@@ -103,7 +103,9 @@ struct Source {
     // The mixer-format frames of a stream at the mix rate, or the resampler's input: one float a
     // frame for a mono stream that is resampled, interleaved stereo otherwise.
     void convert(const std::int16_t* in, std::size_t frames);
-    // Appends `frames` frames of the resampler's output to carry_ as stereo.
+    // Puts `frames` frames of mixer-format audio into the ring, what does not fit into carry_.
+    void keep(const float* stereo, std::size_t frames);
+    // The same for `frames` frames of the resampler's output (at most kResampledFrames).
     void keepResampled(const float* out, std::size_t frames);
     soxr_t resampler_ = nullptr;
     std::size_t resampledChannels_ = kMixChannels;  // what the resampler works on
