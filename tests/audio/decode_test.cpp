@@ -184,6 +184,30 @@ TEST_F(OfflineEngineTest, AudioDecodeMp3SeekLandsOnRequestedFrame) {
     }
 }
 
+// The samples after a seek do not depend on how far the stream had been read before it (the
+// read-ahead reads as far as it gets): the same every time, down to the last bit.
+TEST_F(OfflineEngineTest, AudioDecodeMp3SeekGivesTheSameSamplesWhereverTheStreamWas) {
+    writeWav(dir / "tone.wav", sine(22050, 1, 440.0, 0.5, 22050 * 14));
+    encodeMp3(dir / "tone.wav", dir / "tone.mp3", "--quiet -m m -b 48");
+    const std::string path = (dir / "tone.mp3").string();
+    const std::uint64_t target = 22050 * 19 / 2 * 2;  // 9.5 s, in bytes of 16-bit mono
+    auto afterSeek = [&](std::uint32_t readBefore) {
+        const Handle h = engine.streamCreateFile(path, 0, 0, kStreamDecode);
+        std::vector<std::int16_t> skip(readBefore / 2);
+        EXPECT_EQ(engine.channelGetData(h, skip.data(), readBefore),
+                  static_cast<std::int64_t>(readBefore));
+        EXPECT_TRUE(engine.channelSetPosition(h, target));
+        std::vector<std::int16_t> got(22050);
+        EXPECT_EQ(engine.channelGetData(h, got.data(), 22050 * 2), 22050 * 2);
+        engine.streamFree(h);
+        return got;
+    };
+    const std::vector<std::int16_t> fromStart = afterSeek(2);
+    for (const std::uint32_t seconds : {1u, 5u, 8u, 9u}) {
+        EXPECT_TRUE(afterSeek(seconds * 22050 * 2) == fromStart) << seconds << " s read before";
+    }
+}
+
 TEST_F(OfflineEngineTest, AudioDecodeSeekInTheMixLandsOnRequestedFrame) {
     const Handle h = wavStream(ramp(44100, 2, 44100), "ramp.wav");
     ASSERT_TRUE(engine.mixerAddChannel(mixer, h, 0));
