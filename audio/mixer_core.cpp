@@ -232,16 +232,17 @@ void MixerCore::renderChunk(float* out, float* bus, std::size_t frames) {
         peakR_ = std::max(pr, pr2);
         // The mixer's own volume is for the card only: the level above and the bus for the
         // encoders see the mix before it, so that muting the studio does not look like dead air.
-        if (mixerGain_.steady()) {
-            const float g = mixerGain_.applied();
-            for (std::size_t k = 0; k < samples && out; ++k) {
-                card_[k] = mix_[k] * g;
-            }
-        } else {
+        if (!mixerGain_.steady()) {
+            // A slide moves on frame by frame whether anybody hears the card or not.
             for (std::size_t k = 0; k < frames; ++k) {
                 const float g = mixerGain_.next();
                 card_[2 * k] = mix_[2 * k] * g;
                 card_[2 * k + 1] = mix_[2 * k + 1] * g;
+            }
+        } else if (out) {
+            const float g = mixerGain_.applied();
+            for (std::size_t k = 0; k < samples; ++k) {
+                card_[k] = mix_[k] * g;
             }
         }
         mixerFrames_.store(
