@@ -118,6 +118,31 @@ const std::string& fileNameAt(core::Console& c, std::int32_t index) {
     return items[static_cast<std::size_t>(index)].text;
 }
 
+// After events ran in a pick over a list filled from folder's kept listing: the cache's tags by
+// position when they still hold, nullptr when the candidates must be looked up by name. They
+// hold while no entry was dropped (a dropped entry's tag is gone) and the list still holds the
+// kept listing's names in their order (the events may have filled it again, with another
+// category, or from the disk).
+const std::vector<const CachedTag*>* stillPlaced(core::Console& c, TagCache& cache,
+                                                 const std::string& folder,
+                                                 std::uint64_t dropsAtStart) {
+    if (cache.drops() != dropsAtStart) {
+        return nullptr;
+    }
+    const std::vector<std::string>* names = cache.placedNames(folder);
+    const auto& items = c.form().fileList1.items;
+    if (!names || names->size() != items.size()) {
+        return nullptr;
+    }
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (items[i].text != (*names)[i]) {
+            return nullptr;
+        }
+    }
+    const std::vector<const CachedTag*>* placed = cache.tagsByPosition(folder);
+    return placed && placed->size() == items.size() ? placed : nullptr;
+}
+
 void reportMissingCategory(core::Console& c, const std::string& catagory) {
     core::printMessageOnScreen(c, " Rotation Cannot Be found:  " + catagory +
                                       ", MISSING OR DELETED, Placing Tarnwave in MANUAL MODE");
@@ -175,11 +200,12 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
         std::int32_t bestAge = 0;
         std::size_t position = 0;
         // When the list was just filled from the cache's kept listing, a candidate's tag is found
-        // by its position, without a search by its name, until events run or an entry is dropped.
+        // by its position, without a search by its name, while no entry is dropped and the list
+        // holds that listing.
         const std::vector<const CachedTag*>* placed = nullptr;
         std::uint64_t dropsAtStart = 0;
+        const std::string folder = cache ? c.AppFolder + c.activeDirectory : std::string();
         if (cache) {
-            const std::string folder = c.AppFolder + c.activeDirectory;
             cache->beginWalk(folder);
             if (cache->listingsServed() != servedBefore) {
                 placed = cache->tagsByPosition(folder);
@@ -267,7 +293,9 @@ std::string pickSongForCatagory(core::Console& c, const std::string& catagory,
                 // What the events just run changed is seen at the next candidate.
                 cache->catchUp();
                 memo->follow(*c.svc.settings, played);
-                placed = nullptr;  // the list itself may have changed
+                if (placed) {
+                    placed = stillPlaced(c, *cache, folder, dropsAtStart);
+                }
             }
         }
 

@@ -323,6 +323,7 @@ TagCache::Folder* TagCache::watchedFolder(std::string_view folder) {
 }
 
 const CachedTag* TagCache::find(std::string_view folder, const std::string& name) {
+    ++finds_;
     Folder* const f = watchedFolder(folder);
     if (!f) {
         return nullptr;

@@ -129,6 +129,8 @@ class TagCache {
     const std::vector<std::string>* placedNames(std::string_view folder);
     // How often listing() served a kept listing.
     std::uint64_t listingsServed() const { return served_; }
+    // How often find() was asked for a name.
+    std::uint64_t finds() const { return finds_; }
     // How often entries were dropped or had to be checked again (a notification, a failed check,
     // an overflow, a reload).
     std::uint64_t drops() const { return drops_; }
@@ -186,6 +188,7 @@ class TagCache {
     std::uint64_t changes_ = 1;  // every change of an entry (see tagsByPosition)
     std::uint64_t drops_ = 0;
     std::uint64_t served_ = 0;
+    std::uint64_t finds_ = 0;
 };
 
 }  // namespace tw::autodj

@@ -87,6 +87,19 @@ TEST_F(TagCacheTwoCategoriesTest, AListRefilledWhileThePickYieldsIsWalkedByItsNa
     EXPECT_TRUE(appLogLines().empty());
 }
 
+TEST_F(TagCacheTest, APickThatLetsEventsRunKeepsFindingTagsByPosition) {
+    ASSERT_EQ(pick(), t01);  // Rock's listing is kept from here on: the next pick walks by position
+    // Events run at the pick's first yield, after its first candidate: one of them fills the
+    // pick's list again with its own category, the same names. The second candidate is still
+    // found by its position, not looked up by its name.
+    const std::uint64_t finds = cache().finds();
+    console->lastYield = 0;
+    loop.post([this] { autodj::lstPlaylist1_Click(*console, categoryIndex("Rock")); });
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(cache().finds(), finds);
+    EXPECT_TRUE(appLogLines().empty());
+}
+
 TEST_F(TagCacheTest, APickWithTheCacheIsThePickWithout) {
     EXPECT_EQ(pick(), t01);
     EXPECT_EQ(cache().size(), 2u);
