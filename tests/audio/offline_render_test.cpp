@@ -62,9 +62,7 @@ class Player {
     Handle add(const fs::path& file, const std::string& name, std::uint32_t flags = 0) {
         const Handle h = engine_.streamCreateFile(file.string(), 0, 0, kStreamDecode);
         EXPECT_NE(h, 0u);
-        engine_.channelSetSync(h, kSyncEnd, 0, [this, name](Handle, Handle, std::uint32_t) {
-            run_.syncs.push_back(name + " ended in block " + std::to_string(blocks_));
-        });
+        noteEnd(h, name);
         EXPECT_TRUE(engine_.mixerAddChannel(mixer_, h, flags));
         return h;
     }
@@ -84,9 +82,7 @@ class Player {
     Handle playDirect(const fs::path& file, const std::string& name) {
         const Handle h = engine_.streamCreateFile(file.string(), 0, 0, 0);
         EXPECT_NE(h, 0u);
-        engine_.channelSetSync(h, kSyncEnd, 0, [this, name](Handle, Handle, std::uint32_t) {
-            run_.syncs.push_back(name + " ended in block " + std::to_string(blocks_));
-        });
+        noteEnd(h, name);
         EXPECT_TRUE(engine_.channelPlay(h, true));
         return h;
     }
@@ -97,6 +93,13 @@ class Player {
     }
 
   private:
+    // Records the stream's end with the block it came in.
+    void noteEnd(Handle h, const std::string& name) {
+        engine_.channelSetSync(h, kSyncEnd, 0, [this, name](Handle, Handle, std::uint32_t) {
+            run_.syncs.push_back(name + " ended in block " + std::to_string(blocks_));
+        });
+    }
+
     MixEngine engine_{EngineMode::Offline};
     const bool card_;
     Handle mixer_ = 0;
