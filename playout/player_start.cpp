@@ -41,6 +41,17 @@ bool inMixer(audio::Engine& e, audio::Handle stream) {
     return stream != 0 && e.mixerChannelFlags(stream, 0, 0) != 0xFFFFFFFFu;
 }
 
+// Player n holds a track that waits for its start: a stream loaded and not yet in the mix, or an
+// address still being opened.
+bool waitsToStart(core::Console& c, int n) {
+    if (media::isOpening(c, n)) {
+        return true;
+    }
+    audio::Engine& e = c.engine();
+    const audio::Handle stream = n == 1 ? c.player1Stream : c.player2Stream;
+    return stream != 0 && !inMixer(e, stream) && e.channelIsActive(stream) != audio::kStopped;
+}
+
 }  // namespace
 
 void startNExt(core::Console& c) {
@@ -144,7 +155,14 @@ void fadeTimer_Timer(core::Console& c) {
     if (!c.automated()) {
         return;
     }
-    autodj::loadNextSong(c, 0);
+    // The stream that went was the track on the air itself, run out before anything started
+    // the next one; or the tick's recovery has already started the waiting track and loaded the
+    // empty player. Either way the player that is not active holds a track waiting for its start,
+    // and a load would put the row after it in its place: that track would never be heard.
+    const int waiting = c.activePlayer == 1 ? 2 : 1;
+    if (!waitsToStart(c, waiting)) {
+        autodj::loadNextSong(c, 0);
+    }
     core::setFadeTimerEnabled(c, false);
 }
 

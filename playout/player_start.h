@@ -13,7 +13,8 @@ namespace tw::playout {
 
 void startNExt(core::Console& c);
 
-// One tick of fadeTimer: in "Automated" mode it loads the empty player and switches itself off;
+// One tick of fadeTimer: in "Automated" mode it loads the empty player (never over a track that
+// waits for its start on the player that is not active) and switches itself off;
 // in "Manual" it waits, still enabled.
 void fadeTimer_Timer(core::Console& c);
 

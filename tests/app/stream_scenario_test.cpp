@@ -132,8 +132,9 @@ class StreamScenario : public ::testing::Test {
         const auto lineEnd = played.find('\n', stream);
         ASSERT_NE(lineEnd, std::string::npos) << played;
         EXPECT_EQ(played.compare(lineEnd + 1, nextTitle.size() + 1, nextTitle + ","), 0)
-            << "the next row is on the air after the stream:\n"
-            << played;
+            << "the next row (" << next_ << ") is on the air after the stream:\n"
+            << played << "app.log:\n"
+            << test::readFile(station_ / "app.log");
         EXPECT_GT(run_->starts(), startsBefore);
         const auto silences = run_->silences(limit);
         std::ostringstream seen;

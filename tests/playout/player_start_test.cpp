@@ -251,6 +251,55 @@ TEST_F(PlayerStartTest, TheEndOfTheStreamLoadsTheEmptyPlayerThroughFadeTimer) {
     EXPECT_FALSE(c().form().fadeTimer.enabled);
 }
 
+// A track on the air that runs out before anything started the next one: its free sync and the
+// tick's recovery path both act, in either order, and the track waiting on the other player is
+// the one that follows it. The list's next row (here a) is loaded behind it, not over it.
+class RunOutTest : public PlayerStartTest {
+  protected:
+    RunOutTest() {
+        engine.fileSeconds[pathA] = 200;
+        for (auto& t : c().trackList) {
+            t.trackPath = pathA;
+        }
+        a = load(1, pathA, 200);
+        startNExt(c());
+        b = load(2, pathB, 200);
+        c().tmrCheckPositionBool = true;
+    }
+    void judge() {
+        EXPECT_EQ(c().activePlayer, 2);
+        EXPECT_EQ(c().player2Stream, b);
+        EXPECT_EQ(c().currentTitle, "Bob Brown - Beta");
+        EXPECT_EQ(test::readFile(dir / "Played.log"),
+                  "Ann Arbor - Alpha,11/22/2026 10:00:00 AM\nBob Brown - Beta,11/22/2026 "
+                  "10:00:00 AM\n");
+        EXPECT_FALSE(c().form().fadeTimer.enabled);
+        EXPECT_EQ(engine.count("streamCreateFile " + pathA), 1) << "one load behind b";
+        EXPECT_NE(c().player1Stream, a);
+        EXPECT_NE(c().player1Stream, 0u);
+    }
+    audio::Handle a = 0;
+    audio::Handle b = 0;
+};
+
+TEST_F(RunOutTest, TheFreeSyncFirstLeavesTheWaitingTrackForTheTickToStart) {
+    engine.finish(a);
+    loop.advance(0.01);  // fadeTimer
+    EXPECT_EQ(c().player2Stream, b) << "the waiting track is still there";
+    EXPECT_EQ(c().nextSong2, pathB);
+    tmrCheckPosition_Timer(c());
+    judge();
+}
+
+TEST_F(RunOutTest, TheTickFirstStartsTheWaitingTrackAndFadeTimerKeepsWhatItLoaded) {
+    engine.finish(a);  // the free sync's post waits in the loop
+    tmrCheckPosition_Timer(c());
+    const audio::Handle loaded = c().player1Stream;
+    loop.advance(0.01);  // fadeTimer
+    EXPECT_EQ(c().player1Stream, loaded);
+    judge();
+}
+
 TEST_F(PlayerStartTest, DuckAndRestoreSlideThePlayersThatHaveAStream) {
     const audio::Handle a = load(1, pathA, 200);
     duckPlayers(c());
