@@ -110,15 +110,32 @@ void TagCache::load() {
     if (!readWhole(file_, text)) {
         return;
     }
-    auto records = parseTagCache(text);
-    if (!records) {
+    // Read straight into the cache's own tables, without a copy of every record between.
+    decltype(folders_) read;
+    Folder* last = nullptr;  // the folder of the record before (node addresses stay put)
+    std::string lastName;
+    const bool whole = readTagCache(text, [&](const std::string& folder, SavedTag& r) {
+        if (!last || lastName != folder) {
+            last = &read[folder];
+            lastName = folder;
+        }
+        last->entries[std::move(r.name)] = {
+            r.stamp, {std::move(r.artist), std::move(r.mp3Title), std::move(r.listTitle)}, false};
+    });
+    text = std::string();
+    if (!whole) {
         return;  // damaged or not ours: built again, and written over at the next save
     }
     ++changes_;
     ++drops_;
-    for (auto& r : *records) {
-        folders_[r.folder].entries[r.name] = {
-            r.stamp, {std::move(r.artist), std::move(r.mp3Title), std::move(r.listTitle)}, false};
+    if (folders_.empty()) {
+        folders_ = std::move(read);
+        return;
+    }
+    for (auto& [folder, f] : read) {
+        for (auto& [name, e] : f.entries) {
+            folders_[folder].entries[name] = std::move(e);
+        }
     }
 }
 
@@ -369,26 +386,30 @@ bool TagCache::save(double nowSeconds) {
     if (!dirty_ || (nowSeconds >= 0 && lastSave_ >= 0 && nowSeconds - lastSave_ < kSaveInterval)) {
         return false;
     }
-    // Entries whose stamp cannot yet tell a change are left for a later save.
+    // Entries whose stamp cannot yet tell a change are left for a later save. The file is
+    // written as it is made, in pieces: a library's whole text and a copy of its records would
+    // double the console's memory for the moment of the save.
     const std::int64_t now = nowNs();
-    std::vector<SavedTag> records;
-    records.reserve(size());
     bool left = false;
-    for (const auto& [folder, f] : folders_) {
-        for (const auto& [name, e] : f.entries) {
-            if (settled(e.stamp, now)) {
-                records.push_back(
-                    {folder, name, e.stamp, e.tag.artist, e.tag.mp3Title, e.tag.listTitle});
-            } else {
-                left = true;
+    const auto produce = [&](const core::FileSink& sink) {
+        TagCacheWriter writer(sink);
+        for (const auto& [folder, f] : folders_) {
+            for (const auto& [name, e] : f.entries) {
+                if (!settled(e.stamp, now)) {
+                    left = true;
+                } else if (!writer.add(folder, name, e.stamp, e.tag.artist, e.tag.mp3Title,
+                                       e.tag.listTitle)) {
+                    return false;
+                }
             }
         }
-    }
+        return writer.finish();
+    };
     // A lost write costs only reads at the next start, so the disk is not waited for; a write
     // that failed is tried again after the same interval.
     lastSave_ = nowSeconds;
-    if (!core::replaceFile(file_, serializeTagCache(records), core::FileAccess::kKeepMode,
-                           core::Durability::kUnsynced)) {
+    if (!core::replaceFileWith(file_, produce, core::FileAccess::kKeepMode,
+                               core::Durability::kUnsynced)) {
         return false;
     }
     dirty_ = left;

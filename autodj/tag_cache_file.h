@@ -11,6 +11,7 @@
 // Thread contract: pure functions, any thread.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,9 +40,39 @@ struct SavedTag {
 
 inline constexpr std::string_view kTagCacheHeader = "TarnWave tag cache 2";
 
-// The file's text; records of one folder must stand together to be written once per folder.
+// Writes the file's text piece by piece (in pieces of about kPiece bytes) through a sink that
+// returns false when a write failed; every call after such a failure returns false at once.
+// Records of one folder must stand together to be written once per folder. One writer, one file.
+class TagCacheWriter {
+  public:
+    using Sink = std::function<bool(std::string_view)>;
+    static constexpr std::size_t kPiece = 64 * 1024;
+
+    explicit TagCacheWriter(Sink sink);
+    bool add(std::string_view folder, std::string_view name, const FileStamp& stamp,
+             std::string_view artist, std::string_view mp3Title, std::string_view listTitle);
+    // The last line and what is still held: the file is whole only after this.
+    bool finish();
+
+  private:
+    bool pass(std::size_t atLeast);
+
+    Sink sink_;
+    std::string piece_;
+    std::string folder_;
+    bool inFolder_ = false;
+    bool failed_ = false;
+    std::size_t records_ = 0;
+};
+
+// The file's text at once; records of one folder must stand together.
 std::string serializeTagCache(const std::vector<SavedTag>& records);
 // The records of a file's text, or nothing when the text is not a whole file of this format.
 std::optional<std::vector<SavedTag>> parseTagCache(std::string_view text);
+// The same, one record at a time as it is read: take gets the record's folder and the record
+// (its folder field empty), and may move from it. Returns whether the text was a whole file;
+// when it was not, take may have had some of its records.
+using TagReader = std::function<void(const std::string& folder, SavedTag& record)>;
+bool readTagCache(std::string_view text, const TagReader& take);
 
 }  // namespace tw::autodj

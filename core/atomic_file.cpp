@@ -13,7 +13,7 @@ namespace tw::core {
 
 namespace {
 
-bool writeAll(int fd, const std::string& bytes) {
+bool writeAll(int fd, std::string_view bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
@@ -66,6 +66,12 @@ int openFreshFile(const std::string& temp, mode_t mode) {
 // (core/unfinished_files.h).
 std::optional<ReplacedFile> replaceFile(const std::string& path, const std::string& bytes,
                                         FileAccess access, Durability durability) {
+    return replaceFileWith(
+        path, [&bytes](const FileSink& sink) { return sink(bytes); }, access, durability);
+}
+
+std::optional<ReplacedFile> replaceFileWith(const std::string& path, const FileProducer& produce,
+                                            FileAccess access, Durability durability) {
     const bool synced = durability == Durability::kSynced;
     const std::string folder = folderOf(path);
     const std::string temp = unfinishedPath(path, "tmp");
@@ -90,7 +96,8 @@ std::optional<ReplacedFile> replaceFile(const std::string& path, const std::stri
     if (exists) {
         result.oldMode = old.st_mode & 07777;
     }
-    bool ok = (!setMode || ::fchmod(fd, mode) == 0) && writeAll(fd, bytes) &&
+    const FileSink sink = [fd](std::string_view bytes) { return writeAll(fd, bytes); };
+    bool ok = (!setMode || ::fchmod(fd, mode) == 0) && produce(sink) &&
               (!synced || ::fdatasync(fd) == 0) && ::fstat(fd, &result.written) == 0;
     int err = ok ? 0 : errno;
     if (::close(fd) != 0 && ok) {

@@ -6,8 +6,10 @@
 
 #include <sys/stat.h>
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tw::core {
 
@@ -35,6 +37,15 @@ struct ReplacedFile {
 std::optional<ReplacedFile> replaceFile(const std::string& path, const std::string& bytes,
                                         FileAccess access,
                                         Durability durability = Durability::kSynced);
+
+// The same for a file too large to be held whole in memory: produce writes it piece by piece
+// through the sink, which returns false (errno set) when a write failed; produce then returns
+// false at once, and so does it for a reason of its own, and the file is left as it was.
+using FileSink = std::function<bool(std::string_view)>;
+using FileProducer = std::function<bool(const FileSink&)>;
+std::optional<ReplacedFile> replaceFileWith(const std::string& path, const FileProducer& produce,
+                                            FileAccess access,
+                                            Durability durability = Durability::kSynced);
 
 // Copies a file into a folder under its own name, over a file of that name: copied beside the
 // target first and renamed into place, so that a failed copy never leaves half a file. Returns

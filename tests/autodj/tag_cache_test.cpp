@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -262,6 +263,27 @@ TEST_F(TagCacheTest, TheSavedFileServesARestartUntilAFileChanged) {
     EXPECT_EQ(pickWithoutCache(), t01);
 }
 
+// The records before a cut are read one by one, but none of them is believed: the file is whole
+// or it is no file.
+TEST_F(TagCacheTest, ARecordBeforeTheCutOfASavedFileIsNotBelieved) {
+    settle();
+    ASSERT_EQ(pick(), t01);
+    restart();
+    auto records = autodj::parseTagCache(fileText(cacheFile()));
+    ASSERT_TRUE(records);
+    for (auto& r : *records) {
+        if (r.name == "t00.mp3") {
+            r.mp3Title = "A - Song 9";  // believed, it would make t00 the pick
+        }
+    }
+    std::string text = autodj::serializeTagCache(*records);
+    writeFile(cacheFile(), text.substr(0, text.rfind("end\t")));
+    EXPECT_EQ(pick(), t01);
+    restart();
+    writeFile(cacheFile(), text);
+    EXPECT_EQ(pick(), t00) << "the same records in a whole file are believed";
+}
+
 TEST_F(TagCacheTest, ADamagedOrForeignCacheFileIsIgnoredAndWrittenAgain) {
     settle();
     for (const std::string& text :
@@ -305,6 +327,75 @@ TEST(TagCacheFileTest, RecordsComeBackAsTheyWereWrittenWithEveryAwkwardCharacter
         EXPECT_EQ((*back)[i].mp3Title, records[i].mp3Title);
         EXPECT_EQ((*back)[i].listTitle, records[i].listTitle);
     }
+}
+
+// A library's cache is written in pieces of a bounded size, never held whole, and the pieces
+// make the same file as the whole text; a sink that fails stops the writer for good.
+TEST(TagCacheFileTest, TheWriterHandsOverBoundedPiecesThatMakeTheWholeFile) {
+    std::vector<autodj::SavedTag> records;
+    for (int i = 0; i < 5000; ++i) {
+        const std::string folder = i < 2500 ? "/s/Music/Rock/" : "/s/Music/Jazz/";
+        records.push_back({folder, "track" + std::to_string(i) + ".mp3",
+                           autodj::FileStamp{static_cast<std::uint64_t>(i), i, i + 1, i + 2},
+                           "Artist " + std::to_string(i % 7), "Title\t" + std::to_string(i), ""});
+    }
+    std::string joined;
+    std::size_t pieces = 0;
+    std::size_t largest = 0;
+    autodj::TagCacheWriter writer([&](std::string_view piece) {
+        joined += piece;
+        ++pieces;
+        largest = std::max(largest, piece.size());
+        return true;
+    });
+    for (const auto& r : records) {
+        ASSERT_TRUE(writer.add(r.folder, r.name, r.stamp, r.artist, r.mp3Title, r.listTitle));
+    }
+    ASSERT_TRUE(writer.finish());
+    const std::string whole = autodj::serializeTagCache(records);
+    EXPECT_EQ(joined, whole);
+    EXPECT_GT(pieces, whole.size() / autodj::TagCacheWriter::kPiece);
+    EXPECT_LT(largest, autodj::TagCacheWriter::kPiece + 200) << "a piece and one record at most";
+    const auto back = autodj::parseTagCache(joined);
+    ASSERT_TRUE(back);
+    ASSERT_EQ(back->size(), records.size());
+    EXPECT_EQ((*back)[4999].folder, "/s/Music/Jazz/");
+    EXPECT_EQ((*back)[4999].mp3Title, "Title\t4999");
+
+    int calls = 0;
+    autodj::TagCacheWriter failing([&calls](std::string_view) { return ++calls < 2; });
+    bool accepted = true;
+    for (const auto& r : records) {
+        accepted = failing.add(r.folder, r.name, r.stamp, r.artist, r.mp3Title, r.listTitle);
+        if (!accepted) {
+            break;
+        }
+    }
+    EXPECT_FALSE(accepted);
+    EXPECT_FALSE(failing.finish());
+    EXPECT_EQ(calls, 2) << "nothing is handed over after a failed piece";
+}
+
+// Read one record at a time, a file gives the records that the whole-text reader gives, each
+// with its folder; a cut file is no file, whatever was handed over before the cut.
+TEST(TagCacheFileTest, ReadingRecordByRecordGivesEachWithItsFolder) {
+    const std::vector<autodj::SavedTag> records = {
+        {"/f/", "a.mp3", {1, 2, 3, 4}, "A", "A - B", ""},
+        {"/f/", "b.mp3", {5, 6, 7, 8}, "C", "C - (D)", "C - [D]"},
+        {"/g/", "c.mp3", {9, 10, 11, 12}, "E", "E - F", ""}};
+    const std::string text = autodj::serializeTagCache(records);
+    std::vector<std::string> seen;
+    EXPECT_TRUE(autodj::readTagCache(text, [&](const std::string& folder, autodj::SavedTag& r) {
+        EXPECT_TRUE(r.folder.empty());
+        seen.push_back(folder + r.name + "|" + r.mp3Title);
+    }));
+    EXPECT_EQ(seen,
+              (std::vector<std::string>{"/f/a.mp3|A - B", "/f/b.mp3|C - (D)", "/g/c.mp3|E - F"}));
+    seen.clear();
+    EXPECT_FALSE(autodj::readTagCache(
+        text.substr(0, text.size() - 1),
+        [&](const std::string& folder, autodj::SavedTag& r) { seen.push_back(folder + r.name); }));
+    EXPECT_EQ(seen.size(), 3u) << "the records came before the cut end line";
 }
 
 TEST(TagCacheFileTest, ACutFileOrAWrongCountIsNoFile) {

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -107,6 +108,37 @@ TEST(UnfinishedFilesTest, AReplacedFileAndACopyLeaveNoUnfinishedFile) {
               (dir / "Rock/source.mp3").string());
     EXPECT_EQ(entriesUnder(dir.path()),
               (std::set<std::string>{"played.ini", "source.mp3", "Rock", "Rock/source.mp3"}));
+}
+
+TEST(UnfinishedFilesTest, AFileWrittenInPiecesIsWholeOrLeftAsItWas) {
+    test::TempDir dir;
+    const std::string path = (dir / "tags.cache").string();
+    ASSERT_TRUE(replaceFile(path, "old\n", FileAccess::kKeepMode));
+    const auto pieces = [](int fromPiece) {
+        return [fromPiece](const FileSink& sink) {
+            for (int i = 0; i < 3; ++i) {
+                if (i == fromPiece) {
+                    errno = ENOSPC;
+                    return false;  // the producer stops: a write failed or its data went bad
+                }
+                if (!sink("piece " + std::to_string(i) + "\n")) {
+                    return false;
+                }
+            }
+            return true;
+        };
+    };
+    for (int failAt = 0; failAt < 3; ++failAt) {
+        EXPECT_FALSE(
+            replaceFileWith(path, pieces(failAt), FileAccess::kKeepMode, Durability::kUnsynced))
+            << "failing at piece " << failAt;
+        EXPECT_EQ(errno, ENOSPC);
+        EXPECT_EQ(test::readFile(dir / "tags.cache"), "old\n") << "failing at piece " << failAt;
+        EXPECT_EQ(entriesUnder(dir.path()), (std::set<std::string>{"tags.cache"}));
+    }
+    ASSERT_TRUE(replaceFileWith(path, pieces(-1), FileAccess::kKeepMode, Durability::kUnsynced));
+    EXPECT_EQ(test::readFile(dir / "tags.cache"), "piece 0\npiece 1\npiece 2\n");
+    EXPECT_EQ(entriesUnder(dir.path()), (std::set<std::string>{"tags.cache"}));
 }
 
 }  // namespace
