@@ -49,20 +49,32 @@ dpkg -x "$deb" "$work/root"
 # Every shared library a program is linked with (its own NEEDED entries; what those load in turn
 # is their packages' business), found on this machine, must come from a package that Depends
 # names.
+links=()     # "program soname library", library empty when it is not found here
+libraries=() # every library found, as ldd names it and with its links resolved
 for program in tarnwave tarnwave-sim tarnwave-tag; do
     binary=$work/root/usr/bin/$program
     [ -x "$binary" ] || { fail "no /usr/bin/$program in the package"; continue; }
     loaded=$(ldd "$binary")
     while read -r soname; do
         library=$(echo "$loaded" | sed -n "s|^[[:space:]]*$soname => \(/[^ ]*\) .*|\1|p")
-        [ -n "$library" ] || { fail "$program needs $soname, which is not found here"; continue; }
-        owner=$(dpkg -S "$library" 2> /dev/null | head -n1 | cut -d: -f1) ||
-            owner=$(dpkg -S "$(readlink -f "$library")" 2> /dev/null | head -n1 | cut -d: -f1) ||
-            owner=""
-        [ -n "$owner" ] || { fail "$soname ($library) is from no package here"; continue; }
-        names <<< "$depends" | grep -x "$owner" > /dev/null ||
-            fail "$program is linked with $soname of $owner, which Depends does not name"
+        links+=("$program $soname $library")
+        [ -z "$library" ] || libraries+=("$library" "$(readlink -f "$library")")
     done < <(readelf -d "$binary" | sed -n 's/.*Shared library: \[\(.*\)\]/\1/p')
+done
+# One look-up for them all: dpkg -S reads the whole package database at every call. A line is
+# "package[:arch][, package...]: path"; a path no package holds gives no line.
+declare -A owners
+while IFS= read -r line; do
+    path=/${line#*: /}
+    owners[$path]=${line%%:*}
+done < <(printf '%s\n' "${libraries[@]}" | sort -u | xargs -r dpkg -S 2> /dev/null | grep ': /' || true)
+for link in "${links[@]}"; do
+    read -r program soname library <<< "$link"
+    [ -n "$library" ] || { fail "$program needs $soname, which is not found here"; continue; }
+    owner=${owners[$library]:-${owners[$(readlink -f "$library")]:-}}
+    [ -n "$owner" ] || { fail "$soname ($library) is from no package here"; continue; }
+    names <<< "$depends" | grep -x "$owner" > /dev/null ||
+        fail "$program is linked with $soname of $owner, which Depends does not name"
 done
 names <<< "$depends" | grep -x lame > /dev/null || fail "Depends does not name lame"
 for program in espeak-ng ffmpeg; do
