@@ -29,10 +29,11 @@
 // Limits: changes made on another machine to a folder mounted over the network raise no
 // notification here; a file written through a memory map and kept open is seen once it is closed.
 //
-// The entries are saved whole through core::replaceFile in the station's "tags.cache"
-// (tag_cache_file.h) at most every ten minutes after a change and at shut-down; a damaged or
-// foreign file is ignored and the cache built again. The saved file is read at the first walk
-// (the first listing of a category).
+// The entries are saved through core::replaceFileWith in the station's "tags.cache"
+// (tag_cache_file.h) at most every ten minutes after a change and at shut-down, written piece by
+// piece as they are walked (a library's whole text is never held); a damaged or foreign file is
+// ignored and the cache built again. The saved file is read at the first walk (the first listing
+// of a category), record by record into the cache's tables, which take it only when it was whole.
 //
 // Beside the tags the cache keeps the picker's memo of their last plays (history_memo.h): each
 // cached tag holds the memo's slots of its history key and of its artist's, so that a pick finds
