@@ -44,6 +44,21 @@ class TagCacheTest : public TwoTrackStation {
         cache().save(-1);
         console->library->tagCache = std::make_shared<autodj::TagCache>(cacheFile());
     }
+    // The saved file's text with t00's history key changed to one that makes t00 the pick, which
+    // only a saved entry that is believed can say.
+    std::string savedWithALyingTitle() {
+        auto records = autodj::parseTagCache(fileText(cacheFile()));
+        if (!records || records->size() != 2u) {
+            ADD_FAILURE() << "the saved file does not hold the two tracks";
+            return {};
+        }
+        for (auto& r : *records) {
+            if (r.name == "t00.mp3") {
+                r.mp3Title = "A - Song 9";
+            }
+        }
+        return autodj::serializeTagCache(*records);
+    }
     // Writes the file again in place (same inode): the tag says title, the bytes keep their size
     // when title has as many characters as the old one.
     void rewriteInPlace(const std::string& path, const std::string& artist,
@@ -243,17 +258,8 @@ TEST_F(TagCacheTest, TheSavedFileServesARestartUntilAFileChanged) {
     settle();
     ASSERT_EQ(pick(), t01);
     restart();
-    // A saved entry whose stamp still matches is believed: its tag is not read again. Written by
-    // hand here with a title that makes t00 the pick, which only the saved entry can say.
-    auto records = autodj::parseTagCache(fileText(cacheFile()));
-    ASSERT_TRUE(records);
-    ASSERT_EQ(records->size(), 2u);
-    for (auto& r : *records) {
-        if (r.name == "t00.mp3") {
-            r.mp3Title = "A - Song 9";
-        }
-    }
-    writeFile(cacheFile(), autodj::serializeTagCache(*records));
+    // A saved entry whose stamp still matches is believed: its tag is not read again.
+    writeFile(cacheFile(), savedWithALyingTitle());
     EXPECT_EQ(pick(), t00);
 
     // A file changed while the console was not running is read again.
@@ -269,14 +275,8 @@ TEST_F(TagCacheTest, ARecordBeforeTheCutOfASavedFileIsNotBelieved) {
     settle();
     ASSERT_EQ(pick(), t01);
     restart();
-    auto records = autodj::parseTagCache(fileText(cacheFile()));
-    ASSERT_TRUE(records);
-    for (auto& r : *records) {
-        if (r.name == "t00.mp3") {
-            r.mp3Title = "A - Song 9";  // believed, it would make t00 the pick
-        }
-    }
-    std::string text = autodj::serializeTagCache(*records);
+    const std::string text = savedWithALyingTitle();
+    ASSERT_NE(text.rfind("end\t"), std::string::npos);
     writeFile(cacheFile(), text.substr(0, text.rfind("end\t")));
     EXPECT_EQ(pick(), t01);
     restart();
