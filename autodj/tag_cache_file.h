@@ -8,7 +8,7 @@
 // of the "T" lines after it; the last line ("end" and the number of "T" lines) tells a whole file
 // from a cut one. A file that breaks any of this counts as absent: the cache is built again.
 //
-// Thread contract: pure functions, any thread.
+// Thread contract: pure functions, any thread; a TagCacheWriter is used by one thread at a time.
 
 #include <cstdint>
 #include <functional>

@@ -155,10 +155,11 @@ void fadeTimer_Timer(core::Console& c) {
     if (!c.automated()) {
         return;
     }
-    // The stream that went was the track on the air itself, run out before anything started
-    // the next one; or the tick's recovery has already started the waiting track and loaded the
-    // empty player. Either way the player that is not active holds a track waiting for its start,
-    // and a load would put the row after it in its place: that track would never be heard.
+    // When the player that is not active holds a track waiting for its start, either the stream
+    // that went was the track on the air itself, run out before anything started the next one,
+    // or the tick's recovery has already started the waiting track and loaded the empty player.
+    // A load would put the row after that track in its place, and it would never be heard; the
+    // recovery path starts it and loads the player that is empty.
     const int waiting = c.activePlayer == 1 ? 2 : 1;
     if (!waitsToStart(c, waiting)) {
         autodj::loadNextSong(c, 0);
