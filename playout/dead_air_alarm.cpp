@@ -8,12 +8,12 @@
 #include "core/console_ops.h"
 #include "core/program_runner.h"
 #include "core/text.h"
+#include "playout/colours.h"
 
 namespace tw::playout {
 
 namespace {
 
-constexpr std::uint32_t kRed = 0x0000FF;  // blue in the high byte, as the console keeps colours
 constexpr double kFlashSeconds = 0.5;
 constexpr double kDay = 24 * 3600;
 

@@ -7,16 +7,13 @@
 #include "core/text.h"
 #include "media/stream_time.h"
 #include "media/track_scan.h"
+#include "playout/colours.h"
 #include "playout/manual_transport.h"
 #include "tags/cue_data.h"
 
 namespace tw::playout {
 
 namespace {
-
-constexpr std::uint32_t kRed = 0xFF;
-constexpr std::uint32_t kGreen = 0xC000;
-constexpr std::uint32_t kWhite = 0xFFFFFF;
 
 // While a preview runs, the panel on show says so: on the Playlist Builder its Preview button
 // turns green; on the running list the row of the previewed track is chosen, if it is there.
