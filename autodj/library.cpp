@@ -19,11 +19,11 @@
 
 namespace tw::autodj {
 
-namespace {
-
 std::string categoryFolder(const std::string& category) {
     return "/Music/" + category + "/";
 }
+
+namespace {
 
 // The list's folder without its trailing separator, as the file lists keep it.
 std::string listFolder(core::Console& c) {

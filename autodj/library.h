@@ -14,6 +14,8 @@
 
 namespace tw::autodj {
 
+// The folder of a category under the station folder: "/Music/<category>/".
+std::string categoryFolder(const std::string& category);
 // Rebuilds both category lists from the folders of dirList.
 void showplayLists(core::Console& c);
 // Resizes the per-category figures to the number of categories; every figure starts at 0.

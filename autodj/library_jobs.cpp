@@ -7,6 +7,7 @@
 #include "autodj/library.h"
 #include "autodj/library_state.h"
 #include "autodj/loudness.h"
+#include "autodj/tag_fill.h"
 #include "core/atomic_file.h"
 #include "core/console_ops.h"
 #include "core/failure.h"
@@ -189,6 +190,7 @@ void importCompleted(core::Console& c) {
     c.library->titleHints.clear();
     askLoudness(c, copies);  // measured as soon as they are in
     cmdCalculate_Click(c);
+    startTagFill(c);  // their tags as well, for the picks and the track list
     if (!j.waiting.empty()) {
         auto [files, folder] = std::move(j.waiting.front());
         j.waiting.pop_front();

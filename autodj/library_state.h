@@ -18,6 +18,7 @@
 namespace tw::autodj {
 
 class TagCache;
+struct TagFill;
 
 struct LibraryState {
     // Indexed by the category's item number from 1; element 0 is unused. renewRepeatTime sizes
@@ -39,6 +40,8 @@ struct LibraryState {
     // The tags the picker reads, kept between picks (tag_cache.h); without it every pick reads
     // every tag from the disk.
     std::shared_ptr<TagCache> tagCache;
+    // The fill of tagCache on its worker (tag_fill.h); made at its first start.
+    std::shared_ptr<TagFill> tagFill;
 };
 
 // The full path behind the first row of a track list (lstSongs, lstBuilderCatagoryList: both

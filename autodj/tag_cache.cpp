@@ -6,7 +6,9 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 #include "core/atomic_file.h"
@@ -140,11 +142,18 @@ void TagCache::load() {
 }
 
 void TagCache::beginWalk(const std::string& folder) {
+    if (Folder* const f = watchFolder(folder)) {
+        walkName_ = folder;
+        walk_ = f;
+    }
+}
+
+TagCache::Folder* TagCache::watchFolder(const std::string& folder) {
     if (!loaded_) {
         load();
     }
     if (notify_ < 0) {
-        return;
+        return nullptr;
     }
     catchUp();
     struct stat st {};
@@ -159,28 +168,27 @@ void TagCache::beginWalk(const std::string& folder) {
         dropListing(it->second);
     }
     if (!there) {
-        return;
+        return nullptr;
     }
     Folder& f = folders_[folder];
-    walkName_ = folder;
-    walk_ = &f;
     if (f.watch >= 0) {
-        return;
+        return &f;
     }
     const int watch = ::inotify_add_watch(notify_, folder.c_str(), kWatchMask);
     if (watch < 0) {
-        return;
+        return &f;
     }
     if (const auto other = watched_.find(watch);
         other != watched_.end() && other->second != folder) {
         // The same folder under another name: only the first name is served.
-        return;
+        return &f;
     }
     uncheck(f, nowNs());
     f.watch = watch;
     f.device = st.st_dev;
     f.inode = st.st_ino;
     watched_[watch] = folder;
+    return &f;
 }
 
 void TagCache::catchUp() {
@@ -379,7 +387,48 @@ void TagCache::store(std::string_view folder, const std::string& name, const str
     }
     f->entries[name] = {stampOf(st), std::move(tag), true};
     ++changes_;
+    ++stores_;
     dirty_ = true;
+}
+
+std::vector<std::size_t> TagCache::knownNames(const std::string& folder) {
+    std::vector<std::size_t> known;
+    Folder* const f = watchFolder(folder);
+    if (!f || f->watch < 0) {
+        return known;
+    }
+    known.reserve(f->entries.size());
+    for (const auto& [name, e] : f->entries) {
+        known.push_back(nameHash(name));
+    }
+    std::sort(known.begin(), known.end());
+    return known;
+}
+
+bool TagCache::offer(std::string_view folder, const std::string& name, const struct stat& st,
+                     std::int64_t statAtNs, CachedTag tag) {
+    Folder* const f = watchedFolder(folder);
+    // The stamp proves the file unchanged at its first use only when a change after the stat
+    // would show in it (see kSettleNs): the entry is checked by it then, as a saved one is.
+    if (!f || !keepable(st) || !settled(stampOf(st), statAtNs)) {
+        return false;
+    }
+    const auto [it, added] = f->entries.try_emplace(name);
+    if (!added) {
+        return false;  // read by a pick meanwhile, or known: what is there is as good or newer
+    }
+    it->second = {stampOf(st), std::move(tag), false};
+    ++changes_;
+    dirty_ = true;
+    return true;
+}
+
+std::size_t TagCache::nameHash(std::string_view name) {
+    return std::hash<std::string_view>{}(name);
+}
+
+std::int64_t TagCache::clockNs() {
+    return nowNs();
 }
 
 bool TagCache::save(double nowSeconds) {

@@ -41,9 +41,13 @@
 // cached tags are also given by position in it (tagsByPosition), so that a pick need not look a
 // candidate up by its name at all.
 //
-// Thread contract: console thread only. Nothing here waits: the notification descriptor is read
-// without blocking; the disk work is one stat of the folder per pick, one stat for each entry that
-// must be checked by its stamp, the saved file read once, and its write.
+// The tags of a category that no pick has walked yet are read ahead on a worker (tag_fill.h) and
+// offered: an offered entry is checked by its stamp at its first use.
+//
+// Thread contract: console thread only (nameHash and clockNs: any thread). Nothing here waits: the
+// notification descriptor is read without blocking; the disk work is one stat of the folder per
+// pick, one stat for each entry that must be checked by its stamp, the saved file read once, and
+// its write.
 
 #include <sys/stat.h>
 
@@ -113,6 +117,21 @@ class TagCache {
     // folder is watched and none of its names changed meanwhile.
     void keepListing(std::string_view folder, const std::string& pattern,
                      std::vector<std::string> names);
+    // For a fill of folder off the console thread (tag_fill.h): loads the saved file the first
+    // time and watches folder, as beginWalk does (without making it the walk's), then gives the
+    // nameHash of every name it holds an entry for, sorted; none when folder cannot be watched.
+    std::vector<std::size_t> knownNames(const std::string& folder);
+    // Tags read off the console thread from folder + name: st is what an lstat before the read
+    // gave, statAtNs the clock (clockNs) before that lstat. Kept, unless the name has an entry
+    // already, when folder is watched and the file's stamp was old enough at the stat to show
+    // any change after it; the first find checks the stamp, as for an entry of the saved file.
+    // Returns whether it was kept.
+    bool offer(std::string_view folder, const std::string& name, const struct stat& st,
+               std::int64_t statAtNs, CachedTag tag);
+    static std::size_t nameHash(std::string_view name);
+    // The wall clock that stamps are compared with, in nanoseconds.
+    static std::int64_t clockNs();
+
     // Writes the saved file when an entry was stored since the last write and the last write is
     // at least ten minutes older than nowSeconds (any steady count of seconds), or at once when
     // nowSeconds is negative. Returns whether it wrote.
@@ -130,6 +149,8 @@ class TagCache {
     const std::vector<std::string>* placedNames(std::string_view folder);
     // How often listing() served a kept listing.
     std::uint64_t listingsServed() const { return served_; }
+    // How often store() kept tags read by the console thread.
+    std::uint64_t stores() const { return stores_; }
     // How often find() was asked for a name.
     std::uint64_t finds() const { return finds_; }
     // How often entries were dropped or had to be checked again (a notification, a failed check,
@@ -167,6 +188,9 @@ class TagCache {
     };
 
     void load();
+    // beginWalk's work but for the walk's record: the folder's record when it is there (its
+    // watch placed when it can be), else nullptr.
+    Folder* watchFolder(const std::string& folder);
     // The folder of that name that has a watch, or nullptr; the walk's own is found first.
     Folder* watchedFolder(std::string_view folder);
     void applyEvents(const char* bytes, std::size_t size);
@@ -190,6 +214,7 @@ class TagCache {
     std::uint64_t drops_ = 0;
     std::uint64_t served_ = 0;
     std::uint64_t finds_ = 0;
+    std::uint64_t stores_ = 0;
 };
 
 }  // namespace tw::autodj

@@ -10,6 +10,7 @@
 #include "autodj/rotations.h"
 #include "autodj/schedule.h"
 #include "autodj/tag_cache.h"
+#include "autodj/tag_fill.h"
 #include "broadcast/cast_form.h"
 #include "broadcast/cast_state.h"
 #include "core/console_ops.h"
@@ -150,6 +151,12 @@ void Form_Load(core::Console& c) {
     } catch (const std::exception& e) {
         logError(c, failureText("startLoudnessScan", e));
     }
+    // The tags the first picks did not read are read ahead, while the station plays.
+    try {
+        autodj::startTagFill(c);
+    } catch (const std::exception& e) {
+        logError(c, failureText("startTagFill", e));
+    }
 }
 
 void firstLoad(core::Console& c) {
@@ -196,7 +203,9 @@ void Form_Unload(core::Console& c) {
     liveassist::finishVoiceTracks(c);
     // What was measured is kept; a file under way is left for the next run.
     autodj::stopLoudness(c);
-    // The tags read since the last save, so that the next start does not read them again.
+    // The tags read since the last save, so that the next start does not read them again; a
+    // fill under way is given up (the next start reads on).
+    autodj::stopTagFill(c);
     if (c.library->tagCache) {
         c.library->tagCache->save(-1);
     }

@@ -1,0 +1,207 @@
+// The tag cache filled ahead on its worker: every category's tags come in while no pick has
+// walked it, the picks that follow read nothing from the disk and choose as they would without
+// the cache, and a tag read off the console thread is believed only as far as its file's stamp
+// says it is still the file's.
+
+#include "autodj/tag_fill.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "autodj/library_jobs.h"
+#include "autodj/library_state.h"
+#include "autodj/tag_cache.h"
+#include "tests/autodj/two_track_station.h"
+#include "tests/tags/tag_test_util.h"
+
+namespace tw::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Rock's two tracks (t01 the pick) and Jazz's: j00 ("C - Song 2") three days old, j01
+// ("D - Song 3") half an hour.
+class TagFillTest : public TwoTrackStation {
+  protected:
+    TagFillTest() {
+        // Every event's look at the status window, as the operator would see it between events.
+        loop.wrapEvent = [this](const std::function<void()>& fn) {
+            core::EventScope scope(settings);
+            fn();
+            if (console && console->ui.status.frmStatus.visible) {
+                seen.push_back(console->ui.status.lblProgress.caption);
+            }
+        };
+    }
+    void SetUp() override {
+        j00 = addTrack("Jazz", "j00.mp3", "C", "Song 2");
+        j01 = addTrack("Jazz", "j01.mp3", "D", "Song 3");
+        TwoTrackStation::SetUp();
+        setHistory("C - Song 2", "LastPlayed", dateText(-3.0));
+        setHistory("D - Song 3", "LastPlayed", dateText(-1.0 / 48));
+    }
+    // Lets the files' stamps grow old enough to be trusted.
+    void settle() { std::this_thread::sleep_for(std::chrono::milliseconds(3200)); }
+    autodj::TagCache& cache() { return *console->library->tagCache; }
+    // Runs the console thread's events until the fill has ended (at most ten seconds).
+    void fill(std::chrono::milliseconds showAfter = autodj::kTagFillShowAfter) {
+        autodj::startTagFill(*console, showAfter);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (autodj::tagFillBusy(*console) && std::chrono::steady_clock::now() < end) {
+            loop.processPending();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ASSERT_FALSE(autodj::tagFillBusy(*console)) << "the fill did not end";
+    }
+    std::string jazzPick() {
+        core::DateValue previous = 0;
+        return autodj::pickSongForCatagory(*console, "Jazz", clock.now(), previous);
+    }
+    // t00 written again in place with the tag "A - Song 9", a title never played: the pick
+    // when its tag is read.
+    void retitleT00() {
+        const std::string bytes = taggedTrack("A", "Song 9");
+        std::fstream out(t00, std::ios::in | std::ios::out | std::ios::binary);
+        out.seekp(0);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+    std::string rock() const { return (dir / "Music/Rock/").string(); }
+
+    std::string j00;
+    std::string j01;
+    std::vector<std::string> seen;
+};
+
+TEST_F(TagFillTest, EveryCategoryIsReadAheadAndThePicksReadNoTagFromTheDisk) {
+    settle();
+    fill();
+    EXPECT_EQ(cache().size(), 4u);
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(jazzPick(), j00);
+    EXPECT_EQ(cache().stores(), 0u) << "a tag was read on the console thread";
+    EXPECT_EQ(pickWithoutCache(), t01);
+    EXPECT_TRUE(seen.empty()) << "a fill shorter than its delay shows no progress";
+    EXPECT_TRUE(appLogLines().empty());
+}
+
+TEST_F(TagFillTest, AFillAfterAPickReadsOnlyWhatThePickDidNotAndTheSavedFileHoldsAll) {
+    settle();
+    ASSERT_EQ(pick(), t01);
+    ASSERT_EQ(cache().stores(), 2u);
+    fill();
+    EXPECT_EQ(cache().size(), 4u);
+    EXPECT_EQ(jazzPick(), j00);
+    EXPECT_EQ(cache().stores(), 2u);
+    // Saved at the fill's end only when the interval is due: the pick saved a moment ago.
+    ASSERT_TRUE(cache().save(-1));
+    auto records = autodj::parseTagCache([&] {
+        std::ifstream in(dir / "tags.cache", std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }());
+    ASSERT_TRUE(records);
+    EXPECT_EQ(records->size(), 4u);
+}
+
+TEST_F(TagFillTest, ATagReadBeforeItsFileChangedIsCheckedByTheStampAtItsFirstUse) {
+    settle();
+    // Read ahead as the worker reads: the stat, then the tag; the file changes before the
+    // console thread offers it, and the change's notification was applied before the offer.
+    const std::string folder = rock();
+    (void)cache().knownNames(folder);
+    struct stat st {};
+    const std::int64_t statAt = autodj::TagCache::clockNs();
+    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
+    retitleT00();
+    cache().catchUp();
+    EXPECT_TRUE(cache().offer(folder, "t00.mp3", st, statAt,
+                              autodj::cachedTagOf("A", "Song 0", "A - Song 0")));
+    EXPECT_EQ(pick(), t00) << "the offered tag was believed";
+    EXPECT_EQ(pickWithoutCache(), t00);
+}
+
+TEST_F(TagFillTest, AnOfferedTagIsBelievedWhileTheFileIsAsItWas) {
+    settle();
+    const std::string folder = rock();
+    (void)cache().knownNames(folder);
+    struct stat st {};
+    const std::int64_t statAt = autodj::TagCache::clockNs();
+    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
+    // A title never played, which only the offered entry says: the pick shows it was used.
+    EXPECT_TRUE(cache().offer(folder, "t00.mp3", st, statAt,
+                              autodj::cachedTagOf("A", "Song 9", "A - Song 9")));
+    EXPECT_EQ(pick(), t00);
+}
+
+TEST_F(TagFillTest, AFileChangedWithinTheLastSecondsIsLeftToThePicks) {
+    // Made a moment ago: its stamp could not show a change made in the same tick.
+    fill();
+    EXPECT_EQ(cache().size(), 0u);
+    const std::string folder = rock();
+    struct stat st {};
+    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
+    EXPECT_FALSE(cache().offer(folder, "t00.mp3", st, autodj::TagCache::clockNs(),
+                               autodj::cachedTagOf("A", "Song 9", "A - Song 9")));
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(cache().stores(), 2u);
+}
+
+TEST_F(TagFillTest, AnOfferNeverReplacesATagAPickRead) {
+    settle();
+    ASSERT_EQ(pick(), t01);
+    struct stat st {};
+    const std::int64_t statAt = autodj::TagCache::clockNs();
+    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
+    EXPECT_FALSE(cache().offer(rock(), "t00.mp3", st, statAt,
+                               autodj::cachedTagOf("A", "Song 9", "A - Song 9")));
+    EXPECT_EQ(pick(), t01);
+}
+
+TEST_F(TagFillTest, ALinkAFileWithASecondNameAndAnEmptyFileAreLeftToThePicks) {
+    fs::create_symlink(j00, dir / "Music/Jazz/link.mp3");
+    fs::create_hard_link(j01, dir / "Music/Jazz/second.mp3");
+    { std::ofstream(dir / "Music/Jazz/empty.mp3"); }
+    settle();
+    fill();
+    EXPECT_EQ(cache().size(), 3u) << "Rock's two files and j00; j01 has a second name now";
+    EXPECT_EQ(pick(), t01);
+    EXPECT_EQ(cache().stores(), 0u);
+}
+
+TEST_F(TagFillTest, ItsProgressShowsOnLibraryUpdateAndTheWindowClosesAtItsEnd) {
+    settle();
+    fill(std::chrono::milliseconds(0));
+    ASSERT_FALSE(seen.empty());
+    const std::string last = console->form().lstPlaylist1.items.back().text;
+    EXPECT_EQ(seen.back(), "Reading Tags: " + last + " Track Number: 2");
+    EXPECT_FALSE(console->ui.status.frmStatus.visible);
+    EXPECT_EQ(cache().size(), 4u);
+}
+
+TEST_F(TagFillTest, AFillAskedForWhileOneRunsRunsOnceMoreAndFindsTheNewFile) {
+    settle();
+    autodj::startTagFill(*console);
+    addTrack("Rock", "t02.mp3", "E", "Song 4");
+    settle();
+    fill();  // asked for while the first may still run
+    EXPECT_EQ(cache().size(), 5u);
+    EXPECT_EQ(cache().stores(), 0u);
+}
+
+TEST_F(TagFillTest, StoppingAFillUnderWayEndsItWithoutAnEvent) {
+    settle();
+    autodj::startTagFill(*console, std::chrono::milliseconds(0));
+    autodj::stopTagFill(*console);
+    EXPECT_FALSE(autodj::tagFillBusy(*console));
+    loop.processPending();
+    EXPECT_TRUE(seen.empty());
+    EXPECT_EQ(pick(), t01);
+}
+
+}  // namespace
+}  // namespace tw::test
