@@ -14,4 +14,4 @@ export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1"
 # As many at a time as the release suite (scripts/test-jobs.sh): most of these tests wait on real
 # time too (servers, devices, ten seconds of a silent stream). One by one they took 149 s here,
 # three at a time on two cores 52 s.
-ctest --test-dir "$dir" -j"$(scripts/test-jobs.sh)" -R 'Audio(Decode|Mix|Handle|Stream|Device|Realtime|Ring)|RingStore|DecodeAhead|OfflineRender|Cast|CommandLine|Waveform|Effects|Record(Device)?Test|Studio(Output|Ring)|WorkerTest|LibraryJobsTest|StatisticsTest|LoudnessLibraryTest|LoudnessMeterTest|StatusServiceTest|StatusFeedTest|NowPlayingCommandTest|ClockTest' --output-on-failure --timeout 900
+ctest --test-dir "$dir" -j"$(scripts/test-jobs.sh)" -R 'Audio(Decode|Mix|Handle|Stream|Device|Realtime|Ring)|RingStore|DecodeAhead|OfflineRender|Cast|CommandLine|Waveform|Effects|Record(Device)?Test|Studio(Output|Ring)|WorkerTest|LibraryJobsTest|TagFillTest|StatisticsTest|LoudnessLibraryTest|LoudnessMeterTest|StatusServiceTest|StatusFeedTest|NowPlayingCommandTest|ClockTest' --output-on-failure --timeout 900
