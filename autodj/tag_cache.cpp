@@ -391,6 +391,15 @@ void TagCache::store(std::string_view folder, const std::string& name, const str
     dirty_ = true;
 }
 
+bool TagCache::holdsWholeListing(const std::string& folder, const std::string& pattern) {
+    Folder* const f = watchFolder(folder);
+    if (!f || f->watch < 0 || !f->listed || f->listPattern != pattern) {
+        return false;
+    }
+    return std::all_of(f->names.begin(), f->names.end(),
+                       [f](const std::string& name) { return f->entries.contains(name); });
+}
+
 std::vector<std::size_t> TagCache::knownNames(const std::string& folder) {
     std::vector<std::size_t> known;
     Folder* const f = watchFolder(folder);

@@ -121,6 +121,9 @@ class TagCache {
     // time and watches folder, as beginWalk does (without making it the walk's), then gives the
     // nameHash of every name it holds an entry for, sorted; none when folder cannot be watched.
     std::vector<std::size_t> knownNames(const std::string& folder);
+    // Whether folder (watched as knownNames watches it) has a kept listing under pattern whose
+    // every name has an entry: a fill has nothing to read there.
+    bool holdsWholeListing(const std::string& folder, const std::string& pattern);
     // Tags read off the console thread from folder + name: st is what an lstat before the read
     // gave, statAtNs the clock (clockNs) before that lstat. Kept, unless the name has an entry
     // already, when folder is watched and the file's stamp was old enough at the stat to show

@@ -197,6 +197,9 @@ void startTagFill(core::Console& c, std::chrono::milliseconds showAfter) {
         TagFillFolder f;
         f.category = item.text;
         f.folder = c.AppFolder + categoryFolder(item.text);
+        if (cache->holdsWholeListing(f.folder, s->pattern)) {
+            continue;  // a pick walked it: not even listed again
+        }
         // The watch stands before the worker looks at any of the folder's files.
         f.known = cache->knownNames(f.folder);
         s->folders.push_back(std::move(f));

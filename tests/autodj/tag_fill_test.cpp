@@ -108,6 +108,16 @@ TEST_F(TagFillTest, AFillAfterAPickReadsOnlyWhatThePickDidNotAndTheSavedFileHold
     EXPECT_EQ(records->size(), 4u);
 }
 
+TEST_F(TagFillTest, ACategoryAPickWalkedWholeIsNotListedAgainUntilANameChanges) {
+    settle();
+    const std::string pattern = console->form().fileList1.pattern;
+    EXPECT_FALSE(cache().holdsWholeListing(rock(), pattern)) << "no pick walked it yet";
+    ASSERT_EQ(pick(), t01);
+    EXPECT_TRUE(cache().holdsWholeListing(rock(), pattern));
+    addTrack("Rock", "t02.mp3", "E", "Song 4");
+    EXPECT_FALSE(cache().holdsWholeListing(rock(), pattern));
+}
+
 TEST_F(TagFillTest, ATagReadBeforeItsFileChangedIsCheckedByTheStampAtItsFirstUse) {
     settle();
     // Read ahead as the worker reads: the stat, then the tag; the file changes before the
