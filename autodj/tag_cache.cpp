@@ -440,6 +440,10 @@ std::int64_t TagCache::clockNs() {
     return nowNs();
 }
 
+std::int64_t TagCache::trustedFrom(const struct stat& st) {
+    return nanoseconds(st.st_ctim) + kSettleNs + 1;
+}
+
 bool TagCache::save(double nowSeconds) {
     if (!dirty_ || (nowSeconds >= 0 && lastSave_ >= 0 && nowSeconds - lastSave_ < kSaveInterval)) {
         return false;

@@ -134,6 +134,8 @@ class TagCache {
     static std::size_t nameHash(std::string_view name);
     // The wall clock that stamps are compared with, in nanoseconds.
     static std::int64_t clockNs();
+    // The clockNs from which a stamp taken of st can tell any later change (offer keeps it).
+    static std::int64_t trustedFrom(const struct stat& st);
 
     // Writes the saved file when an entry was stored since the last write and the last write is
     // at least ten minutes older than nowSeconds (any steady count of seconds), or at once when

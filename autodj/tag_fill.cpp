@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "autodj/library.h"
@@ -63,20 +64,47 @@ bool unknown(const TagFillFolder& f, const std::string& name) {
     return !std::binary_search(f.known.begin(), f.known.end(), TagCache::nameHash(name));
 }
 
-// The tags of one file as a pick would read them, when the cache may keep them.
-bool readAhead(tags::clsID3& id3, const std::string& folder, const std::string& name, TagRead& r) {
+enum class Look { kRead, kYoung, kLeft };
+
+// The tags of one file as a pick would read them, when the cache may keep them; kYoung when its
+// stamp cannot yet tell a change made after the look.
+Look readAhead(tags::clsID3& id3, const std::string& folder, const std::string& name, TagRead& r) {
     const std::string path = folder + name;
     r.statAtNs = TagCache::clockNs();
     if (::lstat(path.c_str(), &r.st) != 0 || !S_ISREG(r.st.st_mode) || r.st.st_nlink != 1 ||
         r.st.st_size == 0) {
-        return false;  // the picks read it (and fail for it) as they always did
+        return Look::kLeft;  // the picks read it (and fail for it) as they always did
+    }
+    if (r.statAtNs < TagCache::trustedFrom(r.st)) {
+        return Look::kYoung;
     }
     tags::clsMp3TagData data;
     id3.filename(path);
     id3.returnID3Tag(data);
     r.name = name;
     r.tag = cachedTagOf(data.Artist, data.songName, data.mp3Title);
-    return true;
+    return Look::kRead;
+}
+
+// Hands a read tag to the console thread; waits while kTagFillBacklog of them wait there.
+void hand(core::Worker& w, TagFillState& s, TagRead r) {
+    std::unique_lock lock(s.mutex);
+    s.ready.push_back(std::move(r));
+    while (s.ready.size() >= kTagFillBacklog && !w.CancellationPending()) {
+        s.drained.wait_for(lock, std::chrono::milliseconds(50));
+    }
+}
+
+// Sleeps until the clock reaches atNs, or the job is cancelled.
+void waitUntil(const core::Worker& w, std::int64_t atNs) {
+    while (!w.CancellationPending()) {
+        const std::int64_t left = atNs - TagCache::clockNs();
+        if (left <= 0) {
+            return;
+        }
+        std::this_thread::sleep_for(
+            std::chrono::nanoseconds(std::min<std::int64_t>(left, 50'000'000)));
+    }
 }
 
 void fillDoWork(core::Worker& w, const std::shared_ptr<TagFillState>& s) {
@@ -95,21 +123,36 @@ void fillDoWork(core::Worker& w, const std::shared_ptr<TagFillState>& s) {
             s->read = 0;
             s->count = names.size();
         }
+        std::vector<std::string> young;
+        std::int64_t trusted = 0;
         for (std::size_t n = 0; n < names.size() && !w.CancellationPending(); ++n) {
             TagRead r;
             r.folder = i;
-            const bool kept = readAhead(id3, f.folder, names[n], r);
+            const Look look = readAhead(id3, f.folder, names[n], r);
+            if (look == Look::kRead) {
+                hand(w, *s, std::move(r));
+            } else if (look == Look::kYoung) {
+                young.push_back(names[n]);
+                trusted = std::max(trusted, TagCache::trustedFrom(r.st));
+            }
             {
-                std::unique_lock lock(s->mutex);
+                const std::lock_guard lock(s->mutex);
                 s->read = n + 1;
-                if (kept) {
-                    s->ready.push_back(std::move(r));
-                }
-                while (s->ready.size() >= kTagFillBacklog && !w.CancellationPending()) {
-                    s->drained.wait_for(lock, std::chrono::milliseconds(50));
-                }
             }
             w.ReportLatest(static_cast<int>((n + 1) * 100 / names.size()));
+        }
+        // Files written a moment ago (an import's copies): read once their stamps can tell a
+        // change, a few seconds on; one still changing then is left to the picks.
+        if (!young.empty()) {
+            waitUntil(w, trusted);
+        }
+        for (std::size_t n = 0; n < young.size() && !w.CancellationPending(); ++n) {
+            TagRead r;
+            r.folder = i;
+            if (readAhead(id3, f.folder, young[n], r) == Look::kRead) {
+                hand(w, *s, std::move(r));
+                w.ReportLatest(100);
+            }
         }
     }
 }
@@ -136,8 +179,8 @@ void fillProgress(core::Console& c, TagFillState& s) {
     if (!fill.shown && std::chrono::steady_clock::now() - fill.started < fill.showAfter) {
         return;
     }
-    if (libraryJobsBusy(c)) {
-        return;  // an import or a recount shows its own progress
+    if (libraryJobsBusy(c) || (!fill.shown && c.ui.status.frmStatus.visible)) {
+        return;  // an import or a recount shows its own progress, or left its window open
     }
     std::string category;
     std::size_t read = 0;

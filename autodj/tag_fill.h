@@ -8,13 +8,16 @@
 // It runs at start-up, after the first load, and after every import; asked for while it runs, it
 // runs once more when it ends. Its progress shows in "Library Update" ("Reading Tags: <category>
 // Track Number: <n>") once it has read for showAfter, and only while no import or recount shows
-// its own; a fill that ends sooner shows nothing. At its end the cache is saved when its interval
-// is due.
+// its own (nor left the window open, as a recount does); a fill that ends sooner shows nothing. At
+// its end the cache is saved when its interval is due.
 //
-// The worker lists each category folder, and for every name the cache knew nothing of when the
-// fill began: an lstat, then the tag read as a pick reads it. A link, a file with a second name,
-// an empty file and a file changed within the last seconds are left to the picks. At most
-// kTagFillBacklog tags wait for the console thread; the worker waits while they do.
+// The worker lists each category folder (but one that a pick walked whole, whose every name the
+// cache holds), and for every name the cache knew nothing of when the fill began: an lstat, then
+// the tag read as a pick reads it. A file written within the last three seconds (an import's
+// copies) is read once its stamp can tell a change made after the read, when the rest of its
+// folder is done. A link, a file with a second name, an empty file and a file still changing by
+// then are left to the picks. At most kTagFillBacklog tags wait for the console thread; the worker
+// waits while they do.
 //
 // Thread contract: console thread only; the worker's thread touches only the job's own state,
 // under its mutex.

@@ -12,6 +12,9 @@
 #include <thread>
 
 #include "autodj/library_state.h"
+#include "autodj/picker.h"
+#include "autodj/tag_cache.h"
+#include "autodj/tag_fill.h"
 #include "core/unfinished_files.h"
 #include "desk/actions.h"
 #include "tests/audio/audio_fixtures.h"
@@ -249,6 +252,25 @@ TEST_F(LibraryJobsTest, ARecountAskedForWhileOneRunsRunsAgainAfterIt) {
     autodj::cmdCalculate_Click(c);
     settle();
     EXPECT_FALSE(autodj::libraryJobsBusy(c));
+}
+
+TEST_F(LibraryJobsTest, TheImportedTracksTagsAreReadAheadForThePicks) {
+    auto& c = station();
+    autodj::importFiles(c, {outside("a.mp3", "First"), outside("b.mp3", "Second")});
+    settle();
+    // The copies are read once their stamps are old enough to be trusted, a few seconds on.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (autodj::tagFillBusy(c) && std::chrono::steady_clock::now() < end) {
+        loop.processPending();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ASSERT_FALSE(autodj::tagFillBusy(c)) << "the fill did not end";
+    autodj::TagCache& cache = *c.library->tagCache;
+    EXPECT_EQ(cache.size(), 2u);
+    core::DateValue previous = 0;
+    const std::string picked = autodj::pickSongForCatagory(c, "Rock", clock.now(), previous);
+    EXPECT_TRUE(picked == rock() + "/a.mp3" || picked == rock() + "/b.mp3") << picked;
+    EXPECT_EQ(cache.stores(), 0u) << "the pick read a tag from the disk";
 }
 
 TEST_F(LibraryJobsTest, AConsoleClosedDuringAnImportStopsItCleanly) {
