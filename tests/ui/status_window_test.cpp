@@ -9,11 +9,19 @@
 #include <QFontMetricsF>
 #include <QImage>
 #include <QTest>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
 #include "audio/null_engine.h"
+#include "autodj/library.h"
+#include "autodj/library_state.h"
+#include "autodj/tag_cache.h"
+#include "autodj/tag_fill.h"
 #include "core/console_ops.h"
+#include "tests/tags/tag_test_util.h"
 #include "tests/testlib/temp_dir.h"
 #include "tests/ui/element_fit.h"
 #include "tests/ui/no_audio_engine.h"
@@ -70,6 +78,36 @@ TEST_F(StatusWindowTest, ShowStatusShowsTheWindowWithItsBarAtTheShare) {
     core::closeStatus(c());
     status().follow();
     EXPECT_FALSE(status().isVisible());
+}
+
+// A category of many tracks that the start did not find: the tag fill reads it on its worker, its
+// progress in the window while the console's events run on, and the window closes at its end.
+TEST_F(StatusWindowTest, TheTagFillShowsItsProgressInTheWindowAndClosesItAtItsEnd) {
+    constexpr int kTracks = 5000;
+    const std::filesystem::path folder = dir.path() / "Music" / "Archive";
+    std::filesystem::create_directories(folder);
+    for (int i = 0; i < kTracks; ++i) {
+        std::ofstream(folder / ("a" + std::to_string(10000 + i) + ".mp3"), std::ios::binary)
+            << test::taggedTrack("Artist " + std::to_string(i % 50), "Song " + std::to_string(i));
+    }
+    core::closeStatus(c());
+    autodj::showplayLists(c());
+    // Files a moment old are read once their stamps can be trusted: the window shows meanwhile.
+    autodj::startTagFill(c(), std::chrono::milliseconds(0));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            status().follow();
+            return status().isVisible();
+        },
+        15000));
+    EXPECT_EQ(status().windowTitle(), "Library Update");
+    EXPECT_TRUE(
+        c().ui.status.lblProgress.caption.starts_with("Reading Tags: Archive Track Number: "))
+        << c().ui.status.lblProgress.caption;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !autodj::tagFillBusy(c()); }, 30000));
+    status().follow();
+    EXPECT_FALSE(status().isVisible());
+    EXPECT_EQ(c().library->tagCache->size(), static_cast<std::size_t>(kTracks));
 }
 
 TEST_F(StatusWindowTest, TheWindowFollowsOnItsOwnBeat) {
