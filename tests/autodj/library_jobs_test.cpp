@@ -34,16 +34,7 @@ std::string bytesOf(const std::string& path) {
 
 class LibraryJobsTest : public StationFixture {
   protected:
-    LibraryJobsTest() {
-        // Every event's look at the status window, as the operator would see it between events.
-        loop.wrapEvent = [this](const std::function<void()>& fn) {
-            core::EventScope scope(settings);
-            fn();
-            if (console && console->ui.status.frmStatus.visible) {
-                seen.push_back(console->ui.status.lblProgress.caption);
-            }
-        };
-    }
+    LibraryJobsTest() { watchStatusWindow(); }
     // The station with category "Rock" chosen on the track list.
     core::Console& station() {
         addCategory("Rock");
@@ -67,7 +58,6 @@ class LibraryJobsTest : public StationFixture {
         ASSERT_FALSE(autodj::libraryJobsBusy(*console)) << "the jobs did not end";
     }
     std::string rock() const { return (dir / "Music" / "Rock").string(); }
-    std::vector<std::string> seen;
 };
 
 TEST_F(LibraryJobsTest, ImportCopiesTheTracksIntoTheChosenCategoryWithProgressAndShowsThem) {
@@ -81,8 +71,8 @@ TEST_F(LibraryJobsTest, ImportCopiesTheTracksIntoTheChosenCategoryWithProgressAn
     EXPECT_TRUE(fs::exists(rock() + "/b.mp3"));
     EXPECT_TRUE(fs::exists(a)) << "a copy, not a move";
     EXPECT_EQ(bytesOf(rock() + "/a.mp3"), bytesOf(a)) << "the tag is not touched";
-    ASSERT_FALSE(seen.empty());
-    EXPECT_TRUE(seen.front().starts_with("Importing:")) << seen.front();
+    ASSERT_FALSE(statusSeen.empty());
+    EXPECT_TRUE(statusSeen.front().starts_with("Importing:")) << statusSeen.front();
     EXPECT_EQ(c.form().lstSongs.listCount(), 2);
     EXPECT_EQ(c.form().lstSongs.items[0].text, "Band - First");
     EXPECT_EQ(c.form().fileList.listCount(), 2);
@@ -240,8 +230,8 @@ TEST_F(LibraryJobsTest, TheRecountMeasuresEveryTrackOffTheConsoleThread) {
     EXPECT_EQ(c.library->averageSong.at(static_cast<std::size_t>(rockItem)), 4);  // 3.5 to even
     EXPECT_EQ(c.library->averageSong.at(static_cast<std::size_t>(categoryIndex("Empty") + 1)), 0);
     EXPECT_EQ(core::readIni(c, c.appSettingsPath(), "tarnWave", "lastAverageSong", ""), "2");
-    ASSERT_FALSE(seen.empty());
-    EXPECT_EQ(seen.back(), "Playlist: Rock Track Number: 2");
+    ASSERT_FALSE(statusSeen.empty());
+    EXPECT_EQ(statusSeen.back(), "Playlist: Rock Track Number: 2");
 }
 
 TEST_F(LibraryJobsTest, ARecountAskedForWhileOneRunsRunsAgainAfterIt) {

@@ -25,6 +25,16 @@ std::string StationFixture::addTrack(const std::string& category, const std::str
     return path.string();
 }
 
+void StationFixture::watchStatusWindow() {
+    loop.wrapEvent = [this](const std::function<void()>& fn) {
+        core::EventScope scope(settings);
+        fn();
+        if (console && console->ui.status.frmStatus.visible) {
+            statusSeen.push_back(console->ui.status.lblProgress.caption);
+        }
+    };
+}
+
 core::Console& StationFixture::open() {
     core::Console& c = console ? *console : make();
     c.form().dirList.path = c.AppFolder + "/Music";

@@ -30,6 +30,10 @@ class StationFixture : public ConsoleFixture {
                         const std::string& def = "<none>");
     // The item number (from 0) of a category on lstPlaylist1.
     int categoryIndex(const std::string& name);
+    // From here on, the status window's text after every event that leaves it shown, as the
+    // operator would see it between events, in statusSeen.
+    void watchStatusWindow();
+    std::vector<std::string> statusSeen;
     // Log lines of app.log without their time stamp: the text between the date and the final "#".
     std::vector<std::string> logTexts() const;
 };

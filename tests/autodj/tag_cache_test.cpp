@@ -70,20 +70,7 @@ class TagCacheTest : public TwoTrackStation {
     }
 };
 
-// A second category, Jazz: j00 ("C - Song 2") three days old, j01 ("D - Song 3") half an hour.
-class TagCacheTwoCategoriesTest : public TwoTrackStation {
-  protected:
-    void SetUp() override {
-        j00 = addTrack("Jazz", "j00.mp3", "C", "Song 2");
-        j01 = addTrack("Jazz", "j01.mp3", "D", "Song 3");
-        TwoTrackStation::SetUp();
-        setHistory("C - Song 2", "LastPlayed", dateText(-3.0));
-        setHistory("D - Song 3", "LastPlayed", dateText(-1.0 / 48));
-    }
-
-    std::string j00;
-    std::string j01;
-};
+class TagCacheTwoCategoriesTest : public TwoCategoryStation {};
 
 TEST_F(TagCacheTwoCategoriesTest, AListRefilledWhileThePickYieldsIsWalkedByItsNames) {
     ASSERT_EQ(pick(), t01);  // Rock's listing is kept from here on: the next pick walks by position

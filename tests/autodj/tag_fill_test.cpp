@@ -25,27 +25,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Rock's two tracks (t01 the pick) and Jazz's: j00 ("C - Song 2") three days old, j01
-// ("D - Song 3") half an hour.
-class TagFillTest : public TwoTrackStation {
+// Rock's two tracks (t01 the pick) and Jazz's two (j00 the pick).
+class TagFillTest : public TwoCategoryStation {
   protected:
-    TagFillTest() {
-        // Every event's look at the status window, as the operator would see it between events.
-        loop.wrapEvent = [this](const std::function<void()>& fn) {
-            core::EventScope scope(settings);
-            fn();
-            if (console && console->ui.status.frmStatus.visible) {
-                seen.push_back(console->ui.status.lblProgress.caption);
-            }
-        };
-    }
-    void SetUp() override {
-        j00 = addTrack("Jazz", "j00.mp3", "C", "Song 2");
-        j01 = addTrack("Jazz", "j01.mp3", "D", "Song 3");
-        TwoTrackStation::SetUp();
-        setHistory("C - Song 2", "LastPlayed", dateText(-3.0));
-        setHistory("D - Song 3", "LastPlayed", dateText(-1.0 / 48));
-    }
+    TagFillTest() { watchStatusWindow(); }
     // Lets the files' stamps grow old enough to be trusted.
     void settle() { std::this_thread::sleep_for(std::chrono::milliseconds(3200)); }
     autodj::TagCache& cache() { return *console->library->tagCache; }
@@ -72,10 +55,18 @@ class TagFillTest : public TwoTrackStation {
         out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     }
     std::string rock() const { return (dir / "Music/Rock/").string(); }
-
-    std::string j00;
-    std::string j01;
-    std::vector<std::string> seen;
+    // t00 looked at as the worker looks: Rock watched, the clock read, then the lstat.
+    struct Look {
+        struct stat st {};
+        std::int64_t statAt = 0;
+    };
+    Look lookAtT00() {
+        (void)cache().knownNames(rock());
+        Look look;
+        look.statAt = autodj::TagCache::clockNs();
+        EXPECT_EQ(::lstat(t00.c_str(), &look.st), 0);
+        return look;
+    }
 };
 
 TEST_F(TagFillTest, EveryCategoryIsReadAheadAndThePicksReadNoTagFromTheDisk) {
@@ -86,7 +77,7 @@ TEST_F(TagFillTest, EveryCategoryIsReadAheadAndThePicksReadNoTagFromTheDisk) {
     EXPECT_EQ(jazzPick(), j00);
     EXPECT_EQ(cache().stores(), 0u) << "a tag was read on the console thread";
     EXPECT_EQ(pickWithoutCache(), t01);
-    EXPECT_TRUE(seen.empty()) << "a fill shorter than its delay shows no progress";
+    EXPECT_TRUE(statusSeen.empty()) << "a fill shorter than its delay shows no progress";
     EXPECT_TRUE(appLogLines().empty());
 }
 
@@ -122,14 +113,10 @@ TEST_F(TagFillTest, ATagReadBeforeItsFileChangedIsCheckedByTheStampAtItsFirstUse
     settle();
     // Read ahead as the worker reads: the stat, then the tag; the file changes before the
     // console thread offers it, and the change's notification was applied before the offer.
-    const std::string folder = rock();
-    (void)cache().knownNames(folder);
-    struct stat st {};
-    const std::int64_t statAt = autodj::TagCache::clockNs();
-    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
+    const Look look = lookAtT00();
     retitleT00();
     cache().catchUp();
-    EXPECT_TRUE(cache().offer(folder, "t00.mp3", st, statAt,
+    EXPECT_TRUE(cache().offer(rock(), "t00.mp3", look.st, look.statAt,
                               autodj::cachedTagOf("A", "Song 0", "A - Song 0")));
     EXPECT_EQ(pick(), t00) << "the offered tag was believed";
     EXPECT_EQ(pickWithoutCache(), t00);
@@ -137,13 +124,9 @@ TEST_F(TagFillTest, ATagReadBeforeItsFileChangedIsCheckedByTheStampAtItsFirstUse
 
 TEST_F(TagFillTest, AnOfferedTagIsBelievedWhileTheFileIsAsItWas) {
     settle();
-    const std::string folder = rock();
-    (void)cache().knownNames(folder);
-    struct stat st {};
-    const std::int64_t statAt = autodj::TagCache::clockNs();
-    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
+    const Look look = lookAtT00();
     // A title never played, which only the offered entry says: the pick shows it was used.
-    EXPECT_TRUE(cache().offer(folder, "t00.mp3", st, statAt,
+    EXPECT_TRUE(cache().offer(rock(), "t00.mp3", look.st, look.statAt,
                               autodj::cachedTagOf("A", "Song 9", "A - Song 9")));
     EXPECT_EQ(pick(), t00);
 }
@@ -151,11 +134,8 @@ TEST_F(TagFillTest, AnOfferedTagIsBelievedWhileTheFileIsAsItWas) {
 TEST_F(TagFillTest, FilesWrittenAMomentAgoAreReadOnceTheirStampsCanTellAChange) {
     // Made a moment ago, as an import's copies are: a stamp taken now could not show a change
     // made in the same tick, so the cache refuses it; the fill reads them a few seconds on.
-    const std::string folder = rock();
-    (void)cache().knownNames(folder);
-    struct stat st {};
-    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
-    EXPECT_FALSE(cache().offer(folder, "t00.mp3", st, autodj::TagCache::clockNs(),
+    const Look look = lookAtT00();
+    EXPECT_FALSE(cache().offer(rock(), "t00.mp3", look.st, look.statAt,
                                autodj::cachedTagOf("A", "Song 9", "A - Song 9")));
     fill();
     EXPECT_EQ(cache().size(), 4u);
@@ -166,10 +146,8 @@ TEST_F(TagFillTest, FilesWrittenAMomentAgoAreReadOnceTheirStampsCanTellAChange) 
 TEST_F(TagFillTest, AnOfferNeverReplacesATagAPickRead) {
     settle();
     ASSERT_EQ(pick(), t01);
-    struct stat st {};
-    const std::int64_t statAt = autodj::TagCache::clockNs();
-    ASSERT_EQ(::lstat(t00.c_str(), &st), 0);
-    EXPECT_FALSE(cache().offer(rock(), "t00.mp3", st, statAt,
+    const Look look = lookAtT00();
+    EXPECT_FALSE(cache().offer(rock(), "t00.mp3", look.st, look.statAt,
                                autodj::cachedTagOf("A", "Song 9", "A - Song 9")));
     EXPECT_EQ(pick(), t01);
 }
@@ -188,9 +166,9 @@ TEST_F(TagFillTest, ALinkAFileWithASecondNameAndAnEmptyFileAreLeftToThePicks) {
 TEST_F(TagFillTest, ItsProgressShowsOnLibraryUpdateAndTheWindowClosesAtItsEnd) {
     settle();
     fill(std::chrono::milliseconds(0));
-    ASSERT_FALSE(seen.empty());
+    ASSERT_FALSE(statusSeen.empty());
     const std::string last = console->form().lstPlaylist1.items.back().text;
-    EXPECT_EQ(seen.back(), "Reading Tags: " + last + " Track Number: 2");
+    EXPECT_EQ(statusSeen.back(), "Reading Tags: " + last + " Track Number: 2");
     EXPECT_FALSE(console->ui.status.frmStatus.visible);
     EXPECT_EQ(cache().size(), 4u);
 }
@@ -201,8 +179,8 @@ TEST_F(TagFillTest, AWindowAnotherJobLeftOpenKeepsItsText) {
     core::ShowStatus(*console, 1.0);
     settle();
     fill(std::chrono::milliseconds(0));
-    ASSERT_FALSE(seen.empty());
-    for (const std::string& text : seen) {
+    ASSERT_FALSE(statusSeen.empty());
+    for (const std::string& text : statusSeen) {
         EXPECT_EQ(text, "Playlist: Rock Track Number: 2");
     }
     EXPECT_TRUE(console->ui.status.frmStatus.visible);
@@ -225,7 +203,7 @@ TEST_F(TagFillTest, StoppingAFillUnderWayEndsItWithoutAnEvent) {
     autodj::stopTagFill(*console);
     EXPECT_FALSE(autodj::tagFillBusy(*console));
     loop.processPending();
-    EXPECT_TRUE(seen.empty());
+    EXPECT_TRUE(statusSeen.empty());
     EXPECT_EQ(pick(), t01);
 }
 

@@ -42,4 +42,19 @@ class TwoTrackStation : public StationFixture {
     std::string t01;
 };
 
+// A second category, Jazz: j00 ("C - Song 2") three days old, j01 ("D - Song 3") half an hour.
+class TwoCategoryStation : public TwoTrackStation {
+  protected:
+    void SetUp() override {
+        j00 = addTrack("Jazz", "j00.mp3", "C", "Song 2");
+        j01 = addTrack("Jazz", "j01.mp3", "D", "Song 3");
+        TwoTrackStation::SetUp();
+        setHistory("C - Song 2", "LastPlayed", dateText(-3.0));
+        setHistory("D - Song 3", "LastPlayed", dateText(-1.0 / 48));
+    }
+
+    std::string j00;
+    std::string j01;
+};
+
 }  // namespace tw::test
