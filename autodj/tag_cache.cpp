@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "core/atomic_file.h"
@@ -39,18 +40,18 @@ std::int64_t nowNs() {
     return nanoseconds(t);
 }
 
+// The clock from which a stamp can tell any change made after it was taken.
+std::int64_t settledFrom(const FileStamp& stamp) {
+    return stamp.changedNs + kSettleNs + 1;
+}
+
 bool settled(const FileStamp& stamp, std::int64_t now) {
-    return stamp.changedNs < now - kSettleNs;
+    return now >= settledFrom(stamp);
 }
 
 FileStamp stampOf(const struct stat& st) {
     return {static_cast<std::uint64_t>(st.st_ino), static_cast<std::int64_t>(st.st_size),
             nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
-}
-
-// Only a plain file with one name and something in it is kept.
-bool keepable(const struct stat& st) {
-    return S_ISREG(st.st_mode) && st.st_nlink == 1 && st.st_size > 0;
 }
 
 bool readWhole(const std::string& path, std::string& text) {
@@ -400,12 +401,12 @@ bool TagCache::holdsWholeListing(const std::string& folder, const std::string& p
                        [f](const std::string& name) { return f->entries.contains(name); });
 }
 
-std::vector<std::size_t> TagCache::knownNames(const std::string& folder) {
-    std::vector<std::size_t> known;
+std::optional<std::vector<std::size_t>> TagCache::knownNames(const std::string& folder) {
     Folder* const f = watchFolder(folder);
     if (!f || f->watch < 0) {
-        return known;
+        return std::nullopt;
     }
+    std::vector<std::size_t> known;
     known.reserve(f->entries.size());
     for (const auto& [name, e] : f->entries) {
         known.push_back(nameHash(name));
@@ -441,7 +442,11 @@ std::int64_t TagCache::clockNs() {
 }
 
 std::int64_t TagCache::trustedFrom(const struct stat& st) {
-    return nanoseconds(st.st_ctim) + kSettleNs + 1;
+    return settledFrom(stampOf(st));
+}
+
+bool TagCache::keepable(const struct stat& st) {
+    return S_ISREG(st.st_mode) && st.st_nlink == 1 && st.st_size > 0;
 }
 
 bool TagCache::save(double nowSeconds) {

@@ -44,7 +44,7 @@
 // The tags of a category that no pick has walked yet are read ahead on a worker (tag_fill.h) and
 // offered: an offered entry is checked by its stamp at its first use.
 //
-// Thread contract: console thread only (nameHash and clockNs: any thread). Nothing here waits: the
+// Thread contract: console thread only (the static members: any thread). Nothing here waits: the
 // notification descriptor is read without blocking; the disk work is one stat of the folder per
 // pick, one stat for each entry that must be checked by its stamp, the saved file read once, and
 // its write.
@@ -52,6 +52,7 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -119,8 +120,9 @@ class TagCache {
                      std::vector<std::string> names);
     // For a fill of folder off the console thread (tag_fill.h): loads the saved file the first
     // time and watches folder, as beginWalk does (without making it the walk's), then gives the
-    // nameHash of every name it holds an entry for, sorted; none when folder cannot be watched.
-    std::vector<std::size_t> knownNames(const std::string& folder);
+    // nameHash of every name it holds an entry for, sorted; nullopt when folder cannot be
+    // watched (nothing would be kept of it).
+    std::optional<std::vector<std::size_t>> knownNames(const std::string& folder);
     // Whether folder (watched as knownNames watches it) has a kept listing under pattern whose
     // every name has an entry: a fill has nothing to read there.
     bool holdsWholeListing(const std::string& folder, const std::string& pattern);
@@ -136,6 +138,8 @@ class TagCache {
     static std::int64_t clockNs();
     // The clockNs from which a stamp taken of st can tell any later change (offer keeps it).
     static std::int64_t trustedFrom(const struct stat& st);
+    // Only a plain file with one name and something in it is kept.
+    static bool keepable(const struct stat& st);
 
     // Writes the saved file when an entry was stored since the last write and the last write is
     // at least ten minutes older than nowSeconds (any steady count of seconds), or at once when

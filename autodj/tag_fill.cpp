@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "autodj/library.h"
@@ -71,8 +72,7 @@ enum class Look { kRead, kYoung, kLeft };
 Look readAhead(tags::clsID3& id3, const std::string& folder, const std::string& name, TagRead& r) {
     const std::string path = folder + name;
     r.statAtNs = TagCache::clockNs();
-    if (::lstat(path.c_str(), &r.st) != 0 || !S_ISREG(r.st.st_mode) || r.st.st_nlink != 1 ||
-        r.st.st_size == 0) {
+    if (::lstat(path.c_str(), &r.st) != 0 || !TagCache::keepable(r.st)) {
         return Look::kLeft;  // the picks read it (and fail for it) as they always did
     }
     if (r.statAtNs < TagCache::trustedFrom(r.st)) {
@@ -125,16 +125,20 @@ void fillDoWork(core::Worker& w, const std::shared_ptr<TagFillState>& s) {
         }
         std::vector<std::string> young;
         std::int64_t trusted = 0;
-        for (std::size_t n = 0; n < names.size() && !w.CancellationPending(); ++n) {
+        // Reads one file and hands its tags over; a young one is kept for later.
+        const auto look = [&](const std::string& name) {
             TagRead r;
             r.folder = i;
-            const Look look = readAhead(id3, f.folder, names[n], r);
-            if (look == Look::kRead) {
+            const Look seen = readAhead(id3, f.folder, name, r);
+            if (seen == Look::kRead) {
                 hand(w, *s, std::move(r));
-            } else if (look == Look::kYoung) {
-                young.push_back(names[n]);
+            } else if (seen == Look::kYoung) {
+                young.push_back(name);
                 trusted = std::max(trusted, TagCache::trustedFrom(r.st));
             }
+        };
+        for (std::size_t n = 0; n < names.size() && !w.CancellationPending(); ++n) {
+            look(names[n]);
             {
                 const std::lock_guard lock(s->mutex);
                 s->read = n + 1;
@@ -143,16 +147,14 @@ void fillDoWork(core::Worker& w, const std::shared_ptr<TagFillState>& s) {
         }
         // Files written a moment ago (an import's copies): read once their stamps can tell a
         // change, a few seconds on; one still changing then is left to the picks.
-        if (!young.empty()) {
-            waitUntil(w, trusted);
+        if (young.empty()) {
+            continue;
         }
-        for (std::size_t n = 0; n < young.size() && !w.CancellationPending(); ++n) {
-            TagRead r;
-            r.folder = i;
-            if (readAhead(id3, f.folder, young[n], r) == Look::kRead) {
-                hand(w, *s, std::move(r));
-                w.ReportLatest(100);
-            }
+        waitUntil(w, trusted);
+        names = std::exchange(young, {});
+        for (std::size_t n = 0; n < names.size() && !w.CancellationPending(); ++n) {
+            look(names[n]);
+            w.ReportLatest(100);
         }
     }
 }
@@ -199,16 +201,21 @@ void fillProgress(core::Console& c, TagFillState& s) {
     fill.shown = true;
 }
 
+// Closes "Library Update" when the fill opened it and no other job shows there now.
+void closeOwnStatus(core::Console& c, TagFill& fill) {
+    if (fill.shown && !libraryJobsBusy(c)) {
+        core::closeStatus(c);
+    }
+    fill.shown = false;
+}
+
 void fillCompleted(core::Console& c) {
     TagFill& fill = *c.library->tagFill;
     const std::shared_ptr<TagFillState> s = std::move(fill.job);
     if (s) {
         offerReady(c, *s);
     }
-    if (fill.shown && !libraryJobsBusy(c)) {
-        core::closeStatus(c);
-    }
-    fill.shown = false;
+    closeOwnStatus(c, fill);
     if (TagCache* const cache = c.library->tagCache.get()) {
         cache->save(c.now() * 86400.0);
     }
@@ -243,8 +250,13 @@ void startTagFill(core::Console& c, std::chrono::milliseconds showAfter) {
         if (cache->holdsWholeListing(f.folder, s->pattern)) {
             continue;  // a pick walked it: not even listed again
         }
-        // The watch stands before the worker looks at any of the folder's files.
-        f.known = cache->knownNames(f.folder);
+        // The watch stands before the worker looks at any of the folder's files; what it read
+        // of a folder that cannot be watched would not be kept.
+        auto known = cache->knownNames(f.folder);
+        if (!known) {
+            continue;
+        }
+        f.known = std::move(*known);
         s->folders.push_back(std::move(f));
     }
     if (s->folders.empty()) {
@@ -279,10 +291,7 @@ void stopTagFill(core::Console& c) {
     fill.worker.reset();
     fill.job.reset();
     fill.again = false;
-    if (fill.shown && !libraryJobsBusy(c)) {
-        core::closeStatus(c);
-    }
-    fill.shown = false;
+    closeOwnStatus(c, fill);
 }
 
 bool tagFillBusy(const core::Console& c) {

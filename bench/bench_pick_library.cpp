@@ -4,9 +4,9 @@
 // the settings, and the first pick after a start with the saved cache (or after the tag fill has
 // run) against one without it. The console's memory (VmRSS) with the whole category in the cache
 // is printed. The category's listing, kept by the cache, against the folder listed and sorted
-// afresh. The library screen's track list
-// and its search with the titles kept, against every title read from its file. The statistics
-// report of the category against the titles alone read in one loop.
+// afresh. The library screen's track list and its search with the titles kept, against every
+// title read from its file. The statistics report of the category against the titles alone read
+// in one loop.
 //
 // The library is made by the program in a temporary folder and removed at its end: tiny files of
 // an ID3v2.3 tag (artist, title) and one MPEG frame. Making it takes a while; the files are then

@@ -14,7 +14,6 @@
 #include "autodj/library_state.h"
 #include "autodj/picker.h"
 #include "autodj/tag_cache.h"
-#include "autodj/tag_fill.h"
 #include "core/unfinished_files.h"
 #include "desk/actions.h"
 #include "tests/audio/audio_fixtures.h"
@@ -249,12 +248,7 @@ TEST_F(LibraryJobsTest, TheImportedTracksTagsAreReadAheadForThePicks) {
     autodj::importFiles(c, {outside("a.mp3", "First"), outside("b.mp3", "Second")});
     settle();
     // The copies are read once their stamps are old enough to be trusted, a few seconds on.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (autodj::tagFillBusy(c) && std::chrono::steady_clock::now() < end) {
-        loop.processPending();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ASSERT_FALSE(autodj::tagFillBusy(c)) << "the fill did not end";
+    ASSERT_TRUE(runUntilTagFillEnds()) << "the fill did not end";
     autodj::TagCache& cache = *c.library->tagCache;
     EXPECT_EQ(cache.size(), 2u);
     core::DateValue previous = 0;

@@ -1,7 +1,10 @@
 #include "tests/autodj/station_fixture.h"
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
+#include "autodj/tag_fill.h"
 #include "core/dates.h"
 #include "tests/tags/tag_test_util.h"
 
@@ -33,6 +36,15 @@ void StationFixture::watchStatusWindow() {
             statusSeen.push_back(console->ui.status.lblProgress.caption);
         }
     };
+}
+
+bool StationFixture::runUntilTagFillEnds() {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (autodj::tagFillBusy(*console) && std::chrono::steady_clock::now() < end) {
+        loop.processPending();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return !autodj::tagFillBusy(*console);
 }
 
 core::Console& StationFixture::open() {

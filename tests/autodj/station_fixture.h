@@ -33,6 +33,9 @@ class StationFixture : public ConsoleFixture {
     // From here on, the status window's text after every event that leaves it shown, as the
     // operator would see it between events, in statusSeen.
     void watchStatusWindow();
+    // Runs the console thread's events until the tag fill has ended (at most ten seconds);
+    // false when it did not.
+    bool runUntilTagFillEnds();
     std::vector<std::string> statusSeen;
     // Log lines of app.log without their time stamp: the text between the date and the final "#".
     std::vector<std::string> logTexts() const;

@@ -35,12 +35,7 @@ class TagFillTest : public TwoCategoryStation {
     // Runs the console thread's events until the fill has ended (at most ten seconds).
     void fill(std::chrono::milliseconds showAfter = autodj::kTagFillShowAfter) {
         autodj::startTagFill(*console, showAfter);
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (autodj::tagFillBusy(*console) && std::chrono::steady_clock::now() < end) {
-            loop.processPending();
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        ASSERT_FALSE(autodj::tagFillBusy(*console)) << "the fill did not end";
+        ASSERT_TRUE(runUntilTagFillEnds()) << "the fill did not end";
     }
     std::string jazzPick() {
         core::DateValue previous = 0;
